@@ -1,0 +1,91 @@
+# Helpers of this project's build: compile options, libraries with declared edges, plug-ins and tests.
+include_guard()
+
+# Header-only libraries are reached through a folder that holds just them, so that a cross build never sees /usr/include.
+set(QV_THIRD_PARTY ${CMAKE_BINARY_DIR}/third-party)
+file(MAKE_DIRECTORY ${QV_THIRD_PARTY})
+foreach(name rapidjson boost CLI)
+    if(EXISTS /usr/include/${name})
+        file(CREATE_LINK /usr/include/${name} ${QV_THIRD_PARTY}/${name} SYMBOLIC)
+    endif()
+endforeach()
+add_library(third_party INTERFACE)
+target_include_directories(third_party SYSTEM INTERFACE ${QV_THIRD_PARTY})
+target_compile_definitions(third_party INTERFACE RAPIDJSON_HAS_STDSTRING=0)
+
+add_library(qv_options INTERFACE)
+target_compile_features(qv_options INTERFACE cxx_std_20 c_std_11)
+target_compile_options(qv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wcast-align -Wnull-dereference -Wformat=2
+    -Werror -fstack-protector-strong
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual>)
+target_compile_definitions(qv_options INTERFACE _GLIBCXX_ASSERTIONS)
+if(WIN32)
+    target_compile_definitions(qv_options INTERFACE
+        UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=0)
+    target_link_options(qv_options INTERFACE -static)
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL Release)
+    target_compile_definitions(qv_options INTERFACE _FORTIFY_SOURCE=2)
+    target_link_options(qv_options INTERFACE -s)
+endif()
+if(QV_SANITIZE)
+    target_compile_options(qv_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1
+        -Wno-null-dereference -Wno-maybe-uninitialized) # both warn about the sanitizers' own code
+    target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# qv_library(NAME SOURCES ... WINDOWS ... USES ... SYSTEM ...): a static library of the folder this is called in.
+# Only the libraries named in USES can be included: each is reached through an include root that holds its folder alone.
+function(qv_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;WINDOWS;USES;SYSTEM" ${ARGN})
+    set(root ${CMAKE_BINARY_DIR}/include-roots/${name})
+    file(MAKE_DIRECTORY ${root})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${name} SYMBOLIC)
+    set(sources ${arg_SOURCES})
+    if(WIN32)
+        list(APPEND sources ${arg_WINDOWS})
+        set(system ${arg_SYSTEM})
+    endif()
+    if(sources)
+        add_library(${name} STATIC ${sources})
+        target_include_directories(${name} PUBLIC ${root})
+        target_link_libraries(${name} PUBLIC ${arg_USES} ${system} PRIVATE qv_options third_party)
+        target_compile_features(${name} PUBLIC cxx_std_20)
+    else()
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE ${root})
+        target_link_libraries(${name} INTERFACE ${arg_USES} ${system})
+    endif()
+endfunction()
+
+# qv_test(NAME SOURCES ... USES ... [TIMEOUT seconds]): one GoogleTest program, one ctest entry (under Wine in the cross build).
+function(qv_test name)
+    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;USES;ARGS" ${ARGN})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_USES} qv_gtest qv_options third_party)
+    add_test(NAME ${name} COMMAND ${name} ${arg_ARGS})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+endfunction()
+
+# qv_fuzz(NAME SOURCES ... USES ... CORPUS folder): native only. With QV_FUZZ (clang) a libFuzzer program; otherwise a program
+# that replays the corpus, run by ctest.
+option(QV_FUZZ "Build the fuzz targets with libFuzzer (native build with clang)" OFF)
+function(qv_fuzz name)
+    cmake_parse_arguments(arg "" "CORPUS" "SOURCES;USES" ${ARGN})
+    if(WIN32)
+        return()
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_USES} qv_options third_party)
+    if(QV_FUZZ)
+        target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    else()
+        target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/fuzz/Replay.cpp)
+        add_test(NAME ${name} COMMAND ${name} ${arg_CORPUS})
+    endif()
+endfunction()

@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# The main job on embedded defaults: a local pool, two simulated cards, the CPU plug-in and the real miner.
+# --shares N   shares to be accepted (default 10)
+# --seconds N  give up after N seconds (default 240)
+# --keep       go on until interrupted
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/wine-env.sh
+
+shares=10 seconds=240 keep=
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --shares) shares=${2:?--shares needs a number} && shift 2 ;;
+        --seconds) seconds=${2:?--seconds needs a number} && shift 2 ;;
+        --keep) keep=yes && shift ;;
+        *) echo "demo: unknown option $1 (--shares N, --seconds N, --keep)" >&2 && exit 2 ;;
+    esac
+done
+
+folder=build/demo
+pool_log=$folder/pool.log pool_stats=$folder/pool.json screenshot=$folder/screenshot.png
+pool_pid= miner_pid= own_display=
+window() { scripts/wine-run build/windows/tools/miner-window.exe "$@"; }
+
+finish() {
+    [ -z "$miner_pid" ] || window close >/dev/null 2>&1 || true
+    [ -z "$pool_pid" ] || kill "$pool_pid" 2>/dev/null || true
+    [ -z "$own_display" ] || wine_stop
+}
+trap finish EXIT
+
+start_pool() {
+    build/tools/devpool --port 0 --mode auto --difficulty 4000 --interval 20 --stats "$pool_stats" >"$pool_log" 2>&1 &
+    pool_pid=$!
+    for _ in $(seq 100); do
+        port=$(sed -n 's/.*listening on [0-9.]*:\([0-9]*\).*/\1/p' "$pool_log" | head -1)
+        [ -z "$port" ] || return 0
+        kill -0 "$pool_pid" 2>/dev/null || break
+        sleep 0.1
+    done
+    echo "demo: the local pool did not start:" >&2
+    cat "$pool_log" >&2
+    exit 1
+}
+
+prepare_miner() {
+    rm -rf "$folder/miner"
+    mkdir -p "$folder/miner/Settings"
+    cp -r build/Quorvel-Miner/. "$folder/miner/"
+    cp build/sim/* "$folder/miner/"
+    local gpus
+    gpus=$(sed -n 's|^Uuid=\([0-9a-fA-F]*\).*|        <Gpu ID="\1" NGM="0" NGTO="0"/>|p' build/sim/SimGpus.ini)
+    cat >"$folder/miner/Settings/ConfigMiner.xml" <<XML
+<?xml version="1.0" encoding="utf-8"?>
+<MinerConfig DefaultWorkerName="demo">
+  <Pools>
+    <Pool ID="1" Name="Local pool" Server="127.0.0.1" Port="$port" WalletUser="0x0000000000000000000000000000000000000000" Password="x" WorkerOverride="" Algo="2"/>
+  </Pools>
+  <Configurations>
+    <Config PrimaryPoolID="1" SecondaryPoolID="-1" GpuAttributs="0" PoolAttributs="0">
+      <Gpus>
+$gpus
+      </Gpus>
+    </Config>
+  </Configurations>
+</MinerConfig>
+XML
+    cat >"$folder/miner/Settings/RuntimeSettingsMiner.xml" <<'XML'
+<?xml version="1.0" encoding="utf-8"?>
+<RuntimeSettings MiningState="1">
+  <Logging MainLog="1" ConnectionLog="1"/>
+</RuntimeSettings>
+XML
+}
+
+# A display of the user's is used; without one the miner runs in an X server of our own.
+start_display() {
+    wine_environment
+    if [ -z "${DISPLAY:-}" ] || [ ! -e "$wine_state/ready" ]; then
+        display_alive || own_display=yes
+        wine_start
+    fi
+}
+
+accepted() { grep -c '^share accepted' "$pool_log" || true; }
+
+show_new_lines() { # prints the pool's lines since the last call
+    local total
+    total=$(wc -l <"$pool_log")
+    [ "$total" -gt "$shown" ] && sed -n "$((shown + 1)),${total}p" "$pool_log"
+    shown=$total
+}
+
+wait_for_shares() {
+    local end=$((SECONDS + seconds))
+    shown=0
+    while [ -n "$keep" ] || [ "$(accepted)" -lt "$shares" ]; do
+        show_new_lines
+        kill -0 "$pool_pid" 2>/dev/null || { echo "demo: the pool ended" >&2 && return 1; }
+        kill -0 "$miner_pid" 2>/dev/null || { echo "demo: the miner ended" >&2 && return 1; }
+        [ -n "$keep" ] || [ $SECONDS -lt $end ] || { echo "demo: $seconds seconds passed" >&2 && return 1; }
+        sleep 0.5
+    done
+    show_new_lines
+}
+
+# Sums A, S and R over the miner's own closing lines, one for each GPU.
+miner_counts() {
+    cat "$folder"/miner/Logs/Quorvel-Miner_*.log | sed -n 's/.*GPU#[0-9-]*: A:\([0-9]*\) - S:\([0-9]*\) R:\([0-9]*\).*/\1 \2 \3/p' |
+        awk '{a += $1; s += $2; r += $3} END {print a + 0, s + 0, r + 0}'
+}

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# clang-tidy over what each build compiles, then cppcheck. Everything that either says is an error.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+for preset in windows host; do cmake --preset "$preset" >/dev/null; done
+
+# The compile commands are GCC's: clang gets the target and GCC's own C++ headers instead.
+gcc_include=$(x86_64-w64-mingw32-g++-posix -print-file-name=include/c++)
+mingw_arguments=(--extra-arg-before=--target=x86_64-w64-mingw32 --extra-arg-before=-nostdinc++
+    --extra-arg=-isystem"$gcc_include" --extra-arg=-isystem"$gcc_include/x86_64-w64-mingw32"
+    --extra-arg=-isystem"$gcc_include/backward" --extra-arg=-isystem/usr/x86_64-w64-mingw32/include)
+common_arguments=(--quiet --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-error)
+
+tidy() { # preset, further arguments
+    local preset=$1
+    shift
+    sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$preset/compile_commands.json" |
+        grep -E "^(src|plugins|sim|tools)/" | sort -u | xargs -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" "${common_arguments[@]}" "$@"
+}
+
+echo "clang-tidy, Windows sources"
+tidy windows "${mingw_arguments[@]}"
+echo "clang-tidy, native sources"
+tidy host
+echo "cppcheck"
+cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
+    --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \
+    -I src -I sdk/include -I plugins -I tools src plugins sim tools
+echo "lint: clean"

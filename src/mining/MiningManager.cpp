@@ -1,0 +1,142 @@
+#include "mining/MiningManager.h"
+
+#include <algorithm>
+
+#include "common/Messages.h"
+#include "mining/LogName.h"
+#include "mining/Statistics.h"
+
+CMiningManager::CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration)
+    : m_userSession(StratumKind::User, context.stratumHost, context.clock),
+      m_feeSession(StratumKind::Fee, context.stratumHost, context.clock),
+      m_log(context.clock),
+      m_gpus(configuration.gpus),
+      m_pools{configuration.primaryPool, configuration.secondaryPool},
+      m_context(context) {
+    for (QvGpuRecord* gpu : m_gpus) ClearStatistics(gpu->statistics);
+}
+
+CMiningManager::~CMiningManager() { Stop(); }
+
+bool CMiningManager::Start() {
+    if (!CreateMessageOnly()) {
+        Fail(L"Failed to create the session's window: " + std::wstring(m_pools[0]->Name));
+        return false;
+    }
+    OpenLog();
+    LogConnect(*m_pools[0]);
+    if (!LoadPlugin()) return false;
+    StartPlugin();
+    StartSessions();
+    return true;
+}
+
+void CMiningManager::OpenLog() {
+    m_log.enabled = m_context.connectionLog ? 1 : 0;
+    if (!m_context.connectionLog) return;
+    CreateDirectoryW(m_context.connectionLogFolder.c_str(), nullptr);
+    m_log.CreateLogSystem((m_context.connectionLogFolder + ConnectionLogName(m_pools[0]->Name)).c_str(), 0);
+}
+
+bool CMiningManager::LoadPlugin() {
+    const PoolEntry& pool = *m_pools[0];
+    const QvDescriptor& algorithm = m_context.algorithms.Find(pool.Algo).record;
+    const PluginLoadResult result = m_plugin.Load(algorithm);
+    if (result == PluginLoadResult::Ok) return true;
+    std::wstring reason = std::wstring(L"Failed to load pool configuration/algo: ") + pool.Name;
+    if (result != PluginLoadResult::NoAlgorithm) reason += std::wstring(L" - ") + algorithm.name;
+    Fail(reason);
+    return false;
+}
+
+void CMiningManager::StartPlugin() {
+    m_plugin.Post(QV_MSG_SET_OWNER, reinterpret_cast<WPARAM>(Handle()), 0);
+    m_plugin.Post(QV_MSG_SET_GPUS, reinterpret_cast<WPARAM>(m_gpus.data()), static_cast<LPARAM>(m_gpus.size()));
+    m_plugin.Post(QV_MSG_START, 0, 0);
+}
+
+void CMiningManager::StartSessions() {
+    m_feeSession.SetWindows(m_plugin.Window(), Handle());
+    m_userSession.SetWindows(m_plugin.Window(), Handle());
+    m_userSession.SetPoolList(ConnectablePools());
+    m_userSession.SetLog(&m_log);
+    m_mode = Mode::User;
+    if (!m_userSession.IsStopped()) m_userSession.Connect();
+    m_userSession.Activate();
+}
+
+std::vector<PoolPointer> CMiningManager::ConnectablePools() const {
+    // Without a backup pool the second entry is the unassigned pool: failing over to it would mine nowhere.
+    std::vector<PoolPointer> pools;
+    std::copy_if(m_pools.begin(), m_pools.end(), std::back_inserter(pools),
+                 [](const PoolPointer& pool) { return pool->Server[0] != L'\0'; });
+    if (pools.empty()) pools.push_back(m_pools[0]);
+    return pools;
+}
+
+void CMiningManager::Stop() {
+    if (m_stopped) return;
+    m_stopped = true;
+    m_plugin.StopWork();
+    m_userSession.CloseConnection();
+    m_feeSession.CloseConnection();
+    DestroyWindow();
+    m_plugin.Unload();
+}
+
+LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_CREATE:
+            SetTimer(Handle(), kSubmitTimerId, kSubmitPeriodMs, nullptr);
+            SetTimer(Handle(), kAccountingTimerId, kAccountingPeriodMs, nullptr);
+            return 0;
+        case WM_DESTROY:
+            KillTimer(Handle(), kSubmitTimerId);
+            KillTimer(Handle(), kAccountingTimerId);
+            return 0;
+        case WM_TIMER:
+            OnTimer(wParam);
+            return 0;
+        case kMessageReconnect:
+            // The value is only compared: a message that outlived its session names nothing of ours.
+            for (CMiningStratum* session : {&m_userSession, &m_feeSession}) {
+                if (reinterpret_cast<WPARAM>(session) == wParam) SwitchPool(*session);
+            }
+            return 0;
+        default:
+            return CWnd::OnMessage(message, wParam, lParam);
+    }
+}
+
+void CMiningManager::OnTimer(UINT_PTR id) {
+    if (id != kAccountingTimerId) return;
+    AccountTime(m_userSession);
+    AccountTime(m_feeSession);
+}
+
+void CMiningManager::AccountTime(CMiningStratum& session) const {
+    if (session.IsPaused()) return;
+    const ddt_datetime now = m_context.clock.UtcNow();
+    const TimeSpan elapsed = std::max<TimeSpan>(0, now.ticks - session.lastTick.ticks);
+    session.minedTime += elapsed;
+    session.activeTime += elapsed;
+    session.lastTick = now;
+}
+
+void CMiningManager::SwitchPool(CMiningStratum& session) {
+    session.CloseConnection();
+    session.ResetSession();
+    if (session.IsStopped()) return;
+    if (&session == &m_userSession) LogConnect(*session.CurrentPool());
+    session.Connect();
+}
+
+void CMiningManager::LogConnect(const PoolEntry& pool) {
+    m_log.LogLine(L"*** Miner connect to %s - %s:%d", pool.Name, pool.Server, static_cast<int>(pool.Port));
+}
+
+void CMiningManager::Fail(const std::wstring& reason) {
+    m_failed = true;
+    m_log.LogLine(L"%s", reason.c_str());
+    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", reason.c_str());
+}

@@ -1,0 +1,64 @@
+#pragma once
+#include <string>
+#include <vector>
+#include "mining/MiningContext.h"
+#include "mining/PluginInstance.h"
+#include "pool/MiningStratum.h"
+#include "support/LogSystem.h"
+#include "toolkit/Wnd.h"
+
+// One mining session: one configuration, its plug-in and the two pool sessions that can feed it. A message-only window whose
+// timers and messages run on the GUI thread, like every operation here; the pool sessions' threads reach it by posting only.
+//
+// It keeps the configuration's pools by shared ownership, so a configuration that is replaced meanwhile takes nothing away.
+class CMiningManager final : public CWnd {
+  public:
+    // What feeds the plug-in.
+    enum class Mode { User = 1, Fee = 2 };
+
+    CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration);
+    ~CMiningManager() override;
+
+    // Clears the GPUs' counters, loads the plug-in and connects the user session. False: it could not start (the reason is in
+    // the session's log and in the main log) and stays idle.
+    bool Start();
+    // Ends the plug-in's work, both connections, the window and the plug-in. After it nothing of this session runs.
+    void Stop();
+
+    bool HasFailed() const { return m_failed; }
+    const std::vector<QvGpuRecord*>& Gpus() const { return m_gpus; }
+    const CMiningStratum& UserSession() const { return m_userSession; }
+    CMiningStratum& UserSession() { return m_userSession; }
+
+  protected:
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+
+  private:
+    static constexpr UINT_PTR kSubmitTimerId = 1;
+    static constexpr UINT kSubmitPeriodMs = 90000;
+    static constexpr UINT_PTR kAccountingTimerId = 2;
+    static constexpr UINT kAccountingPeriodMs = 30000;
+
+    void OpenLog();
+    bool LoadPlugin();
+    void StartPlugin();
+    void StartSessions();
+    void OnTimer(UINT_PTR id);
+    void AccountTime(CMiningStratum& session) const;
+    void SwitchPool(CMiningStratum& session);
+    void LogConnect(const PoolEntry& pool);
+    void Fail(const std::wstring& reason);
+    // Those of the pools that name a server; the primary alone when none does.
+    std::vector<PoolPointer> ConnectablePools() const;
+
+    bool m_failed = false;
+    bool m_stopped = false;
+    CMiningStratum m_userSession;
+    CMiningStratum m_feeSession;
+    Mode m_mode = Mode::User;
+    CBKLogSystem m_log;
+    std::vector<QvGpuRecord*> m_gpus;
+    std::vector<PoolPointer> m_pools;  // primary, backup
+    CPluginInstance m_plugin;
+    const MiningContext& m_context;
+};

@@ -1,0 +1,58 @@
+#include "toolkit/Wnd.h"
+
+namespace {
+
+constexpr wchar_t kClassName[] = L"QuorvelWnd";
+
+}  // namespace
+
+CWnd::~CWnd() {
+    // The derived part is gone: what the destruction sends is not for it any more.
+    if (m_handle == nullptr) return;
+    SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
+    ::DestroyWindow(m_handle);
+}
+
+bool CWnd::CreateMessageOnly() {
+    WindowSpec spec;
+    spec.style = 0;
+    spec.extendedStyle = 0;
+    return Create(spec, HWND_MESSAGE);
+}
+
+bool CWnd::CreateTopLevel(const WindowSpec& spec) { return Create(spec, nullptr); }
+
+bool CWnd::Create(const WindowSpec& spec, HWND parent) {
+    WNDCLASSEXW windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
+    windowClass.lpfnWndProc = &CWnd::Procedure;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.hIcon = spec.icon;
+    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
+    windowClass.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
+    windowClass.lpszClassName = kClassName;
+    if (RegisterClassExW(&windowClass) == 0 && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return false;
+    return CreateWindowExW(spec.extendedStyle, kClassName, spec.title, spec.style, CW_USEDEFAULT, CW_USEDEFAULT, spec.width,
+                           spec.height, parent, nullptr, windowClass.hInstance, this) != nullptr;
+}
+
+void CWnd::DestroyWindow() {
+    if (m_handle != nullptr) ::DestroyWindow(m_handle);
+}
+
+LRESULT CWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    return DefWindowProcW(m_handle, message, wParam, lParam);
+}
+
+LRESULT CALLBACK CWnd::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* self = reinterpret_cast<CWnd*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (message == WM_NCCREATE) {
+        self = static_cast<CWnd*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
+        self->m_handle = window;
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+    }
+    if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
+    const LRESULT result = self->OnMessage(message, wParam, lParam);
+    if (message == WM_NCDESTROY) self->m_handle = nullptr;
+    return result;
+}
