@@ -13,10 +13,13 @@ CMiningManager::CMiningManager(const MiningContext& context, const Configuration
       m_gpus(configuration.gpus),
       m_pools{configuration.primaryPool, configuration.secondaryPool},
       m_context(context) {
-    for (QvGpuRecord* gpu : m_gpus) ClearStatistics(gpu->statistics);
+    for (QvGpuRecord* gpu : m_gpus)
+        ClearStatistics(gpu->statistics);
 }
 
-CMiningManager::~CMiningManager() { Stop(); }
+CMiningManager::~CMiningManager() {
+    Stop();
+}
 
 bool CMiningManager::Start() {
     if (!CreateMessageOnly()) {

@@ -19,8 +19,8 @@ class CMiningManager final : public CWnd {
     CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration);
     ~CMiningManager() override;
 
-    // Clears the GPUs' counters, loads the plug-in and connects the user session. False: it could not start (the reason is in
-    // the session's log and in the main log) and stays idle.
+    // Clears the GPUs' counters, loads the plug-in and connects the user session. False: it could not start (the reason is
+    // in the session's log and in the main log) and stays idle.
     bool Start();
     // Ends the plug-in's work, both connections, the window and the plug-in. After it nothing of this session runs.
     void Stop();

@@ -4,15 +4,19 @@
 
 namespace {
 
-void Store(std::uint64_t& word) { std::atomic_ref(word).store(0, std::memory_order_relaxed); }
+void Store(std::uint64_t& word) {
+    std::atomic_ref(word).store(0, std::memory_order_relaxed);
+}
 
 std::uint64_t Load(const std::uint64_t& word) {
     return std::atomic_ref(const_cast<std::uint64_t&>(word)).load(std::memory_order_relaxed);
 }
 
 void Clear(QvHistory& history) {
-    for (std::uint64_t& value : history.values) Store(value);
-    for (std::uint64_t& word : history.bookkeeping) Store(word);
+    for (std::uint64_t& value : history.values)
+        Store(value);
+    for (std::uint64_t& word : history.bookkeeping)
+        Store(word);
 }
 
 }  // namespace

@@ -29,8 +29,8 @@ void ShowTaskDialog(const std::wstring& title, const std::wstring& content, Task
     using TaskDialogIndirectFunction = HRESULT(WINAPI*)(const TASKDIALOGCONFIG*, int*, int*, BOOL*);
     const HMODULE library = GetModuleHandleW(L"comctl32.dll");
     const auto show = library == nullptr ? nullptr
-                                         : reinterpret_cast<TaskDialogIndirectFunction>(reinterpret_cast<void*>(
-                                               GetProcAddress(library, "TaskDialogIndirect")));
+                                         : reinterpret_cast<TaskDialogIndirectFunction>(
+                                               reinterpret_cast<void*>(GetProcAddress(library, "TaskDialogIndirect")));
     if (show != nullptr && SUCCEEDED(show(&config, nullptr, nullptr, nullptr))) return;
     const UINT flags = icon == TaskDialogIcon::Error ? MB_ICONERROR : MB_ICONINFORMATION;
     MessageBoxW(config.hwndParent, content.c_str(), title.c_str(), MB_OK | flags);

@@ -4,6 +4,6 @@
 
 enum class TaskDialogIcon { Error, Information };
 
-// A message with an OK button over the active window: title, content with clickable links, icon. GUI thread; returns when the
-// user has closed it. Systems without the themed dialog show a plain message box instead.
+// A message with an OK button over the active window: title, content with clickable links, icon. GUI thread; returns when
+// the user has closed it. Systems without the themed dialog show a plain message box instead.
 void ShowTaskDialog(const std::wstring& title, const std::wstring& content, TaskDialogIcon icon);

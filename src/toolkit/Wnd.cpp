@@ -20,7 +20,9 @@ bool CWnd::CreateMessageOnly() {
     return Create(spec, HWND_MESSAGE);
 }
 
-bool CWnd::CreateTopLevel(const WindowSpec& spec) { return Create(spec, nullptr); }
+bool CWnd::CreateTopLevel(const WindowSpec& spec) {
+    return Create(spec, nullptr);
+}
 
 bool CWnd::Create(const WindowSpec& spec, HWND parent) {
     WNDCLASSEXW windowClass = {};

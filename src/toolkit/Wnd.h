@@ -11,7 +11,8 @@ struct WindowSpec {
     HICON icon = nullptr;
 };
 
-// A window whose messages go to a virtual operation. All of it belongs to one thread. The window is destroyed with the object.
+// A window whose messages go to a virtual operation. All of it belongs to one thread. The window is destroyed with the
+// object.
 class CWnd {
   public:
     CWnd() = default;

@@ -1,0 +1,145 @@
+#include "app/QuorvelMinerApp.h"
+
+#include <winsock2.h>
+
+#include <stdexcept>
+
+#include "app/MainWindow.h"
+#include "app/res/resource.h"
+#include "common/CodePage.h"
+#include "common/Messages.h"
+#include "common/Version.h"
+#include "gpu/GpuTelemetry.h"
+#include "mining/AlgorithmEnumeration.h"
+#include "toolkit/TaskDialog.h"
+
+namespace {
+
+std::wstring ComputerName() {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+    return GetComputerNameW(name, &length) ? std::wstring(name, length) : std::wstring();
+}
+
+void MakeDpiAware() {
+    using Function = BOOL(WINAPI*)();
+    const HMODULE library = GetModuleHandleW(L"user32.dll");
+    if (library == nullptr) return;
+    const auto setAware = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "SetProcessDPIAware")));
+    if (setAware != nullptr) setAware();
+}
+
+}  // namespace
+
+CQuorvelMinerApp::CQuorvelMinerApp() : m_hostName(ComputerName()) {}
+
+CQuorvelMinerApp::~CQuorvelMinerApp() = default;
+
+bool CQuorvelMinerApp::InitInstance() {
+    CWinApp::InitInstance();
+    if (!ClaimSingleInstance()) return false;
+    MakeDpiAware();
+    WSADATA winsock = {};
+    WSAStartup(MAKEWORD(2, 2), &winsock);
+    m_folders = SetUpFolders();
+    m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
+    m_settingsFile->Load(m_settings);
+    OpenMainLog();
+    EnumerateAlgorithms(m_folders.algosFolder, m_algorithms);
+    if (!DiscoverGpus()) return false;
+    LoadConfiguration();
+    RunMainWindow();
+    return false;
+}
+
+bool CQuorvelMinerApp::ClaimSingleInstance() {
+    m_instanceMutex = CreateMutexW(nullptr, TRUE, kApplicationName);
+    if (GetLastError() != ERROR_ALREADY_EXISTS) return true;
+    if (m_instanceMutex != nullptr) CloseHandle(m_instanceMutex);
+    m_instanceMutex = nullptr;
+    ShowTaskDialog(kApplicationName, std::wstring(L"You can run only a single instance of '") + kApplicationName + L"'!",
+                   TaskDialogIcon::Error);
+    return false;
+}
+
+void CQuorvelMinerApp::OpenMainLog() {
+    m_mainLog.enabled = m_settings.MainLog;
+    m_mainLog.CreateLogSystem((m_folders.logsFolder + kApplicationName).c_str(), 0);
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"*** %s ***", kApplicationName);
+}
+
+bool CQuorvelMinerApp::DiscoverGpus() {
+    m_cuda = std::make_unique<CCudaRuntime>(m_folders.installationFolder);
+    m_nvml = std::make_unique<CNvml>(m_folders.installationFolder);
+    m_unassignedPool = MakeUnassignedPool(m_algorithms);
+    const auto showError = [](const std::wstring& text) { ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error); };
+    try {
+        const auto initialPool = [this] { return m_unassignedPool.get(); };
+        return m_gpus.Init({*m_cuda, *m_nvml, m_mainLog, initialPool, showError}) == 0;
+    } catch (const std::runtime_error& error) {
+        m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", NarrowToWide(error.what()).c_str());
+        showError(NarrowToWide(error.what()));
+        return false;
+    }
+}
+
+void CQuorvelMinerApp::LoadConfiguration() {
+    m_configuration =
+        std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus.Gpus(), m_unassignedPool,
+                                              m_hostName, [this](const std::wstring& text) { LogMain(text.c_str()); });
+    m_configuration->Load();
+    for (const auto& entry : m_configuration->Current()->configurations) {
+        m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Configuration: %d GPUs on %s, backup %s",
+                            static_cast<int>(entry.gpus.size()), entry.primaryPool->Name, entry.secondaryPool->Name);
+    }
+}
+
+void CQuorvelMinerApp::RunMainWindow() {
+    m_miningContext = std::make_unique<MiningContext>(MiningContext{
+        m_algorithms, *this, SystemClock(), m_mainLog, m_folders.minerLogsFolder, m_settings.ConnectionLog != 0});
+    m_mining = std::make_unique<CMining>(*m_miningContext);
+    CMainWindow window({m_folders, m_settings, *m_settingsFile, *m_configuration, *m_mining, m_gpus.Gpus(),
+                        [this](QvGpuRecord& gpu) { UpdateTelemetry(*m_nvml, gpu); }});
+    m_pMainWnd = &window;
+    if (window.Create(LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APPLICATION_ICON)))) {
+        m_mainWindow = window.Handle();
+        RunMessageLoop();
+        m_mainWindow = nullptr;
+    }
+    m_mining->Stop();
+    m_pMainWnd = nullptr;
+}
+
+int CQuorvelMinerApp::ExitInstance() {
+    if (m_instanceMutex != nullptr) {
+        if (m_configuration != nullptr) m_configuration->Save();
+        m_settingsFile->Save(m_settings);
+        WSACleanup();
+        ReleaseMutex(m_instanceMutex);
+    }
+    return CWinApp::ExitInstance();
+}
+
+void CQuorvelMinerApp::LogMain(const wchar_t* text) {
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", text);
+}
+
+CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {
+    for (QvGpuRecord* gpu : m_gpus.Gpus()) {
+        if (gpu->cudaId == cudaId) return &gpu->statistics;
+    }
+    return nullptr;
+}
+
+void CQuorvelMinerApp::PoolErrorHappened(const PoolError& error) {
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Pool error %d: %s", error.code, NarrowToWide(error.text).c_str());
+}
+
+void CQuorvelMinerApp::RequestStopMining() {
+    const HWND window = m_mainWindow;
+    if (window != nullptr) PostMessageW(window, kMessageMining, 0, 0);
+}
+
+std::wstring CQuorvelMinerApp::DefaultWorkerName() {
+    return m_configuration->Current()->DefaultWorkerName;
+}

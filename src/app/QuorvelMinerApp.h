@@ -1,0 +1,59 @@
+#pragma once
+#include <atomic>
+#include <memory>
+#include <string>
+#include "app/ApplicationFolders.h"
+#include "config/AlgorithmList.h"
+#include "config/ConfigurationStore.h"
+#include "config/RuntimeSettings.h"
+#include "gpu/CudaRuntime.h"
+#include "gpu/ManagerMinerGpus.h"
+#include "gpu/Nvml.h"
+#include "mining/Mining.h"
+#include "pool/StratumHost.h"
+#include "support/LogSystem.h"
+#include "toolkit/WinApp.h"
+
+// The composition root: owns everything that lives as long as the process and runs start-up and shutdown on the GUI thread.
+class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
+  public:
+    CQuorvelMinerApp();
+    ~CQuorvelMinerApp() override;
+
+    // False in every case: the main window has been and gone when it returns.
+    bool InitInstance() override;
+    // Saves the configuration and the settings, if this is the instance that owns the mutex.
+    int ExitInstance() override;
+
+    // One line in the main log. Any thread.
+    void LogMain(const wchar_t* text);
+
+  private:
+    bool ClaimSingleInstance();
+    void OpenMainLog();
+    bool DiscoverGpus();
+    void LoadConfiguration();
+    void RunMainWindow();
+
+    // IStratumHost; sessions' I/O threads.
+    CMiningStatistics* FindStatistics(std::int32_t cudaId) override;
+    void PoolErrorHappened(const PoolError& error) override;
+    void RequestStopMining() override;
+    std::wstring DefaultWorkerName() override;
+
+    std::wstring m_hostName;
+    HANDLE m_instanceMutex = nullptr;  // null: another instance runs, start-up went no further
+    ApplicationFolders m_folders;
+    RuntimeSettings m_settings;
+    std::unique_ptr<CRuntimeSettingsFile> m_settingsFile;
+    CBKLogSystem m_mainLog;
+    CAlgorithmList m_algorithms;
+    std::unique_ptr<CCudaRuntime> m_cuda;
+    std::unique_ptr<CNvml> m_nvml;
+    PoolPointer m_unassignedPool;
+    CManagerMinerGpus m_gpus;
+    std::unique_ptr<CConfigurationStore> m_configuration;
+    std::unique_ptr<MiningContext> m_miningContext;
+    std::unique_ptr<CMining> m_mining;
+    std::atomic<HWND> m_mainWindow = nullptr;
+};

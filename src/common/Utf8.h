@@ -1,0 +1,9 @@
+#pragma once
+#include <optional>
+#include <string_view>
+
+// True for well-formed UTF-8: no overlong forms, surrogates or values above 10FFFF (RFC 3629).
+bool IsValidUtf8(std::string_view text) noexcept;
+
+// Takes the first character off the text, which must not be empty. Nothing: it is malformed, and one byte was taken off.
+std::optional<char32_t> TakeUtf8(std::string_view& text) noexcept;

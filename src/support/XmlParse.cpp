@@ -1,0 +1,93 @@
+#include <algorithm>
+#include <boost/property_tree/xml_parser.hpp>
+#include <istream>
+#include <streambuf>
+
+#include "common/CodePage.h"
+#include "support/XmlFormat.h"
+#include "support/XmlScan.h"
+
+namespace {
+
+using Tree = boost::property_tree::ptree;
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Reads the caller's bytes in place.
+class CViewBuffer final : public std::streambuf {
+  public:
+    explicit CViewBuffer(std::string_view bytes) {
+        char* begin = const_cast<char*>(bytes.data());  // a get area is never written
+        setg(begin, begin, begin + bytes.size());
+    }
+};
+
+class CTreeReader {
+  public:
+    XML_NODE Element(const std::string& name, const Tree& source, std::int32_t level) {
+        XML_NODE node{level, Name(name), {}, {}};
+        for (const auto& [key, child] : source) {
+            if (key == "<xmlattr>") {
+                for (const auto& [attribute, value] : child) {
+                    node.attributes.emplace_back(Name(attribute), Value(value.data()));
+                }
+            } else {
+                node.children.push_back(Element(key, child, level + 1));
+            }
+        }
+        return node;
+    }
+
+    bool LostCharacters() const { return m_lostCharacters; }
+
+  private:
+    std::string Name(const std::string& utf8) {
+        std::string name = Utf8ToNarrow(utf8, &m_lostCharacters);
+        std::replace(name.begin(), name.end(), '?', '_');  // what stands for a lost character is none of a name's
+        return name;
+    }
+
+    // Control characters can come only from character references that XML 1.0 forbids; they are dropped.
+    std::string Value(std::string utf8) {
+        std::erase_if(utf8,
+                      [](char c) { return static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r'; });
+        return Utf8ToNarrow(utf8, &m_lostCharacters);
+    }
+
+    bool m_lostCharacters = false;
+};
+
+}  // namespace
+
+CBKXmlFormat::CBKXmlFormat() = default;
+CBKXmlFormat::~CBKXmlFormat() = default;
+
+XML_NODE* CBKXmlFormat::Parse(std::string_view utf8) {
+    m_root.reset();
+    m_lostCharacters = false;
+    m_status = XmlStatus::Malformed;
+    if (utf8.starts_with(kByteOrderMark)) utf8.remove_prefix(kByteOrderMark.size());
+    if (!IsAcceptableXml(utf8)) return nullptr;
+
+    Tree tree;
+    CViewBuffer buffer(utf8);
+    std::istream stream(&buffer);
+    try {
+        read_xml(stream, tree, boost::property_tree::xml_parser::no_comments);
+    } catch (const boost::property_tree::ptree_error&) {
+        return nullptr;
+    }
+    if (tree.empty()) return nullptr;
+    CTreeReader reader;
+    m_root = std::make_unique<XML_NODE>(reader.Element(tree.front().first, tree.front().second, 0));
+    m_lostCharacters = reader.LostCharacters();
+    m_status = XmlStatus::Ok;
+    return m_root.get();
+}
+
+XML_NODE* CBKXmlFormat::AddRootNode(const char* name) {
+    m_root = std::make_unique<XML_NODE>(XML_NODE{0, name, {}, {}});
+    m_status = XmlStatus::Ok;
+    m_lostCharacters = false;
+    return m_root.get();
+}

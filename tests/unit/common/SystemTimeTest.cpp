@@ -1,0 +1,38 @@
+#include "common/SystemTime.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// 2024-02-29 23:58:07.045 6 UTC
+constexpr ddt_datetime kLeapDay{133'537'246'870'456'000};
+
+TEST(SystemTime, WritesByPicture) {
+    EXPECT_EQ(DateText(kLeapDay, L"yyyy-MM-dd"), L"2024-02-29");
+    EXPECT_EQ(TimeText(kLeapDay, L"HH:mm:ss"), L"23:58:07");
+    EXPECT_EQ(TimeText(kLeapDay, L"HH:mm:ss", L".%03d"), L"23:58:07.045");
+    EXPECT_EQ(YearOf(kLeapDay), 2024u);
+    EXPECT_FALSE(DateText(kLeapDay, nullptr).empty());
+    EXPECT_FALSE(TimeText(kLeapDay, nullptr).empty());
+}
+
+TEST(SystemTime, NoTimeIsEmptyAndAnImpossibleOneIsNaT) {
+    EXPECT_EQ(DateText({}, L"yyyy"), L"");
+    EXPECT_EQ(TimeText({}, L"HH", L".%03d"), L"");
+    constexpr ddt_datetime kNegative{-1};
+    EXPECT_EQ(DateText(kNegative, L"yyyy"), L"");
+    EXPECT_EQ(TimeText(kNegative, L"HH", L".%03d"), L"NaT");
+    EXPECT_EQ(YearOf(kNegative), 0u);
+}
+
+TEST(SystemTime, TheModesDifferByTheBias) {
+    EXPECT_FALSE(CurrentTime(TimeMode::None).IsSet());
+    const ddt_datetime utc = CurrentTime(TimeMode::Utc);
+    const ddt_datetime local = CurrentTime(TimeMode::Local);
+    const TimeSpan drift = local.ticks - LocalFromUtc(utc).ticks;
+    EXPECT_GE(drift, 0);
+    EXPECT_LT(drift, 10 * kTicksPerMinute);
+    EXPECT_EQ((LocalFromUtc(utc).ticks - utc.ticks) % kTicksPerMinute, 0);
+}
+
+}  // namespace
