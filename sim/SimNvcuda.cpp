@@ -1,0 +1,172 @@
+// A simulated nvcuda.dll: the device queries of the CUDA driver API, answered from SimGpus.ini. Whatever would compute is
+// refused with CUDA_ERROR_NOT_SUPPORTED. Numbers and shapes: CUDA Driver API reference.
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+
+#include "SimConfig.h"
+
+#define SIM_EXPORT extern "C" __declspec(dllexport)
+
+namespace {
+
+enum CUresult : std::int32_t {
+    CUDA_SUCCESS = 0,
+    CUDA_ERROR_INVALID_VALUE = 1,
+    CUDA_ERROR_NOT_INITIALIZED = 3,
+    CUDA_ERROR_NO_DEVICE = 100,
+    CUDA_ERROR_INVALID_DEVICE = 101,
+    CUDA_ERROR_NOT_SUPPORTED = 801,
+    CUDA_ERROR_UNKNOWN = 999
+};
+using CUdevice = std::int32_t;
+
+struct CUuuid {
+    std::uint8_t bytes[16];
+};
+
+struct AttributeKey {
+    std::int32_t attribute;
+    const wchar_t* key;
+};
+constexpr AttributeKey kAttributes[] = {
+    {10, L"WarpSize"},  {16, L"MultiProcessors"}, {33, L"PciBus"}, {34, L"PciDevice"}, {39, L"MaxThreadsPerMultiProcessor"},
+    {50, L"PciDomain"}, {75, L"Major"},           {76, L"Minor"},
+};
+
+struct ErrorName {
+    CUresult error;
+    const char* name;
+    const char* text;
+};
+constexpr ErrorName kErrors[] = {
+    {CUDA_SUCCESS, "CUDA_SUCCESS", "no error"},
+    {CUDA_ERROR_INVALID_VALUE, "CUDA_ERROR_INVALID_VALUE", "invalid argument"},
+    {CUDA_ERROR_NOT_INITIALIZED, "CUDA_ERROR_NOT_INITIALIZED", "initialization error"},
+    {CUDA_ERROR_NO_DEVICE, "CUDA_ERROR_NO_DEVICE", "no CUDA-capable device is detected"},
+    {CUDA_ERROR_INVALID_DEVICE, "CUDA_ERROR_INVALID_DEVICE", "invalid device ordinal"},
+    {CUDA_ERROR_NOT_SUPPORTED, "CUDA_ERROR_NOT_SUPPORTED", "operation not supported (simulated GPU)"},
+    {CUDA_ERROR_UNKNOWN, "CUDA_ERROR_UNKNOWN", "unknown error"},
+};
+
+std::atomic<bool> initialized = false;
+
+CUresult CheckDevice(CUdevice device) {
+    if (!initialized) return CUDA_ERROR_NOT_INITIALIZED;
+    return device >= 0 && device < SimGpuCount() ? CUDA_SUCCESS : CUDA_ERROR_INVALID_DEVICE;
+}
+
+CUresult FindError(CUresult error, const char* ErrorName::*member, const char** text) {
+    if (text == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    const auto row = std::ranges::find(kErrors, error, &ErrorName::error);
+    *text = row != std::end(kErrors) ? row->*member : nullptr;
+    return *text != nullptr ? CUDA_SUCCESS : CUDA_ERROR_INVALID_VALUE;
+}
+
+}  // namespace
+
+SIM_EXPORT CUresult cuInit(unsigned flags) {
+    if (flags != 0) return CUDA_ERROR_INVALID_VALUE;
+    std::int32_t error = CUDA_ERROR_UNKNOWN;
+    SimValue(L"Driver", L"InitError", error);
+    if (error == CUDA_SUCCESS && SimGpuCount() == 0) error = CUDA_ERROR_NO_DEVICE;
+    initialized = error == CUDA_SUCCESS;
+    return static_cast<CUresult>(error);
+}
+
+SIM_EXPORT CUresult cuDriverGetVersion(std::int32_t* version) {
+    if (version == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    return SimValue(L"Driver", L"Version", *version) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+}
+
+SIM_EXPORT CUresult cuDeviceGetCount(std::int32_t* count) {
+    if (!initialized) return CUDA_ERROR_NOT_INITIALIZED;
+    if (count == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    *count = SimGpuCount();
+    return CUDA_SUCCESS;
+}
+
+SIM_EXPORT CUresult cuDeviceGet(CUdevice* device, std::int32_t ordinal) {
+    if (device == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    const CUresult error = CheckDevice(ordinal);
+    if (error == CUDA_SUCCESS) *device = ordinal;
+    return error;
+}
+
+SIM_EXPORT CUresult cuDeviceGetName(char* name, std::int32_t length, CUdevice device) {
+    if (name == nullptr || length <= 0) return CUDA_ERROR_INVALID_VALUE;
+    const CUresult error = CheckDevice(device);
+    if (error != CUDA_SUCCESS) return error;
+    const auto text = SimText(SimGpuSection(device), L"Name");
+    if (!text) return CUDA_ERROR_UNKNOWN;
+    const std::size_t copied = text->copy(name, static_cast<std::size_t>(length) - 1);
+    name[copied] = '\0';
+    return CUDA_SUCCESS;
+}
+
+SIM_EXPORT CUresult cuDeviceGetUuid(CUuuid* uuid, CUdevice device) {
+    if (uuid == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    const CUresult error = CheckDevice(device);
+    if (error != CUDA_SUCCESS) return error;
+    return SimUuid(device, uuid->bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+}
+
+SIM_EXPORT CUresult cuDeviceGetUuid_v2(CUuuid* uuid, CUdevice device) {
+    return cuDeviceGetUuid(uuid, device);
+}
+
+SIM_EXPORT CUresult cuDeviceGetAttribute(std::int32_t* value, std::int32_t attribute, CUdevice device) {
+    const auto row = std::ranges::find(kAttributes, attribute, &AttributeKey::attribute);
+    if (value == nullptr || row == std::end(kAttributes)) return CUDA_ERROR_INVALID_VALUE;
+    const CUresult error = CheckDevice(device);
+    if (error != CUDA_SUCCESS) return error;
+    return SimValue(SimGpuSection(device), row->key, *value) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+}
+
+SIM_EXPORT CUresult cuDeviceTotalMem_v2(std::size_t* bytes, CUdevice device) {
+    if (bytes == nullptr) return CUDA_ERROR_INVALID_VALUE;
+    const CUresult error = CheckDevice(device);
+    if (error != CUDA_SUCCESS) return error;
+    return SimValue(SimGpuSection(device), L"MemoryTotal", *bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+}
+
+SIM_EXPORT CUresult cuGetErrorName(CUresult error, const char** name) {
+    return FindError(error, &ErrorName::name, name);
+}
+
+SIM_EXPORT CUresult cuGetErrorString(CUresult error, const char** text) {
+    return FindError(error, &ErrorName::text, text);
+}
+
+// The x64 calling convention lets a function ignore its arguments.
+#define SIM_REFUSE(name)                                                            \
+    SIM_EXPORT CUresult name() {                                                    \
+        return initialized ? CUDA_ERROR_NOT_SUPPORTED : CUDA_ERROR_NOT_INITIALIZED; \
+    }
+
+SIM_REFUSE(cuCtxCreate_v2)
+SIM_REFUSE(cuCtxDestroy_v2)
+SIM_REFUSE(cuCtxSetCurrent)
+SIM_REFUSE(cuCtxSynchronize)
+SIM_REFUSE(cuDevicePrimaryCtxRetain)
+SIM_REFUSE(cuDevicePrimaryCtxRelease_v2)
+SIM_REFUSE(cuModuleLoadData)
+SIM_REFUSE(cuModuleLoadDataEx)
+SIM_REFUSE(cuModuleUnload)
+SIM_REFUSE(cuModuleGetFunction)
+SIM_REFUSE(cuModuleGetGlobal_v2)
+SIM_REFUSE(cuMemAlloc_v2)
+SIM_REFUSE(cuMemFree_v2)
+SIM_REFUSE(cuMemGetInfo_v2)
+SIM_REFUSE(cuMemHostAlloc)
+SIM_REFUSE(cuMemFreeHost)
+SIM_REFUSE(cuMemcpyHtoD_v2)
+SIM_REFUSE(cuMemcpyDtoH_v2)
+SIM_REFUSE(cuMemcpyHtoDAsync_v2)
+SIM_REFUSE(cuMemcpyDtoHAsync_v2)
+SIM_REFUSE(cuMemsetD32_v2)
+SIM_REFUSE(cuMemsetD8_v2)
+SIM_REFUSE(cuStreamCreate)
+SIM_REFUSE(cuStreamDestroy_v2)
+SIM_REFUSE(cuStreamSynchronize)
+SIM_REFUSE(cuLaunchKernel)

@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+#include "quorvel/plugin.h"
+
+// One algorithm plug-in found at start-up.
+struct AlgorithmEntry {
+    QvDescriptor record = {};  // libraryPath empty: no library, only the built-in fallback has that
+    std::wstring unit = L"H/s";
+};
+
+// The algorithms found at start-up. Filled on the GUI thread before any reader exists, constant afterwards.
+class CAlgorithmList {
+  public:
+    CAlgorithmList();
+    CAlgorithmList(const CAlgorithmList&) = delete;
+    CAlgorithmList& operator=(const CAlgorithmList&) = delete;
+
+    void Add(AlgorithmEntry entry);
+    const std::vector<std::unique_ptr<AlgorithmEntry>>& Entries() const { return m_entries; }
+
+    // The first with that id, else the fallback "Unknown", which has no library. Never null, valid as long as the list.
+    const AlgorithmEntry& Find(std::int32_t id) const;
+    const AlgorithmEntry& Fallback() const { return m_fallback; }
+
+  private:
+    std::vector<std::unique_ptr<AlgorithmEntry>> m_entries;
+    AlgorithmEntry m_fallback;
+};

@@ -1,0 +1,41 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include "config/KeptXmlFile.h"
+
+struct SettingsRect {
+    std::int32_t left = 0, top = 0, right = 0, bottom = 0;
+    bool IsEmpty() const { return left >= right || top >= bottom; }
+};
+
+// What the user sets in the main window. One record, GUI thread only.
+struct RuntimeSettings {
+    SettingsRect WindowPos;
+    SettingsRect ConfigWorkerPos;
+    SettingsRect ConfigMiningPoolsPos;
+    std::int32_t StartSolverOnStart = 0;
+    std::uint32_t HostIP = 16777343;  // IPv4 address in network byte order as a number: 127.0.0.1
+    std::uint32_t HostPort = 8010;
+    std::int32_t MainLog = 0;
+    std::int32_t ConnectionLog = 0;
+    std::int32_t ControlState = 0;  // 0 offline, 1 listen, 2 last state
+    std::int32_t MiningState = 0;   // 0 stopped, 1 started, 2 last state
+    std::int32_t LastControlState = 0;
+    std::int32_t LastMiningState = 0;
+};
+
+// RuntimeSettingsMiner.xml. Windows only; GUI thread. settingsFolder ends with a backslash.
+class CRuntimeSettingsFile {
+  public:
+    explicit CRuntimeSettingsFile(const std::wstring& settingsFolder);
+
+    // Missing, malformed or unreadable: settings stay as they are. A malformed file is kept as *.bad. False: it exists but
+    // could not be used.
+    bool Load(RuntimeSettings& settings);
+    // A Windows error code. A file that was never loaded, or could not be read, is left alone (0).
+    unsigned long Save(const RuntimeSettings& settings);
+
+  private:
+    CKeptXmlFile m_file;
+    bool m_loaded = false;
+};

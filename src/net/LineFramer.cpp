@@ -1,0 +1,50 @@
+#include "net/LineFramer.h"
+#include <cstring>
+
+namespace {
+
+// Unused room that the pending buffer may hold beside twice its contents.
+constexpr std::size_t kTolerableRoom = 64 * 1024;
+
+}  // namespace
+
+CLineFramer::CLineFramer(char delimiter, std::size_t limit) : m_delimiter(delimiter), m_limit(limit) {}
+
+void CLineFramer::Add(std::span<const char> bytes) {
+    m_pending.Append(bytes);
+}
+
+std::span<char> CLineFramer::NextLine() {
+    while (m_searched < m_pending.Length()) {
+        const char* const from = m_pending.Data() + m_searched;
+        const void* const found = std::memchr(from, m_delimiter, m_pending.Length() - m_searched);
+        if (found == nullptr) break;
+        const std::size_t end = m_searched + static_cast<std::size_t>(static_cast<const char*>(found) - from) + 1;
+        const std::span<const char> source(m_pending.Data() + m_taken, end - m_taken);
+        m_taken = m_searched = end;
+
+        m_line.Clear();
+        m_line.Trim();
+        static constexpr char kNul = '\0';
+        // A line for which there is no memory is lost, not handed out without its end.
+        if (m_line.Append(source) && m_line.Append({&kNul, 1})) return {m_line.Data(), m_line.Length()};
+    }
+    DropTaken();
+    return {};
+}
+
+void CLineFramer::DropTaken() {
+    m_pending.Consume(m_taken);
+    m_taken = 0;
+    m_searched = m_pending.Length();
+    if (m_pending.Length() == 0) {
+        m_pending.Trim();
+    } else if (m_pending.Capacity() > 2 * m_pending.Length() + kTolerableRoom) {
+        m_pending.Repack();  // a stream whose reads never end with a line leaves no empty buffer to trim
+    }
+}
+
+void CLineFramer::Clear() {
+    m_pending.Clear();
+    m_taken = m_searched = 0;
+}

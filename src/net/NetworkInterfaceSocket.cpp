@@ -1,0 +1,78 @@
+#include "net/NetworkInterfaceSocket.h"
+#include <string>
+#include <utility>
+#include "common/Clock.h"
+#include "net/HostText.h"
+
+_NetworkInterfaceSocket::_NetworkInterfaceSocket(IResolver& resolver) : m_resolver(resolver) {}
+
+_NetworkInterfaceSocket::~_NetworkInterfaceSocket() {
+    m_stopping = true;
+    StopThread(INFINITE);
+}
+
+void _NetworkInterfaceSocket::StartClient(std::wstring& hostText, std::uint32_t defaultPort, std::uint32_t option) {
+    if (!PrepareStart()) return;
+    m_listenMode = 0;
+    m_port = CutPort(hostText, defaultPort);
+    m_host = hostText.substr(0, kMaximumHostCharacters);
+    m_option = option;
+    m_address = 0;
+    Launch();
+}
+
+void _NetworkInterfaceSocket::StartServer(const EndpointRecord& endpoint) {
+    if (!PrepareStart()) return;
+    m_listenMode = 1;
+    m_host.assign(endpoint.host, wcsnlen(endpoint.host, kMaximumHostCharacters));
+    m_address = endpoint.address;
+    m_port = endpoint.port;
+    m_option = endpoint.option;
+    m_reconnectInterval = endpoint.reconnectInterval;
+    Launch();
+}
+
+bool _NetworkInterfaceSocket::PrepareStart() {
+    if (IsRunning()) return false;
+    StopThread(INFINITE);  // a thread that no longer counts as running may still be on its last steps
+    return true;
+}
+
+void _NetworkInterfaceSocket::Launch() {
+    m_stopping = false;
+    m_running = 1;  // from here on, not from when the new thread gets to it: a second start right after must see it
+    if (!StartThread(nullptr)) m_running = 0;
+}
+
+bool _NetworkInterfaceSocket::Stop() {
+    m_stopping = true;
+    return StopThread(kStopWaitMilliseconds);
+}
+
+std::uint32_t _NetworkInterfaceSocket::Send(std::string_view bytes, std::uintptr_t userValue) {
+    std::uint32_t result = WSAENOTCONN;
+    DWORD sent = 0;
+    {
+        const std::lock_guard lock(m_dataLock);
+        if (m_data.IsOpen() && m_state == ConnectionState::Connected) {
+            // The interface takes a writable pointer but only reads.
+            WSABUF buffer = {static_cast<u_long>(bytes.size()), const_cast<char*>(bytes.data())};
+            const int status = WSASend(m_data.Get(), &buffer, 1, &sent, 0, nullptr, nullptr);
+            result = status == 0 ? 0 : static_cast<std::uint32_t>(WSAGetLastError());
+        }
+    }
+    const ddt_datetime now = SystemClock().UtcNow();
+    if (result == 0) m_lastSendTime = now.ticks;
+    OnDataSent(bytes.data(), sent, now, result, userValue);
+    return result;
+}
+
+void _NetworkInterfaceSocket::SetFraming(bool on, char delimiter) {
+    m_framing = on;
+    m_delimiter = delimiter;
+}
+
+void _NetworkInterfaceSocket::SetDataSocket(CSocket socket) {
+    const std::lock_guard lock(m_dataLock);
+    m_data = std::move(socket);
+}

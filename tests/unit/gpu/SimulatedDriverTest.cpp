@@ -1,0 +1,194 @@
+// Discovery and telemetry through the real loaders, on the simulated driver libraries in a folder of the test's own.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "../support/ScratchFolder.h"
+#include "gpu/CudaRuntime.h"
+#include "gpu/GpuTelemetry.h"
+#include "gpu/ManagerMinerGpus.h"
+#include "gpu/Nvml.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class CSimulatedDriverTest : public testing::Test {
+  protected:
+    CSimulatedDriverTest() {
+        fs::copy_file(QV_SIM_NVCUDA, m_folder.Path(L"nvcuda.dll"));
+        fs::copy_file(QV_SIM_NVML, m_folder.Path(L"nvml.dll"));
+        WriteFileBytes(IniPath(), FileBytes(fs::path(QV_SIM_INI).wstring()));
+    }
+    std::wstring IniPath() const { return m_folder.Path(L"SimGpus.ini"); }
+    std::wstring Folder() const { return m_folder.Path(L""); }
+
+    void Set(const std::string& section, const std::string& key, const std::string& value) {
+        std::string text = FileBytes(IniPath());
+        const std::size_t start = text.find("\n" + key + "=", text.find("\n[" + section + "]")) + key.size() + 2;
+        text.replace(start, text.find('\n', start) - start, value);
+        WriteFileBytes(IniPath(), text);
+    }
+
+    // The loaders live until the end of the test, as the program's do.
+    CManagerMinerGpus& Discover() {
+        m_cuda.emplace(Folder());
+        m_nvml.emplace(Folder());
+        m_manager.emplace(CManagerMinerGpus::Surroundings{.cuda = *m_cuda,
+                                                          .nvml = *m_nvml,
+                                                          .log = m_log,
+                                                          .initialPool = [] { return nullptr; },
+                                                          .showError = [](const std::wstring&) { ADD_FAILURE(); }});
+        EXPECT_EQ(m_manager->Init(), 0);
+        return *m_manager;
+    }
+
+    CScratchFolder m_folder;  // first: a library's file can be removed only when it is no longer loaded
+    CBKLogSystem m_log;
+    std::optional<CCudaRuntime> m_cuda;
+    std::optional<CNvml> m_nvml;
+    std::optional<CManagerMinerGpus> m_manager;
+};
+
+TEST_F(CSimulatedDriverTest, FindsTheSampleCardsAndFollowsTheFile) {
+    const auto gpus = Discover().Gpus();
+    ASSERT_EQ(gpus.size(), 2u);
+    QvGpuRecord& gpu = *gpus[0];
+    EXPECT_EQ(gpu.cudaId, 0);
+    EXPECT_STREQ(gpu.name, "Simulated RTX 3080");
+    EXPECT_EQ(gpu.uuid[0], 0x3F);
+    EXPECT_EQ(gpu.uuid[15], 0x38);
+    EXPECT_EQ(gpu.ccMajor, 8);
+    EXPECT_EQ(gpu.ccMinor, 6);
+    EXPECT_EQ(gpu.totalCores, 68 * 64);
+    EXPECT_EQ(gpu.warpSize, 32);
+    EXPECT_EQ(gpu.maxThreadsPerMultiProc, 1536);
+    EXPECT_EQ(gpu.pci.bus, 10u);
+    EXPECT_STREQ(gpu.pci.busId, "00000000:0A:00.0");
+    EXPECT_EQ(gpu.memoryTotal, 10'737'418'240u);
+    EXPECT_EQ(gpu.memoryUsed, 5'142'216'704u);
+    EXPECT_EQ(gpu.temperature, 61u);
+    EXPECT_EQ(gpu.fanSpeed, 55u);
+    EXPECT_EQ(gpu.coreClock, 1710u);
+    EXPECT_EQ(gpu.memoryClock, 9501u);
+    EXPECT_EQ(gpu.powerUsage, 228u);
+    EXPECT_EQ(gpu.gpuUtilization, 99u);
+    EXPECT_EQ(gpu.telemetryState, 2u);
+    EXPECT_EQ(gpus[1]->cudaId, 1);
+    EXPECT_STREQ(gpus[1]->name, "Simulated GTX 1070");
+    EXPECT_EQ(gpus[1]->totalCores, 15 * 128);
+
+    Set("Gpu0", "Temperature", "83  ; turned up by hand");
+    Set("Gpu0", "FanSpeed", "fail");
+    UpdateTelemetry(gpu, *m_nvml);
+    EXPECT_EQ(gpu.temperature, 83u);
+    EXPECT_EQ(gpu.fanSpeed, 55u);
+    EXPECT_EQ(gpu.telemetryState, 2u);
+
+    Set("Gpu0", "PowerUsage", "fail");
+    Set("Gpu0", "FanSpeed", "90");
+    UpdateTelemetry(gpu, *m_nvml);
+    EXPECT_EQ(gpu.fanSpeed, 90u);
+    EXPECT_EQ(gpu.powerUsage, 228u);
+    EXPECT_EQ(gpu.telemetryState, 1u);
+}
+
+TEST_F(CSimulatedDriverTest, DriverStateBecomesRuntimeCode) {
+    struct Row {
+        const char* version;
+        const char* initError;
+        std::int32_t code;
+        std::int32_t count;
+        const char* text;
+    };
+    const Row rows[] = {
+        {"10000", "0", 0, 2, "no error"},
+        {"9020", "0", 35, -1, "CUDA driver version is insufficient for CUDA runtime version"},
+        {"fail", "0", 999, -1, "unknown error"},
+        {"12040", "100", 0, 0, "no error"},
+        {"12040", "3", 3, -1, "initialization error"},
+        {"12040", "54321", 54321, -1, "unrecognized error code"},
+    };
+    CCudaRuntime cuda(Folder());
+    for (const Row& row : rows) {
+        Set("Driver", "Version", row.version);
+        Set("Driver", "InitError", row.initError);
+        std::int32_t count = -1;
+        const CudaError error = cuda.GetDeviceCount(count);
+        EXPECT_EQ(static_cast<std::int32_t>(error), row.code) << row.version << ' ' << row.initError;
+        EXPECT_EQ(count, row.count);
+        EXPECT_STREQ(cuda.GetErrorString(error), row.text);
+    }
+}
+
+// Without the file the libraries beside the executable are not looked at; with the file no others are.
+TEST_F(CSimulatedDriverTest, LibrariesAreTakenFromTheRightFolderOnly) {
+    for (const bool simulated : {true, false}) {
+        if (!simulated) fs::remove(IniPath());
+        const CCudaRuntime cuda(Folder());
+        const CNvml nvml(Folder());
+        EXPECT_EQ(GetModuleHandleW(m_folder.Path(L"nvcuda.dll").c_str()) != nullptr, simulated);
+        EXPECT_EQ(GetModuleHandleW(m_folder.Path(L"nvml.dll").c_str()) != nullptr, simulated);
+    }
+    WriteFileBytes(IniPath(), "[Driver]\nVersion=12040\nInitError=0\n");
+    fs::remove(m_folder.Path(L"nvcuda.dll"));
+    fs::remove(m_folder.Path(L"nvml.dll"));
+    std::int32_t count = -1;
+    CCudaRuntime cuda(Folder());
+    EXPECT_EQ(cuda.GetDeviceCount(count), CudaError::InsufficientDriver);
+    CudaDeviceProperties properties;
+    EXPECT_EQ(cuda.GetDeviceProperties(0, properties), CudaError::InsufficientDriver);
+    CNvml nvml(Folder());
+    EXPECT_FALSE(nvml.IsAvailable());
+    EXPECT_EQ(nvml.DeviceByIndex(0), nullptr);
+}
+
+TEST_F(CSimulatedDriverTest, CudaAloneIsEnough) {
+    fs::remove(m_folder.Path(L"nvml.dll"));
+    const auto gpus = Discover().Gpus();
+    ASSERT_EQ(gpus.size(), 2u);
+    EXPECT_STREQ(gpus[0]->name, "Simulated RTX 3080");
+    EXPECT_EQ(gpus[0]->memoryTotal, 10'737'418'240u);
+    EXPECT_EQ(gpus[1]->pci.bus, 1u);
+    EXPECT_EQ(gpus[1]->telemetryState, 1u);
+}
+
+TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
+    Set("Gpu1", "NvmlIndex", "fail");
+    Set("Gpu0", "Name", std::string(70, 'n'));  // too long for NVML's 64 bytes
+    const auto gpus = Discover().Gpus();
+    ASSERT_EQ(gpus.size(), 2u);
+    EXPECT_EQ(gpus[0]->cudaId, -1);
+    EXPECT_EQ(gpus[0]->nvmlDevice, nullptr);
+    EXPECT_EQ(gpus[1]->cudaId, 0);
+    EXPECT_STREQ(gpus[1]->name, "");
+
+    for (const char* key : {"Name", "Uuid", "PciBus", "MultiProcessors"}) {
+        WriteFileBytes(IniPath(), FileBytes(fs::path(QV_SIM_INI).wstring()));
+        Set("Gpu1", key, "fail");
+        CudaDeviceProperties properties;
+        EXPECT_EQ(m_cuda->GetDeviceProperties(0, properties), CudaError::Success) << key;
+        EXPECT_EQ(m_cuda->GetErrorString(m_cuda->GetDeviceProperties(1, properties)), std::string("unknown error")) << key;
+    }
+    CudaDeviceProperties properties;
+    EXPECT_EQ(m_cuda->GetErrorString(m_cuda->GetDeviceProperties(2, properties)), std::string("invalid device ordinal"));
+}
+
+TEST_F(CSimulatedDriverTest, SimulatedCardsRefuseToCompute) {
+    constexpr int kNotInitialized = 3;
+    constexpr int kNotSupported = 801;
+    const HMODULE library = LoadLibraryW(m_folder.Path(L"nvcuda.dll").c_str());
+    ASSERT_TRUE(library);
+    const auto loadModule =
+        reinterpret_cast<int (*)(void**, const void*)>(reinterpret_cast<void*>(GetProcAddress(library, "cuModuleLoadData")));
+    ASSERT_TRUE(loadModule);
+    void* module = nullptr;
+    EXPECT_EQ(loadModule(&module, "text"), kNotInitialized);
+    Discover();
+    EXPECT_EQ(loadModule(&module, "text"), kNotSupported);
+    FreeLibrary(library);
+}
+
+}  // namespace

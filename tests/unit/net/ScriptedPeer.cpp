@@ -1,0 +1,104 @@
+#include "ScriptedPeer.h"
+#include <chrono>
+
+namespace {
+
+constexpr long kPatienceSeconds = 5;
+
+sockaddr_in Loopback(std::uint32_t port) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<u_short>(port));
+    return address;
+}
+
+CSocket NewSocket() {
+    return CSocket(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+}
+
+bool WaitReadable(SOCKET socket) {
+    fd_set set = {1, {socket}};
+    timeval patience = {kPatienceSeconds, 0};
+    return select(0, &set, nullptr, nullptr, &patience) == 1;
+}
+
+void SendAtOnce(SOCKET socket) {
+    const BOOL on = TRUE;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+}
+
+}  // namespace
+
+CPeerLink CPeerLink::To(std::uint32_t port) {
+    const sockaddr_in address = Loopback(port);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(kPatienceSeconds);
+    do {
+        CSocket socket = NewSocket();
+        SendAtOnce(socket.Get());
+        if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+            return CPeerLink(std::move(socket));
+        }
+        Sleep(5);
+    } while (std::chrono::steady_clock::now() < end);
+    return {};
+}
+
+bool CPeerLink::Send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const int sent = send(m_socket.Get(), bytes.data(), static_cast<int>(bytes.size()), 0);
+        if (sent <= 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+    return true;
+}
+
+std::string CPeerLink::ReadLine() {
+    std::size_t end = 0;
+    while ((end = m_pending.find('\n')) == std::string::npos) {
+        if (!Fill()) return {};
+    }
+    std::string line = m_pending.substr(0, end);
+    m_pending.erase(0, end + 1);
+    return line;
+}
+
+bool CPeerLink::IsClosedByOther() {
+    while (Fill()) {
+    }
+    return !IsOpen();
+}
+
+// One read. False: nothing came in time, or (the link is closed then) nothing will.
+bool CPeerLink::Fill() {
+    if (!IsOpen() || !WaitReadable(m_socket.Get())) return false;
+    char area[65536];
+    const int received = recv(m_socket.Get(), area, sizeof area, 0);
+    if (received <= 0) {
+        m_socket.Close();
+        return false;
+    }
+    m_pending.append(area, static_cast<std::size_t>(received));
+    return true;
+}
+
+void CPeerLink::Reset() {
+    const linger hard = {1, 0};
+    setsockopt(m_socket.Get(), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&hard), sizeof hard);
+    Close();
+}
+
+CScriptedPeer::CScriptedPeer(int backlog) : m_listening(NewSocket()) {
+    sockaddr_in address = Loopback(0);
+    int size = sizeof address;
+    if (bind(m_listening.Get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) return;
+    if (listen(m_listening.Get(), backlog) != 0) return;
+    if (getsockname(m_listening.Get(), reinterpret_cast<sockaddr*>(&address), &size) == 0) m_port = ntohs(address.sin_port);
+}
+
+CPeerLink CScriptedPeer::Accept() {
+    if (!WaitReadable(m_listening.Get())) return {};
+    CSocket socket(accept(m_listening.Get(), nullptr, nullptr));
+    SendAtOnce(socket.Get());
+    return CPeerLink(std::move(socket));
+}

@@ -1,0 +1,44 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "Dialect.h"
+#include "ethash/Ethash.h"
+
+enum class Garbage { None, Before, Instead };
+
+// Ways in which the pool misbehaves on request.
+struct FaultOptions {
+    unsigned dropAfterLines = 0;  // 0: never
+    unsigned delayMs = 0;
+    bool split = false;
+    Garbage garbage = Garbage::None;
+    bool refuseUser = false;
+    int dropUntilMode = 0;
+    bool announceNiceHash = false;
+};
+
+struct PoolOptions {
+    std::string listen = "127.0.0.1";
+    std::uint16_t port = 0;          // 0: chosen by the system
+    std::optional<Dialect> dialect;  // nothing: whatever the client speaks
+    double difficulty = 2000;        // expected hashes per share, at least 1
+    double interval = 10;            // seconds between jobs; 0: one job for ever
+    EthashVariant variant = EthashVariant::Etchash;
+    std::uint64_t block = 0;
+    unsigned holdJobs = 4;
+    unsigned extranonceBytes = 2;
+    std::string wallet;        // empty: any
+    std::uint64_t shares = 0;  // 0: no end
+    double seconds = 0;        // 0: no end
+    std::string statsFile;
+    FaultOptions faults;
+};
+
+// Reads a command line. Without a result the program ends with exitCode: 0 after --help, 2 after an error, whose text went
+// to error.
+std::optional<PoolOptions> ParseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& error,
+                                        int& exitCode);
