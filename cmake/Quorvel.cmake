@@ -16,7 +16,7 @@ target_compile_definitions(third_party INTERFACE RAPIDJSON_HAS_STDSTRING=0)
 add_library(qv_options INTERFACE)
 target_compile_features(qv_options INTERFACE cxx_std_20 c_std_11)
 target_compile_options(qv_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wcast-align -Wnull-dereference -Wformat=2
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wcast-align -Wformat=2
     -Werror -fstack-protector-strong
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual>)
 target_compile_definitions(qv_options INTERFACE _GLIBCXX_ASSERTIONS)
@@ -35,7 +35,7 @@ if(QV_FUZZ)
 endif()
 if(QV_SANITIZE)
     target_compile_options(qv_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1
-        -Wno-null-dereference -Wno-maybe-uninitialized) # both warn about the sanitizers' own code
+        -Wno-maybe-uninitialized) # warns about the sanitizers' own code
     target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
 endif()
 

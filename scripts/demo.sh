@@ -82,7 +82,7 @@ start_display() {
     fi
 }
 
-accepted() { grep -c '^share accepted' "$pool_log" || true; }
+accepted() { grep -c "^share accepted" "$pool_log" || true; }
 
 show_new_lines() { # prints the pool's lines since the last call
     local total
@@ -109,3 +109,45 @@ miner_counts() {
     cat "$folder"/miner/Logs/Quorvel-Miner_*.log | sed -n 's/.*GPU#[0-9-]*: A:\([0-9]*\) - S:\([0-9]*\) R:\([0-9]*\).*/\1 \2 \3/p' |
         awk '{a += $1; s += $2; r += $3} END {print a + 0, s + 0, r + 0}'
 }
+
+pool_number() { # accepted|rejected: from the pool's summary, {"accepted":N,"rejected":{"total":N,...
+    tr -d ' \n' <"$pool_stats" | sed -n 's/^{"accepted":\([0-9]*\),"rejected":{"total":\([0-9]*\).*/accepted \1\nrejected \2/p' |
+        sed -n "s/^$1 //p"
+}
+
+summarise() {
+    local a s r pool_accepted pool_rejected
+    read -r a s r < <(miner_counts)
+    pool_accepted=$(pool_number accepted) pool_rejected=$(pool_number rejected)
+    printf '\n== Summary\n'
+    sed -n 's/.*Mining stopped\. \(GPU#.*\)/  miner: \1/p' "$folder"/miner/Logs/Quorvel-Miner_*.log | tr -d '\r'
+    printf '  miner: %s accepted, %s stale, %s rejected\n' "$a" "$s" "$r"
+    printf '  pool:  %s accepted, %s rejected\n' "$pool_accepted" "$pool_rejected"
+    printf '  picture: %s, logs: %s\n' "$screenshot" "$folder/miner/Logs"
+    [ "$r" -eq 0 ] && [ "$pool_rejected" -eq 0 ] || { echo "demo: shares were rejected" >&2 && return 1; }
+    # An answer that was on its way while the miner closed its connection is counted by the pool alone.
+    local unseen=$((pool_accepted - a))
+    [ "$unseen" -eq 0 ] || echo "  $unseen accepted by the pool while the miner closed its connection"
+    [ "$unseen" -ge 0 ] && [ "$unseen" -le 2 ] || { echo "demo: the counts do not agree" >&2 && return 1; }
+    [ "$a" -ge "$shares" ] || { echo "demo: fewer than $shares shares" >&2 && return 1; }
+    echo "  mined $a real shares; the cards and the pool are simulated, the hashing is not"
+}
+
+mkdir -p "$folder"
+start_display
+start_pool
+prepare_miner
+echo "== Mining at 127.0.0.1:$port until $shares shares are accepted (at most $seconds s)"
+scripts/wine-run "$folder/miner/Quorvel-Miner.exe" &
+miner_pid=$!
+window wait || { echo "demo: the miner's window did not open" >&2 && exit 1; }
+result=0
+wait_for_shares || result=1
+import -window root -trim +repage "$screenshot" || echo "demo: no picture could be taken" >&2
+window close || echo "demo: the miner's window did not close" >&2
+wait "$miner_pid" || true
+miner_pid=
+kill "$pool_pid" && wait "$pool_pid" || true
+pool_pid=
+summarise || result=1
+exit "$result"

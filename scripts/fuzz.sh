@@ -7,7 +7,7 @@ seconds=30
 
 [ -e build/fuzz/build.ninja ] || CC=clang CXX=clang++ cmake --preset fuzz >/dev/null
 cmake --build build/fuzz --target fuzz_targets
-for target in build/fuzz/tests/fuzz/*/*_fuzz; do
+for target in build/fuzz/tests/fuzz/*/*fuzz*; do
     name=$(basename "$(dirname "$target")")
     findings=build/fuzz/findings/$name
     mkdir -p "$findings"

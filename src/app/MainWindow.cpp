@@ -1,6 +1,8 @@
 #include "app/MainWindow.h"
 
 #include <atomic>
+#include <iterator>
+#include <sstream>
 
 #include "common/CodePage.h"
 #include "common/Messages.h"
@@ -9,15 +11,16 @@
 
 namespace {
 
-constexpr int kWidthAt96Dpi = 620;
+constexpr int kWidthAt96Dpi = 700;
 constexpr int kHeightAt96Dpi = 300;
 constexpr int kMarginAt96Dpi = 14;
 
+// Columns are parted by tabs.
 std::wstring GpuLine(const QvGpuRecord& gpu) {
     const ShareCounts counts = ReadShareCounts(gpu.statistics);
     const std::uint64_t speed = std::atomic_ref(const_cast<std::uint64_t&>(gpu.statistics.hashSpeed)).load();
-    return L"GPU#" + std::to_wstring(gpu.cudaId) + L"  " + NarrowToWide(gpu.name) + L"   " + std::to_wstring(speed) +
-           L"/s   A:" + std::to_wstring(counts.accepted) + L" - S:" + std::to_wstring(counts.stale) + L" R:" +
+    return L"GPU#" + std::to_wstring(gpu.cudaId) + L"  " + NarrowToWide(gpu.name) + L"\t" + std::to_wstring(speed) +
+           L"/s\tA:" + std::to_wstring(counts.accepted) + L" - S:" + std::to_wstring(counts.stale) + L" R:" +
            std::to_wstring(counts.rejected) + L"\n";
 }
 
@@ -26,7 +29,26 @@ std::wstring PoolLine(const CMiningManager& manager) {
     const PoolPointer pool = session.CurrentPool();
     if (manager.HasFailed() || pool == nullptr) return L"Failed to start: see the log\n";
     return std::wstring(pool->Name) + L"  " + pool->Server + L":" + std::to_wstring(pool->Port) +
-           (session.IsReady() ? L"   Connected\n" : L"   Not connected\n");
+           (session.IsReady() ? L"\tConnected\n" : L"\tNot connected\n");
+}
+
+int LineHeight(HDC device) {
+    TEXTMETRICW metrics = {};
+    GetTextMetricsW(device, &metrics);
+    return metrics.tmHeight * 5 / 4;
+}
+
+// One line of text in columns of fixed parts of the width.
+void DrawColumns(HDC device, const std::wstring& line, const RECT& area) {
+    constexpr int kColumnPercent[] = {0, 54, 72, 100};
+    const int width = area.right - area.left;
+    std::wistringstream columns(line);
+    std::wstring text;
+    for (std::size_t i = 0; i + 1 < std::size(kColumnPercent) && std::getline(columns, text, L'\t'); ++i) {
+        RECT cell = {area.left + width * kColumnPercent[i] / 100, area.top, area.left + width * kColumnPercent[i + 1] / 100,
+                     area.bottom};
+        DrawTextW(device, text.c_str(), -1, &cell, DT_NOPREFIX | DT_SINGLELINE | DT_END_ELLIPSIS);
+    }
 }
 
 }  // namespace
@@ -149,7 +171,9 @@ void CMainWindow::OnPaint() {
     InflateRect(&area, -margin, -margin);
     SetBkMode(device, TRANSPARENT);
     const HGDIOBJ previous = SelectObject(device, m_parts.folders.smallFont.get());
-    DrawTextW(device, m_status.c_str(), static_cast<int>(m_status.size()), &area, DT_NOPREFIX | DT_WORD_ELLIPSIS);
+    std::wistringstream lines(m_status);
+    for (std::wstring line; std::getline(lines, line); area.top += LineHeight(device))
+        DrawColumns(device, line, area);
     SelectObject(device, previous);
     EndPaint(Handle(), &paint);
 }

@@ -71,22 +71,23 @@ void CQuorvelMinerApp::OpenMainLog() {
 bool CQuorvelMinerApp::DiscoverGpus() {
     m_cuda = std::make_unique<CCudaRuntime>(m_folders.installationFolder);
     m_nvml = std::make_unique<CNvml>(m_folders.installationFolder);
-    m_unassignedPool = MakeUnassignedPool(m_algorithms);
+    m_discoveryPool = MakeUnassignedPool(m_algorithms);
     const auto showError = [](const std::wstring& text) { ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error); };
+    m_gpus = std::make_unique<CManagerMinerGpus>(CManagerMinerGpus::Surroundings{
+        *m_cuda, *m_nvml, m_mainLog, [this] { return m_discoveryPool.get(); }, showError});
     try {
-        const auto initialPool = [this] { return m_unassignedPool.get(); };
-        return m_gpus.Init({*m_cuda, *m_nvml, m_mainLog, initialPool, showError}) == 0;
+        return m_gpus->Init() == 0;
     } catch (const std::runtime_error& error) {
-        m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", NarrowToWide(error.what()).c_str());
+        LogMain(NarrowToWide(error.what()).c_str());
         showError(NarrowToWide(error.what()));
         return false;
     }
 }
 
 void CQuorvelMinerApp::LoadConfiguration() {
-    m_configuration =
-        std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus.Gpus(), m_unassignedPool,
-                                              m_hostName, [this](const std::wstring& text) { LogMain(text.c_str()); });
+    m_configuration = std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus->Gpus(),
+                                                            [this](const std::wstring& text) { LogMain(text.c_str()); });
+    m_configuration->SetDefaultWorkerName(m_hostName);
     m_configuration->Load();
     for (const auto& entry : m_configuration->Current()->configurations) {
         m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Configuration: %d GPUs on %s, backup %s",
@@ -98,8 +99,8 @@ void CQuorvelMinerApp::RunMainWindow() {
     m_miningContext = std::make_unique<MiningContext>(MiningContext{
         m_algorithms, *this, SystemClock(), m_mainLog, m_folders.minerLogsFolder, m_settings.ConnectionLog != 0});
     m_mining = std::make_unique<CMining>(*m_miningContext);
-    CMainWindow window({m_folders, m_settings, *m_settingsFile, *m_configuration, *m_mining, m_gpus.Gpus(),
-                        [this](QvGpuRecord& gpu) { UpdateTelemetry(*m_nvml, gpu); }});
+    CMainWindow window({m_folders, m_settings, *m_settingsFile, *m_configuration, *m_mining, m_gpus->Gpus(),
+                        [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
     m_pMainWnd = &window;
     if (window.Create(LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APPLICATION_ICON)))) {
         m_mainWindow = window.Handle();
@@ -125,7 +126,7 @@ void CQuorvelMinerApp::LogMain(const wchar_t* text) {
 }
 
 CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {
-    for (QvGpuRecord* gpu : m_gpus.Gpus()) {
+    for (QvGpuRecord* gpu : m_gpus->Gpus()) {
         if (gpu->cudaId == cudaId) return &gpu->statistics;
     }
     return nullptr;

@@ -50,8 +50,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CAlgorithmList m_algorithms;
     std::unique_ptr<CCudaRuntime> m_cuda;
     std::unique_ptr<CNvml> m_nvml;
-    PoolPointer m_unassignedPool;
-    CManagerMinerGpus m_gpus;
+    PoolPointer m_discoveryPool;  // what GPU records name until the configuration store names its own
+    std::unique_ptr<CManagerMinerGpus> m_gpus;
     std::unique_ptr<CConfigurationStore> m_configuration;
     std::unique_ptr<MiningContext> m_miningContext;
     std::unique_ptr<CMining> m_mining;

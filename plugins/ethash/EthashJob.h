@@ -1,0 +1,49 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include "ethash/Ethash.h"
+#include "quorvel/plugin.h"
+
+// The dialects that this family speaks; the values are the work block's protocol modes.
+enum class EthashDialect : std::int32_t {
+    EthProxy = 0,  // [header, seed, boundary]
+    Plain = 1,     // [job, header, seed, boundary, ...]
+    NiceHash = 2,  // [job, seed, header, clean], target from the difficulty, the nonce begins with the extranonce
+};
+
+// The nonces a job leaves free: the fixed leading bits and the number of free bits below them.
+struct NonceSpace {
+    std::uint64_t prefix = 0;
+    std::uint32_t freeBits = 64;
+    bool operator==(const NonceSpace&) const = default;
+};
+
+struct EthashJob {
+    EthashDialect dialect = EthashDialect::EthProxy;
+    std::string jobId;       // as received
+    std::string headerText;  // as received; echoed with a share
+    Hash256 header{};
+    Hash256 seed{};
+    Hash256 target{};  // most significant byte first: a hash up to and including it is a share
+    NonceSpace nonces;
+
+    bool operator==(const EthashJob&) const = default;
+    // Equal but for the target: what was hashed for one counts for the other.
+    bool IsSameWork(const EthashJob& other) const;
+};
+
+enum class JobState {
+    None,       // no job yet
+    NotSpoken,  // a protocol mode that this family does not speak
+    Malformed,
+    Ready,
+};
+
+struct ParsedJob {
+    JobState state = JobState::None;
+    const char* problem = "";  // of a malformed job
+    EthashJob job;             // when ready
+};
+
+// Reads a copy of a work block: nothing in it is trusted, not even the terminators. Does not follow its pointers. Pure.
+ParsedJob ParseEthashJob(const StratumWorkBlock& block);

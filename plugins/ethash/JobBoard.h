@@ -1,0 +1,48 @@
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include "ethash/EthashJob.h"
+
+// What the workers hash at the moment.
+struct EthashWork {
+    EthashJob job;
+    const StratumWorkBlock* block = nullptr;  // outlives the workers; read for the credentials only
+    void* session = nullptr;
+    std::shared_ptr<const CEthashCache> cache;
+    std::uint64_t nonceBase = 0;
+    std::uint64_t searchId = 0;  // equal for two works whose searches are one: only the target differs
+};
+
+// Where the work hangs for the workers to see. Any thread.
+class CJobBoard {
+  public:
+    struct View {
+        std::uint64_t generation = 0;
+        std::shared_ptr<const EthashWork> work;  // null: nothing to hash
+    };
+
+    // Null: nothing to hash.
+    void Publish(std::shared_ptr<const EthashWork> work);
+    View Current() const;
+
+    // Changes with each publication; cheap enough to be looked at many times per batch.
+    const std::atomic<std::uint64_t>& Generation() const { return m_generation; }
+
+    // Returns when the generation is no longer this one, or at the deadline.
+    void WaitForChange(std::uint64_t generation, std::chrono::steady_clock::time_point deadline) const;
+
+    // The end: workers return.
+    void Close();
+    bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
+
+  private:
+    mutable std::mutex m_lock;  // guards m_work and each change of the two below
+    mutable std::condition_variable m_changed;
+    std::shared_ptr<const EthashWork> m_work;
+    std::atomic<std::uint64_t> m_generation{1};
+    std::atomic<bool> m_closed{false};
+};

@@ -1,0 +1,66 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <span>
+#include <string>
+#include <vector>
+#include "ethash/CacheMaker.h"
+#include "ethash/CacheStore.h"
+#include "ethash/CpuWorker.h"
+#include "ethash/EngineHost.h"
+#include "ethash/JobBoard.h"
+
+// One mining session: follows the work block it is told to, has the light cache made and keeps the workers in work.
+// One thread calls it (the one of the plug-in's window); none of its operations waits for hashing or for a cache, but Stop
+// for the threads to end.
+class CMiningEngine {
+  public:
+    // store and host outlive the engine.
+    CMiningEngine(CCacheStore& store, IEngineHost& host);
+    ~CMiningEngine();
+
+    // The records stay valid until Stop has returned.
+    void SetGpus(std::span<QvGpuRecord* const> gpus);
+    // One worker per GPU.
+    void Start();
+
+    // The work block to follow from now on; it stays valid until Stop has returned.
+    void Activate(const StratumWorkBlock* block);
+    // Something in a work block changed. One that is not followed is no matter: its message was late.
+    void Update(const StratumWorkBlock* block);
+
+    // Ends all threads; idempotent. Nothing that was handed over is touched afterwards.
+    void Stop();
+
+  private:
+    void Follow();
+    void Refuse(const ParsedJob& parsed);
+    void LogOnce(const std::string& line);
+    bool KnowSeed(const Hash256& seed);
+    void SetWork(EthashWork work);
+    void DropWork();
+    void CacheMade(const std::shared_ptr<const CEthashCache>& cache);
+    void PublishLocked(EthashWork work);
+
+    CCacheStore& m_store;
+    IEngineHost& m_host;
+    std::vector<QvGpuRecord*> m_gpus;
+    const StratumWorkBlock* m_block = nullptr;
+    bool m_stopped = false;
+    std::string m_lastLine;  // the latest refusal: not repeated at each message of one job
+    Hash256 m_seed{};        // the latest seed seen, and its epoch when it has one
+    std::optional<EthashEpoch> m_epoch;
+
+    std::mutex m_lock;                            // guards the following: the cache maker's thread publishes, too
+    std::optional<EthashWork> m_waiting;          // for its cache
+    std::shared_ptr<const EthashWork> m_current;  // on the board
+    std::uint64_t m_searches = 0;
+    std::mt19937_64 m_random{std::random_device{}()};
+
+    CJobBoard m_board;
+    std::vector<std::unique_ptr<CCpuWorker>> m_workers;
+    CCacheMaker m_maker;
+};

@@ -1,0 +1,93 @@
+#include "pool/MiningStratum.h"
+#include <utility>
+#include "common/CodePage.h"
+
+CMiningStratum::CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver)
+    : _NetworkInterfaceSocket(resolver), m_clock(clock), m_session(kind, host, *this, clock, this) {
+    SetFraming(true, '\n');
+}
+
+CMiningStratum::~CMiningStratum() {
+    CloseConnection();
+    StopThread(INFINITE);  // nothing of this object may go while its thread is still inside a callback
+}
+
+void CMiningStratum::SetWindows(HWND pluginWindow, HWND managerWindow) {
+    m_pluginWindow = pluginWindow;
+    m_managerWindow = managerWindow;
+}
+
+void CMiningStratum::SetPoolList(std::vector<PoolPointer> pools) {
+    m_session.SetPools(std::move(pools));
+}
+
+void CMiningStratum::SetLog(CBKLogSystem* log) {
+    m_log = log;
+}
+
+void CMiningStratum::Connect() {
+    if (IsRunning()) return;
+    m_session.Reset();
+    const PoolPointer pool = m_session.CurrentPool();
+    if (m_stopped || !pool) return;
+    m_closing = false;
+    std::wstring server = pool->Server;  // a copy: the start cuts the port off
+    StartClient(server, pool->Port, 0);
+}
+
+void CMiningStratum::CloseConnection() {
+    m_closing = true;
+    Stop();
+}
+
+void CMiningStratum::Activate() {
+    activeTime = 0;
+    lastTick = m_clock.UtcNow();
+    m_session.Activate();
+}
+
+void CMiningStratum::OnConnected(std::uint32_t) {
+    if (!m_closing) m_session.Connected();
+}
+
+void CMiningStratum::OnDisconnected(std::uint32_t) {
+    if (m_closing) {
+        m_session.Closed();
+    } else {
+        m_session.Disconnected();
+    }
+}
+
+std::uint32_t CMiningStratum::OnConnectError(const char* text, std::uint32_t code) {
+    if (!m_closing) m_session.ConnectError(text, code);
+    return kKeepTrying;
+}
+
+void CMiningStratum::OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+                                std::uintptr_t) {
+    if (m_log != nullptr) m_log->LogTraffic(TrafficDirection::Sent, {data, bytesSent}, time, result);
+}
+
+void CMiningStratum::OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) {
+    const std::string_view line(data, length - 1);  // the NUL behind it is counted
+    if (m_log != nullptr) m_log->LogTraffic(TrafficDirection::Received, line, time, result);
+    if (!m_closing) m_session.LineReceived(line);
+}
+
+void CMiningStratum::SendText(std::string_view text) {
+    Send(text);
+}
+
+void CMiningStratum::PostWork(unsigned message) {
+    // To no window, a message would go to the posting thread itself.
+    if (m_pluginWindow == nullptr) return;
+    PostMessageW(m_pluginWindow, message, reinterpret_cast<WPARAM>(&m_session.WorkBlock()), 0);
+}
+
+void CMiningStratum::PostPoolSwitch() {
+    if (m_managerWindow != nullptr) PostMessageW(m_managerWindow, kMessageReconnect, reinterpret_cast<WPARAM>(this), 0);
+}
+
+void CMiningStratum::LogText(const std::string& text) {
+    if (m_log != nullptr) m_log->LogLine(L"%s", NarrowToWide(text).c_str());
+}

@@ -1,0 +1,78 @@
+#include "pool/WorkBlock.h"
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <span>
+#include "common/CodePage.h"
+
+namespace {
+
+constexpr rapidjson::SizeType kBranchParameter = 4;
+
+void PointToBareJobId(StratumWorkBlock& block) {
+    const char* bare = block.jobId;
+    const bool isPrefixed = std::strncmp(bare, "0x", 2) == 0;
+    if (isPrefixed) bare += 2;
+    while (*bare == '0')
+        ++bare;
+    block.bareJobId = bare;
+}
+
+void SetPrefixFlag(StratumWorkBlock& block) {
+    // The GUI thread reads it while it is written.
+    std::atomic_ref(block.prefixFlag).store(std::strstr(block.jobId, "0x") != nullptr, std::memory_order_relaxed);
+}
+
+template <std::size_t Slots, std::size_t Bytes>
+void EmptySlots(char (&slots)[Slots][Bytes], std::size_t from) {
+    for (; from < Slots; ++from)
+        slots[from][0] = '\0';
+}
+
+// The texts among the elements [first, end) of a list, in order; the slots left over are emptied.
+template <std::size_t Slots, std::size_t Bytes>
+void FillSlots(const JsonValue& list, rapidjson::SizeType first, rapidjson::SizeType end, char (&slots)[Slots][Bytes]) {
+    std::size_t used = 0;
+    for (rapidjson::SizeType i = first; i < end && used < Slots; ++i) {
+        if (list[i].IsString()) CopyToField(JsonText(list[i]), std::span<char>(slots[used++]));
+    }
+    EmptySlots(slots, used);
+}
+
+void FillBranches(const JsonValue& params, StratumWorkBlock& block) {
+    if (params.Size() > kBranchParameter && params[kBranchParameter].IsArray()) {
+        const JsonValue& branches = params[kBranchParameter];
+        FillSlots(branches, 0, branches.Size(), block.branches);
+    } else {
+        EmptySlots(block.branches, 0);
+    }
+}
+
+}  // namespace
+
+void ClearWork(StratumWorkBlock& block) {
+    block.jobId[0] = '\0';
+    block.bareJobId = block.jobId;
+    block.extranonce[0] = '\0';
+    std::fill(std::begin(block.target), std::end(block.target), std::uint8_t{0});
+    block.reserved1 = 0;
+}
+
+bool FillJob(const JsonValue* list, StratumWorkBlock& block) {
+    if (list == nullptr || !list->IsArray() || list->Empty() || !(*list)[0].IsString()) return false;
+    const JsonValue& params = *list;
+    CopyToField(JsonText(params[0]), std::span<char>(block.jobId));
+    SetPrefixFlag(block);
+    PointToBareJobId(block);
+    FillSlots(params, 1, std::min<rapidjson::SizeType>(params.Size(), QV_PARAMETER_SLOTS), block.parameters);
+    FillBranches(params, block);
+    const JsonValue& last = params[params.Size() - 1];
+    if (last.IsBool()) block.cleanJobs = last.IsTrue() ? 1 : 0;
+    return true;
+}
+
+bool FillExtranonce(const JsonValue* value, StratumWorkBlock& block) {
+    if (value == nullptr || !value->IsString()) return false;
+    CopyToField(JsonText(*value), std::span<char>(block.extranonce));
+    return true;
+}

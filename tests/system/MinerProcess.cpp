@@ -1,0 +1,106 @@
+#include "MinerProcess.h"
+
+#include <fstream>
+#include <regex>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr DWORD kWindowMilliseconds = 30000;
+constexpr wchar_t kTitleStart[] = L"Quorvel-Miner (Version";
+
+// The UUIDs of the simulated cards, in the order of the file.
+std::vector<std::string> SimulatedUuids() {
+    const std::string text = ReadText(QV_SIM_INI);
+    const std::regex pattern("Uuid=([0-9a-fA-F]{32})");
+    std::vector<std::string> uuids;
+    for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
+        uuids.push_back((*match)[1]);
+    }
+    return uuids;
+}
+
+std::string PoolElement(int id, unsigned port) {
+    return "<Pool ID=\"" + std::to_string(id) + "\" Name=\"Pool " + std::to_string(id) + "\" Server=\"127.0.0.1\" Port=\"" +
+           std::to_string(port) + "\" WalletUser=\"0xwallet\" Password=\"x\" WorkerOverride=\"\" Algo=\"2\"/>";
+}
+
+}  // namespace
+
+CMinerRig::CMinerRig(Driver driver) {
+    static int number = 0;
+    m_folder = fs::temp_directory_path() / ("rig-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
+    fs::remove_all(m_folder);
+    fs::create_directories(m_folder / "Algos");
+    fs::create_directories(m_folder / "Settings");
+    fs::copy_file(QV_MINER, m_folder / "Quorvel-Miner.exe");
+    fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder / "Algos" / "EtchashCpu.dll");
+    if (driver == Driver::Missing) return;
+    for (const char* library : {"nvcuda.dll", "nvml.dll"})
+        fs::copy_file(fs::path(QV_SIM) / library, m_folder / library);
+    fs::copy_file(QV_SIM_INI, m_folder / "SimGpus.ini");
+}
+
+CMinerRig::~CMinerRig() {
+    m_process = {};
+    std::error_code ignored;
+    fs::remove_all(m_folder, ignored);
+}
+
+void CMinerRig::Configure(unsigned firstPort, unsigned secondPort) {
+    std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<MinerConfig DefaultWorkerName=\"rig\"><Pools>";
+    xml += PoolElement(1, firstPort) + (secondPort != 0 ? PoolElement(2, secondPort) : "");
+    xml +=
+        "</Pools><Configurations><Config PrimaryPoolID=\"1\" SecondaryPoolID=\"2\" GpuAttributs=\"0\" "
+        "PoolAttributs=\"0\"><Gpus>";
+    for (const std::string& uuid : SimulatedUuids())
+        xml += "<Gpu ID=\"" + uuid + "\" NGM=\"0\" NGTO=\"0\"/>";
+    xml += "</Gpus></Config></Configurations></MinerConfig>\n";
+    std::ofstream(ConfigurationFile()) << xml;
+    WriteSettings("MiningState=\"1\"");
+}
+
+void CMinerRig::WriteSettings(const std::string& attributes) {
+    std::ofstream(m_folder / "Settings" / "RuntimeSettingsMiner.xml")
+        << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<RuntimeSettings " << attributes
+        << "><Logging MainLog=\"1\" ConnectionLog=\"1\"/></RuntimeSettings>\n";
+}
+
+CChildProcess CMinerRig::Launch() const {
+    return {L"\"" + (m_folder / "Quorvel-Miner.exe").wstring() + L"\"", m_folder, {}};
+}
+
+HWND CMinerRig::Start() {
+    m_process = Launch();
+    WaitUntil(kWindowMilliseconds, [&] {
+        m_window = FindWindowOf(m_process.Id(), kTitleStart);
+        return m_window != nullptr || !m_process.IsRunning();
+    });
+    return m_window;
+}
+
+int CMinerRig::Close() {
+    PostMessageW(m_window, WM_CLOSE, 0, 0);
+    return m_process.WaitForExit(kWindowMilliseconds);
+}
+
+std::string CMinerRig::Logs(const fs::path& folder) {
+    std::string text;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        if (entry.is_regular_file()) text += ReadText(entry.path());
+    }
+    return text;
+}
+
+std::vector<unsigned> CMinerRig::ClosingCounts() const {
+    const std::string log = MainLog();
+    const std::regex pattern("Mining stopped\\. GPU#-?\\d+: A:(\\d+) - S:(\\d+) R:(\\d+)");
+    std::vector<unsigned> sums(3);
+    for (std::sregex_iterator match(log.begin(), log.end(), pattern), end; match != end; ++match) {
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            sums[i] += static_cast<unsigned>(std::stoul((*match)[i + 1]));
+    }
+    return sums;
+}

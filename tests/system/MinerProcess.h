@@ -1,0 +1,42 @@
+#pragma once
+#include <string>
+#include <vector>
+#include "ProcessTools.h"
+
+// The real program in a folder of its own with simulated cards, removed with the object.
+class CMinerRig {
+  public:
+    enum class Driver { Simulated, Missing };
+
+    explicit CMinerRig(Driver driver = Driver::Simulated);
+    ~CMinerRig();
+    CMinerRig(const CMinerRig&) = delete;
+    CMinerRig& operator=(const CMinerRig&) = delete;
+
+    const std::filesystem::path& Folder() const { return m_folder; }
+    std::filesystem::path ConfigurationFile() const { return m_folder / "Settings" / "ConfigMiner.xml"; }
+
+    // One configuration with both simulated cards on the pools at these ports; mining starts with the program. secondPort 0:
+    // no backup pool.
+    void Configure(unsigned firstPort, unsigned secondPort = 0);
+    void WriteSettings(const std::string& attributes);
+
+    CChildProcess Launch() const;
+    // Starts the program and waits for its main window; null when it did not come.
+    HWND Start();
+    // Closes the main window and waits for the end of the process: its exit code, -1 when it did not end.
+    int Close();
+    CChildProcess& Process() { return m_process; }
+
+    std::string MainLog() const { return Logs(m_folder / "Logs"); }
+    std::string ConnectionLog() const { return Logs(m_folder / "Logs" / "Miner"); }
+    // Sums of accepted, stale and rejected over the lines that the program writes when mining stops.
+    std::vector<unsigned> ClosingCounts() const;
+
+  private:
+    static std::string Logs(const std::filesystem::path& folder);
+
+    std::filesystem::path m_folder;
+    CChildProcess m_process;
+    HWND m_window = nullptr;
+};

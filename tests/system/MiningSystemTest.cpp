@@ -1,0 +1,95 @@
+// Mining end to end: the real program, simulated cards, the CPU plug-in and the local pool, which verifies every share.
+#include <gtest/gtest.h>
+
+#include "MinerProcess.h"
+#include "PoolProcess.h"
+
+namespace {
+
+constexpr DWORD kShareMilliseconds = 90000;
+const std::string kEasy = "--difficulty 400 --interval 5 ";
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+class ModeTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
+    CMinerRig rig;
+    CPoolProcess pool(rig.Folder(), "pool", kEasy + "--mode " + GetParam());
+    ASSERT_NE(pool.Port(), 0u) << pool.Output();
+    rig.Configure(pool.Port());
+    ASSERT_NE(rig.Start(), nullptr);
+    EXPECT_TRUE(pool.WaitForAccepted(6, kShareMilliseconds)) << pool.Output() << rig.ConnectionLog();
+    EXPECT_EQ(rig.Close(), 0);
+    const std::vector<unsigned> counts = rig.ClosingCounts();
+    const std::size_t accepted = pool.Count("share accepted");
+    // A share that was answered while the program closed its connection is counted by the pool alone.
+    EXPECT_LE(counts[0], accepted);
+    EXPECT_GE(counts[0] + 2, accepted);
+    EXPECT_EQ(counts[2], 0u) << pool.Output();
+    EXPECT_TRUE(Contains(pool.Output(), "gpu=0") && Contains(pool.Output(), "gpu=1")) << pool.Output();
+}
+
+// A pool of one fixed mode drops every other log-in, so the later modes are reached by discovery.
+INSTANTIATE_TEST_SUITE_P(EthProxyPlainNiceHash, ModeTest, testing::Values("0", "1", "2"));
+
+TEST(FailoverTest, MovesToTheBackupPoolAndGoesOnMining) {
+    CMinerRig rig;
+    CPoolProcess dropping(rig.Folder(), "dropping", kEasy + "--mode 0 --drop-after 3");
+    CPoolProcess backup(rig.Folder(), "backup", kEasy);
+    ASSERT_NE(dropping.Port() * backup.Port(), 0u);
+    rig.Configure(dropping.Port(), backup.Port());
+    ASSERT_NE(rig.Start(), nullptr);
+    EXPECT_TRUE(backup.WaitForAccepted(2, kShareMilliseconds)) << rig.ConnectionLog();
+    rig.Close();
+    EXPECT_TRUE(Contains(rig.ConnectionLog(), "Disconnected")) << rig.ConnectionLog();
+    EXPECT_TRUE(Contains(rig.ConnectionLog(), "*** Miner connect to Pool 2 - 127.0.0.1:")) << rig.ConnectionLog();
+}
+
+TEST(FailoverTest, AnUnreachablePrimaryIsLeftAfterFourTries) {
+    CMinerRig rig;
+    CPoolProcess backup(rig.Folder(), "backup", kEasy);
+    ASSERT_NE(backup.Port(), 0u);
+    rig.Configure(1, backup.Port());
+    ASSERT_NE(rig.Start(), nullptr);
+    EXPECT_TRUE(backup.WaitForAccepted(1, kShareMilliseconds)) << rig.ConnectionLog();
+    rig.Close();
+    EXPECT_TRUE(Contains(rig.ConnectionLog(), "Connect error: Connect failed(10061)")) << rig.ConnectionLog();
+}
+
+TEST(RefusalTest, ARefusedUserStopsMining) {
+    CMinerRig rig;
+    CPoolProcess pool(rig.Folder(), "pool", "--mode 1 --refuse-user");
+    ASSERT_NE(pool.Port(), 0u) << pool.Output();
+    rig.Configure(pool.Port());
+    const HWND window = rig.Start();
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(WaitUntil(30000, [&] { return Contains(rig.MainLog(), "Mining stopped."); })) << rig.ConnectionLog();
+    EXPECT_TRUE(WaitUntil(5000, [&] { return WindowText(window).find(L"State: Idle") != std::wstring::npos; }));
+    EXPECT_EQ(rig.Close(), 0);
+}
+
+TEST(StartStopTest, PostedCommandsStartAndStopMining) {
+    CMinerRig rig;
+    CPoolProcess pool(rig.Folder(), "pool", kEasy);
+    rig.Configure(pool.Port());
+    rig.WriteSettings("MiningState=\"0\"");
+    const HWND window = rig.Start();
+    ASSERT_NE(window, nullptr);
+    const auto titleHas = [&](const wchar_t* state) {
+        return WaitUntil(10000, [&] { return WindowText(window).find(state) != std::wstring::npos; });
+    };
+    EXPECT_TRUE(titleHas(L"State: Idle"));
+    for (int round = 0; round < 3; ++round) {
+        PostMessageW(window, 0x1407, 1, 0);
+        EXPECT_TRUE(titleHas(L"State: Mining"));
+        PostMessageW(window, 0x1407, 0, 0);
+        EXPECT_TRUE(titleHas(L"State: Idle"));
+    }
+    EXPECT_EQ(rig.Close(), 0);
+    EXPECT_TRUE(Contains(ReadText(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"), "LastMiningState=\"0\""));
+}
+
+}  // namespace

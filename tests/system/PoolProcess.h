@@ -1,0 +1,21 @@
+#pragma once
+#include <string>
+#include "ProcessTools.h"
+
+// The local pool on a port that the system chose.
+class CPoolProcess {
+  public:
+    // arguments: further options, for example "--mode 2".
+    CPoolProcess(const std::filesystem::path& folder, const std::string& name, const std::string& arguments);
+
+    unsigned Port() const { return m_port; }  // 0: it did not start
+    std::string Output() const { return ReadText(m_output); }
+    // How often a text stands in the output.
+    std::size_t Count(const std::string& text) const;
+    bool WaitForAccepted(std::size_t shares, DWORD milliseconds) const;
+
+  private:
+    std::filesystem::path m_output;
+    CChildProcess m_process;
+    unsigned m_port = 0;
+};

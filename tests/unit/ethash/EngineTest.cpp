@@ -1,0 +1,299 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Shares.h"
+#include "WorkBlocks.h"
+#include "ethash/CpuWorker.h"
+#include "ethash/MiningEngine.h"
+
+namespace {
+
+const std::string kSeed = std::string(64, '0');  // epoch 0
+const std::string kEverything(64, 'f');
+
+class CFakeHost final : public IEngineHost {
+  public:
+    int Send(void* session, std::string_view line) override {
+        if (onSend) onSend();
+        if (sendResult == 0) collector.AddShare(session, line);
+        return sendResult;
+    }
+    void Log(std::string_view text) override { collector.AddLog(std::string(text)); }
+    std::string Narrow(std::wstring_view text) override {
+        std::string narrow;
+        for (const wchar_t character : text)
+            narrow += static_cast<char>(character);
+        return narrow;
+    }
+    void HashingThreadStarted() override {}
+
+    CCollector collector;
+    std::function<void()> onSend;
+    std::atomic<int> sendResult{0};
+};
+
+template <class Word>
+Word Read(Word& word) {
+    return std::atomic_ref(word).load();
+}
+
+// Waits for what no notification tells of; false after half a minute.
+bool Eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// The cache of epoch 0 is made once for all tests of the engine.
+CCacheStore& Store() {
+    static CCacheStore store(EthashVariant::Etchash);
+    return store;
+}
+
+class Engine : public testing::Test {
+  protected:
+    Engine() {
+        for (int i = 0; i < 2; ++i)
+            m_gpus[i].cudaId = 3 + 2 * i;
+        QvGpuRecord* const gpus[] = {&m_gpus[0], &m_gpus[1]};
+        m_engine.SetGpus(gpus);
+    }
+
+    std::uint64_t Speed() { return Read(m_gpus[0].statistics.hashSpeed) + Read(m_gpus[1].statistics.hashSpeed); }
+    CCollector& Collected() { return m_host.collector; }
+
+    QvGpuRecord m_gpus[2]{};
+    StratumWorkBlock m_block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
+    CFakeHost m_host;
+    CMiningEngine m_engine{Store(), m_host};
+};
+
+TEST_F(Engine, SendsWhatItFindsAndKeepsTheStatistics) {
+    m_block = EthProxyBlock(HeaderText(1), kSeed, "1" + std::string(63, 'f'));  // every eighth hash
+    m_block.session = &m_block;
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    for (const std::uint32_t cudaId : {3u, 5u}) {
+        ASSERT_TRUE(Collected().WaitForShares(3, [&](const SentShare& share) { return share.Id() >> 16 == cudaId + 1; }));
+    }
+    ASSERT_TRUE(Eventually([&] { return Read(m_gpus[0].statistics.hashHistory.bookkeeping[1]) >= 2; }));
+    EXPECT_TRUE(Eventually([&] { return Read(m_gpus[0].statistics.hashSpeed) > 0; }));
+    EXPECT_TRUE(Eventually([&] { return Read(m_gpus[1].statistics.hashSpeed) > 0; }));
+    m_engine.Stop();
+
+    EXPECT_EQ(Speed(), 0u);
+    EXPECT_EQ(m_gpus[0].statistics.stale, 0u);
+    // Between 2024 and 2100.
+    EXPECT_GT(m_gpus[0].statistics.lastTime, 133'485'408'000'000'000);
+    EXPECT_LT(m_gpus[0].statistics.lastTime, 157'469'184'000'000'000);
+    const auto cache = Store().Find(EpochOfBlock(EthashVariant::Etchash, 0), {});
+    std::set<std::uint64_t> nonces;
+    std::map<std::uint32_t, std::uint32_t> next;  // of each GPU's sequence
+    for (const SentShare& share : Collected().Shares()) {
+        EXPECT_EQ(share.session, &m_block);
+        EXPECT_TRUE(nonces.insert(share.Nonce(0)).second) << "found twice";
+        EXPECT_EQ(share.Id() & 0xffff, next[share.Id() >> 16]++);
+        if (nonces.size() > 10) continue;
+        const EthashResult result = Hashimoto(*cache, Bytes<32>(HeaderText(1)), share.Nonce(0));
+        EXPECT_EQ(share.Parameter(2), "0x" + Digits(result.mix));
+        EXPECT_LT(result.final[0], 0x20);
+    }
+}
+
+TEST_F(Engine, TheFreeNoncesAreSearchedOnceAndThenItRests) {
+    m_block = NiceHashBlock(HeaderText(1), kSeed, "01020304050607");
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    ASSERT_TRUE(Collected().WaitForShares(256));
+    ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
+    m_engine.Update(&m_block);  // a replay of the same job begins nothing
+    m_block.target[0] = 0xfe;   // nor does a new target alone
+    m_engine.Update(&m_block);
+    SetSlot(m_block.parameters[1], HeaderText(2));
+    m_engine.Update(&m_block);
+    ASSERT_TRUE(Collected().WaitForShares(400));
+    std::set<std::uint64_t> first, second;
+    const auto shares = Collected().Shares();
+    for (std::size_t i = 0; i < shares.size(); ++i)
+        (i < 256 ? first : second).insert(shares[i].Nonce(2));
+    EXPECT_EQ(first.size(), 256u);
+    EXPECT_EQ(second.size(), shares.size() - 256);
+    EXPECT_EQ(shares[0].Parameter(2).size(), 2u);
+}
+
+TEST_F(Engine, AMalformedJobEndsTheOneBeforeIt) {
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    ASSERT_TRUE(Collected().WaitForShares(1));
+    SetSlot(m_block.parameters[0], "0x1234");
+    for (int message = 0; message < 3; ++message)
+        m_engine.Update(&m_block);
+    ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
+    Collected().WaitForLog("the seed is not 32 bytes");
+    const Hash256 unknown{1};
+    SetSlot(m_block.parameters[0], Digits(unknown));
+    m_engine.Update(&m_block);
+    Collected().WaitForLog("the seed belongs to no epoch");
+    const auto log = Collected().Log();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(), [](auto& line) { return line.find("refused") != line.npos; }), 2);
+    Collected().Clear();
+    SetSlot(m_block.parameters[0], kSeed);
+    m_engine.Update(&m_block);
+    EXPECT_TRUE(Collected().WaitForShares(1));
+}
+
+TEST_F(Engine, ADialectThatIsNotSpokenIsSaidOnce) {
+    m_block.protocolMode = 3;
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    for (int message = 0; message < 3; ++message)
+        m_engine.Update(&m_block);
+    EXPECT_EQ(Collected().Log().size(), 1u);
+    EXPECT_EQ(Speed(), 0u);
+}
+
+TEST_F(Engine, FollowsTheActiveSessionOnly) {
+    StratumWorkBlock fee = EthProxyBlock(HeaderText(2), kSeed, kEverything);
+    m_block.session = &m_block;
+    fee.session = &fee;
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    ASSERT_TRUE(Collected().WaitForShares(1));
+    m_engine.Activate(&fee);
+    const auto ofFee = [&](const SentShare& share) { return share.session == &fee; };
+    ASSERT_TRUE(Collected().WaitForShares(1, ofFee));
+    Collected().Clear();
+    m_engine.Update(&m_block);  // late
+    ASSERT_TRUE(Collected().WaitForShares(30, ofFee));
+    const auto shares = Collected().Shares();
+    EXPECT_TRUE(std::all_of(shares.begin() + kBatchNonces, shares.end(), ofFee));
+    // A session that has logged in anew has no job yet.
+    SetSlot(fee.jobId, "");
+    m_engine.Update(&fee);
+    EXPECT_TRUE(Eventually([&] { return Speed() == 0; }));
+}
+
+TEST_F(Engine, ARefusedSendIsNoShare) {
+    m_host.sendResult = 10054;
+    std::atomic<int> tries{0};
+    m_host.onSend = [&] { ++tries; };
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    ASSERT_TRUE(Eventually([&] { return tries > 10; }));
+    m_engine.Stop();
+    EXPECT_EQ(m_gpus[0].statistics.lastTime, 0);
+    EXPECT_EQ(m_gpus[0].statistics.stale, 0u);
+}
+
+TEST(EngineCaches, StopEndsTheMakingAndTheNextSessionMakesItAnew) {
+    CCacheStore store(EthashVariant::Ethash);
+    CFakeHost host;
+    QvGpuRecord gpu{};
+    QvGpuRecord* const gpus[] = {&gpu};
+    const StratumWorkBlock block = EthProxyBlock(HeaderText(1), Digits(SeedOfIndex(1)), kEverything);
+    for (int round = 0; round < 2; ++round) {
+        CMiningEngine engine(store, host);
+        engine.SetGpus(gpus);
+        engine.Start();
+        engine.Activate(&block);
+        ASSERT_TRUE(
+            host.collector.WaitForLog("making the light cache of epoch 1 (16 MB)", static_cast<std::size_t>(round) + 1));
+        if (round == 0) continue;
+        EXPECT_TRUE(host.collector.WaitForLog("epoch 1 is done in "));
+        EXPECT_TRUE(host.collector.WaitForShares(1));
+    }
+    EXPECT_EQ(host.collector.Log().size(), 3u);  // the first was not finished
+}
+
+TEST(EngineCaches, SessionsThatStartTogetherShareOneAndAnotherEpochReplacesIt) {
+    CCacheStore store(EthashVariant::Ethash);
+    CFakeHost host;
+    QvGpuRecord gpus[2]{};
+    QvGpuRecord* const first[] = {&gpus[0]};
+    QvGpuRecord* const second[] = {&gpus[1]};
+    StratumWorkBlock block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
+    gpus[1].cudaId = 1;
+    CMiningEngine engines[] = {{store, host}, {store, host}};
+    engines[0].SetGpus(first);
+    engines[1].SetGpus(second);
+    for (CMiningEngine& engine : engines) {
+        engine.Start();
+        engine.Activate(&block);
+    }
+    const auto ofGpu = [](std::uint32_t number) {
+        return [number](const SentShare& share) { return share.Id() >> 16 == number + 1; };
+    };
+    ASSERT_TRUE(host.collector.WaitForShares(1, ofGpu(0)));
+    ASSERT_TRUE(host.collector.WaitForShares(1, ofGpu(1)));
+    EXPECT_EQ(host.collector.Log().size(), 2u);
+
+    SetSlot(block.parameters[0], Digits(SeedOfIndex(1)));
+    engines[0].Update(&block);
+    EXPECT_TRUE(Eventually([&] { return Read(gpus[0].statistics.hashSpeed) == 0; }));
+    SetSlot(block.parameters[0], Digits(SeedOfIndex(2)));
+    engines[0].Update(&block);
+    EXPECT_TRUE(host.collector.WaitForLog("epoch 2 is done in "));
+    EXPECT_TRUE(Eventually([&] { return Read(gpus[0].statistics.hashSpeed) > 0; }));
+    const auto log = host.collector.Log();
+    EXPECT_TRUE(std::none_of(log.begin(), log.end(), [](auto& line) { return line.find("epoch 1 is") != line.npos; }));
+}
+
+// The board is changed from within the first send of a batch: the rest of that batch belongs to a job that is gone.
+TEST(Worker, SolutionsOfAReplacedJobAreStale) {
+    const auto cache =
+        CEthashCache::Make(EthashVariant::Ethash,
+                           {.epoch = 0, .seedIndex = 0, .cacheBytes = 64 * 1009, .datasetBytes = 128 * 10007}, {}, nullptr);
+    const StratumWorkBlock block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
+    const auto work = [&](std::uint8_t header, std::uint64_t search, std::uint8_t highestByte) {
+        auto made = std::make_shared<EthashWork>();
+        made->job = ParseEthashJob(EthProxyBlock(HeaderText(header), kSeed, kEverything)).job;
+        made->job.target[0] = highestByte;
+        made->block = &block;
+        made->cache = cache;
+        made->searchId = search;
+        return made;
+    };
+    struct Case {
+        const char* what;
+        std::shared_ptr<const EthashWork> next;  // replaces the job at the first send
+        std::size_t sent;
+        std::uint64_t stale;
+    };
+    const Case cases[] = {{"another job", work(2, 2, 0), 1, kBatchNonces - 1},
+                          {"no job", nullptr, 1, kBatchNonces - 1},
+                          {"the same job, a harder target", work(1, 1, 0), 1, 0}};
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.what);
+        CFakeHost host;
+        CJobBoard board;
+        QvGpuRecord gpu{};
+        std::atomic<bool> replaced{false};
+        host.onSend = [&] {
+            if (!replaced.exchange(true)) board.Publish(each.next);
+        };
+        {
+            CCpuWorker worker(gpu, 0, 1, board, host);
+            board.Publish(work(1, 1, 0xff));
+            EXPECT_TRUE(host.collector.WaitForShares(1));
+            EXPECT_TRUE(Eventually([&] { return each.stale == 0 || Read(gpu.statistics.stale) == each.stale; }));
+            board.Close();
+        }
+        EXPECT_EQ(gpu.statistics.stale, each.stale);
+        // Of the harder target every 256th hash or fewer may follow.
+        EXPECT_LE(host.collector.Shares().size(), each.next == nullptr ? each.sent : kBatchNonces / 2);
+    }
+}
+
+}  // namespace

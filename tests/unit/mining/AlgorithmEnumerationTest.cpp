@@ -1,0 +1,77 @@
+#include "mining/AlgorithmEnumeration.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "TestPlugin.h"
+#include "mining/PluginInstance.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// An "Algos" folder of its own for each test.
+class AlgorithmEnumerationTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        m_folder = fs::temp_directory_path() / ("algos-" + std::to_string(GetCurrentProcessId()) + "-" + test->name());
+        fs::remove_all(m_folder);
+        fs::create_directories(m_folder);
+    }
+    void TearDown() override { fs::remove_all(m_folder); }
+
+    void Install(const char* plugin, const char* as) { fs::copy_file(fs::path(QV_PLUGINS) / plugin, m_folder / as); }
+    void Enumerate() { EnumerateAlgorithms(m_folder.wstring() + L"\\", m_algorithms); }
+
+    fs::path m_folder;
+    CAlgorithmList m_algorithms;
+};
+
+TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
+    std::ofstream(m_folder / "text.dll") << "not a library";
+    std::ofstream(m_folder / "empty.dll").flush();
+    std::ofstream(m_folder / "readme.txt") << "no";
+    fs::create_directories(m_folder / "folder.dll");
+    Install("no_export_plugin.dll", "a.dll");
+    Install("null_descriptor_plugin.dll", "b.dll");
+    Enumerate();
+    EXPECT_TRUE(m_algorithms.Entries().empty());
+    EXPECT_EQ(m_algorithms.Find(kRecorderId).record.libraryPath[0], L'\0');
+
+    Install("recorder_plugin.dll", "c.dll");
+    Enumerate();
+    ASSERT_EQ(m_algorithms.Entries().size(), 1u);
+    const AlgorithmEntry& entry = *m_algorithms.Entries()[0];
+    EXPECT_EQ(entry.record.id, kRecorderId);
+    EXPECT_STREQ(entry.record.name, L"Recorder");
+    EXPECT_EQ(std::wstring(entry.record.libraryPath), m_folder.wstring() + L"\\c.dll");
+    EXPECT_EQ(entry.unit, L"Sol/s");
+    EXPECT_EQ(GetModuleHandleW(entry.record.libraryPath), nullptr) << "the library stays loaded after enumeration";
+}
+
+TEST_F(AlgorithmEnumerationTest, FirstOfOneIdWins) {
+    Install("recorder_plugin.dll", "1.dll");
+    Install("recorder_plugin.dll", "2.dll");
+    Enumerate();
+    ASSERT_EQ(m_algorithms.Entries().size(), 2u);
+    EXPECT_EQ(&m_algorithms.Find(kRecorderId), m_algorithms.Entries()[0].get());
+}
+
+TEST_F(AlgorithmEnumerationTest, LoaderCodes) {
+    std::ofstream(m_folder / "text.dll") << "not a library";
+    Install("no_export_plugin.dll", "no_export.dll");
+    const auto load = [&](const std::wstring& path) {
+        QvDescriptor record = {};
+        path.copy(record.libraryPath, QV_PATH_CHARS - 1);
+        return CPluginInstance().Load(record);
+    };
+    EXPECT_EQ(load(L""), PluginLoadResult::NoAlgorithm);
+    EXPECT_EQ(load(m_folder.wstring() + L"\\missing.dll"), PluginLoadResult::LoadFailed);
+    EXPECT_EQ(load(m_folder.wstring() + L"\\text.dll"), PluginLoadResult::LoadFailed);
+    EXPECT_EQ(load(m_folder.wstring() + L"\\no_export.dll"), PluginLoadResult::NoInterface);
+}
+
+}  // namespace

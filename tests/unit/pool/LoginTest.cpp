@@ -1,0 +1,161 @@
+// The conversations of the four protocol modes, byte by byte.
+#include <gtest/gtest.h>
+#include "SessionRecorder.h"
+
+namespace {
+
+using Events = CSessionRecorder::Events;
+
+constexpr char kAccepted[] = R"({"id":1,"jsonrpc":"2.0","result":true,"error":null})";
+constexpr char kNiceHashReply[] =
+    R"({"id":1,"result":[["mining.notify","ae6812eb","ethereumstratum/1.0.0"],"080c"],"error":null})";
+
+const std::string kSubscribe[] = {
+    "send {\"id\":1,\"method\":\"eth_submitLogin\",\"worker\":\"rig\",\"params\":[\"0xwallet\"]}\n",
+    "send {\"id\":1,\"jsonrpc\":\"2.0\",\"method\":\"mining.subscribe\",\"params\":[]}\n",
+    "send {\"id\":1,\"method\":\"mining.subscribe\",\"params\":[\"Quorvel-Miner/18.12.50.41\",\"EthereumStratum/1.0.0\"]}\n",
+    "send "
+    "{\"id\":1,\"method\":\"mining.subscribe\",\"params\":[\"Quorvel-Miner/"
+    "18.12.50.41\",null,\"pool.example\",\"4444\"]}\n"};
+
+const std::string kLogin[] = {
+    "send {\"id\":4,\"method\":\"eth_getWork\",\"params\":[]}\n",
+    "send {\"id\":2,\"jsonrpc\":\"2.0\",\"method\":\"mining.authorize\",\"params\":[\"0xwallet.rig\",\"secret\"]}\n",
+    "send {\"id\":2,\"method\":\"mining.authorize\",\"params\":[\"0xwallet.rig\",\"secret\"]}\n",
+    "send {\"id\":2,\"method\":\"mining.authorize\",\"params\":[\"0xwallet\",\"secret\"]}\n"};
+
+const std::string kExtranonceSubscribe = "send {\"id\":3,\"method\":\"mining.extranonce.subscribe\",\"params\":[]}\n";
+
+// Drops the connection until the session speaks that mode; the subscribe request is the last event.
+void DropUntil(CSessionRecorder& recorder, int mode, int from = 0) {
+    recorder.session.Connected();
+    for (int dropped = from; dropped < mode; ++dropped) {
+        recorder.session.Disconnected();
+        recorder.Take();
+        recorder.session.Connected();
+    }
+}
+
+// Each mode is reached by dropping the connection before a subscribe succeeds.
+TEST(Login, EachModeHasItsConversation) {
+    for (const int mode : {0, 1, 2, 3}) {
+        SCOPED_TRACE(mode);
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example:9999")});
+        DropUntil(recorder, mode);
+        EXPECT_EQ(recorder.Take(), Events{kSubscribe[mode]});
+        EXPECT_EQ(recorder.session.ActiveMode(), ProtocolMode::None);
+        EXPECT_FALSE(recorder.session.IsReady());
+
+        const Events expected = mode == 2 ? Events{kExtranonceSubscribe, kLogin[mode]} : Events{kLogin[mode]};
+        EXPECT_EQ(recorder.Line(kAccepted), expected);
+        EXPECT_EQ(recorder.session.WorkBlock().protocolMode, mode);
+        EXPECT_EQ(recorder.session.IsReady(), mode == 0);
+        EXPECT_EQ(recorder.Line(R"({"id":2,"result":false,"error":null})"), Events{});
+        EXPECT_TRUE(recorder.session.IsReady());
+    }
+}
+
+TEST(Login, NiceHashIsDetectedWhateverModeWasTried) {
+    for (const int mode : {0, 1, 2, 3}) {
+        SCOPED_TRACE(mode);
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example")});
+        recorder.session.Activate();
+        DropUntil(recorder, mode);
+        recorder.Take();
+        EXPECT_EQ(recorder.Line(kNiceHashReply), (Events{"log Nicehash protocol detected. Change to Protocol-Mode = 2",
+                                                         "post 2402", "post 2407", kExtranonceSubscribe, kLogin[2]}));
+        EXPECT_STREQ(recorder.session.WorkBlock().extranonce, "080c");
+        EXPECT_FALSE(recorder.session.IsReady());
+    }
+}
+
+TEST(Login, AnythingButThreeItemsOfNiceHashIsNotNiceHash) {
+    for (const char* const result : {R"([["a","b"],"080c"])", R"([["a","b","EthereumStratum/1.0.0","d"],"080c"])",
+                                     R"([["a","b","EthereumStratum/2.0.0"]])", R"([["a","b",1]])", R"([[],"x"])", R"([])",
+                                     R"({"0":["a","b","EthereumStratum/1.0.0"]})", R"("x")", R"(null)"}) {
+        SCOPED_TRACE(result);
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example", 7)});
+        recorder.session.Connected();
+        recorder.Take();
+        EXPECT_EQ(recorder.Line(Join({R"({"id":1,"error":null,"result":)", result, "}"})), Events{kLogin[1]});
+    }
+}
+
+TEST(Login, TheAlgorithmChoosesTheFirstMode) {
+    for (const std::int32_t algorithm : {-1, 0, 1, 6, 7, 8, 9, 11}) {
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example", algorithm)});
+        recorder.session.Connected();
+        EXPECT_EQ(recorder.Take(), Events{kSubscribe[algorithm == 7 || algorithm == 8 ? 1 : 0]}) << algorithm;
+    }
+}
+
+TEST(Login, ARefusedSubscribeIsLoggedAndWaitsForThePool) {
+    struct Case {
+        const char* error;
+        Events expected;
+    };
+    const Case cases[] = {
+        {R"([20,"Not supported",null])", {"log Subscribe failed. Protocol-Mode was = 0", "pool-error 20 -1 Not supported"}},
+        {R"({"code":-3,"message":"Method not found"})", {"log Subscribe failed. Protocol-Mode was = 0"}},
+    };
+    for (const Case& c : cases) {
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example")});
+        recorder.session.Activate();
+        recorder.session.Connected();
+        EXPECT_EQ(recorder.Line(Join({R"({"id":1,"result":null,"error":)", c.error, "}"})), c.expected);
+        EXPECT_EQ(recorder.session.ActiveMode(), ProtocolMode::None);
+    }
+}
+
+TEST(Login, ASubscribeClearsTheTargetAndForgetsItsDifficulty) {
+    CSessionRecorder recorder;
+    recorder.LogIn(ProtocolMode::Plain);
+    recorder.session.Activate();
+    const char* const difficulty = R"({"id":null,"method":"mining.set_difficulty","params":[2]})";
+    EXPECT_EQ(recorder.Line(difficulty), Events{"post 2406"});
+    recorder.session.Disconnected();
+    recorder.session.Connected();
+    recorder.Line(kAccepted);
+    EXPECT_EQ(recorder.session.WorkBlock().target[4], 0);
+    EXPECT_EQ(recorder.Line(difficulty), Events{"post 2406"});
+    EXPECT_EQ(recorder.session.WorkBlock().target[4], 0x7F);
+}
+
+TEST(Login, TheWorkerNameIsTheOverrideOrElseTheDefault) {
+    CSessionRecorder recorder;
+    PoolEntry pool = MakePool(1, L"pool.example");
+    std::copy_n(L"special", 8, pool.WorkerOverride);
+    recorder.UsePools({pool});
+    EXPECT_STREQ(recorder.session.WorkBlock().workerName, L"special");
+    recorder.UsePools({MakePool(1, L"pool.example")});
+    EXPECT_STREQ(recorder.session.WorkBlock().workerName, L"rig");
+}
+
+TEST(Login, AChangedWorkerNameIsTakenAtTheNextLoginAndTheEarlierTextStays) {
+    CSessionRecorder recorder;
+    recorder.UsePools({MakePool(1, L"pool.example")});
+    const wchar_t* const earlier = recorder.session.WorkBlock().workerName;
+    recorder.workerName = L"another";
+    EXPECT_STREQ(recorder.session.WorkBlock().workerName, L"rig");
+    recorder.session.Connected();
+    EXPECT_EQ(recorder.Take().back(),
+              "send {\"id\":1,\"method\":\"eth_submitLogin\",\"worker\":\"another\",\"params\":[\"0xwallet\"]}\n");
+    EXPECT_STREQ(recorder.session.WorkBlock().workerName, L"another");
+    EXPECT_STREQ(earlier, L"rig");
+}
+
+TEST(Login, WideTextGoesOutNarrowAndUnescaped) {
+    CSessionRecorder recorder;
+    recorder.workerName = L"r\u00FCg\"x";
+    recorder.UsePools({MakePool(1, L"pool.example")});
+    recorder.session.Connected();
+    EXPECT_EQ(recorder.Take().back(),
+              "send {\"id\":1,\"method\":\"eth_submitLogin\",\"worker\":\"r\xFCg\"x\",\"params\":[\"0xwallet\"]}\n");
+}
+
+}  // namespace

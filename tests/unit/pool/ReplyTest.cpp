@@ -1,0 +1,177 @@
+// Share results, pool errors and hash-rate replies.
+#include <gtest/gtest.h>
+#include "SessionRecorder.h"
+
+namespace {
+
+using Events = CSessionRecorder::Events;
+
+class Reply : public ::testing::Test {
+  protected:
+    Reply() { Prepare(recorder); }
+    static void Prepare(CSessionRecorder& recorder) {
+        recorder.gpus[0];
+        recorder.gpus[1];
+        recorder.LogIn(ProtocolMode::Plain);
+        recorder.session.Activate();
+        recorder.Take();
+    }
+    PoolError LastError() const { return recorder.pools[0]->lastError.Get(); }
+    CSessionRecorder recorder;
+};
+
+TEST_F(Reply, CountsSharesByTheGpuInTheId) {
+    struct Case {
+        const char* line;
+        int accepted0, rejected0, accepted1, rejected1;
+        Events events;
+    };
+    const Case cases[] = {
+        {R"({"id":65537,"result":true})", 1, 0, 0, 0, {}},
+        {R"({"id":65536,"result":true,"error":null})", 1, 0, 0, 0, {}},
+        {R"({"id":131071,"result":true})", 1, 0, 0, 0, {}},
+        {R"({"id":131072,"result":true})", 0, 0, 1, 0, {}},
+        {R"({"id":131073,"result":false,"error":[23,"Low difficulty",null]})",
+         0,
+         0,
+         0,
+         1,
+         {"pool-error 23 1 Low difficulty"}},
+        {R"({"id":131073,"error":{"code":21,"message":"Job not found"}})", 0, 0, 0, 1, {"pool-error 21 1 Job not found"}},
+        {R"({"id":65537,"result":false})", 0, 1, 0, 0, {}},
+        {R"({"id":65537,"result":null,"error":null})", 0, 1, 0, 0, {}},
+        {R"({"id":65537,"result":"true"})", 0, 1, 0, 0, {}},
+        {R"({"id":65537,"result":1})", 0, 1, 0, 0, {}},
+        {R"({"id":196609,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":196609,"result":false,"error":[23,"Low",null]})", 0, 0, 0, 0, {"pool-error 23 -1 Low"}},
+        {R"({"id":6,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":65535,"result":false})", 0, 0, 0, 0, {}},
+        {R"({"id":4294967295,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":4295032833,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":-65537,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":"65537","result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":65537.0,"result":true})", 0, 0, 0, 0, {}},
+        {R"({"id":65537,"method":"client.get_version","params":[]})", 0, 0, 0, 0, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        CSessionRecorder fresh;
+        Prepare(fresh);
+        EXPECT_EQ(fresh.Line(c.line), c.events);
+        EXPECT_EQ(fresh.gpus[0].accepted, static_cast<std::uint64_t>(c.accepted0));
+        EXPECT_EQ(fresh.gpus[0].rejected, static_cast<std::uint64_t>(c.rejected0));
+        EXPECT_EQ(fresh.gpus[1].accepted, static_cast<std::uint64_t>(c.accepted1));
+        EXPECT_EQ(fresh.gpus[1].rejected, static_cast<std::uint64_t>(c.rejected1));
+    }
+}
+
+// A device that only the management library knows has the CUDA id -1.
+TEST_F(Reply, ASmallIdIsNoShareOfTheDeviceWithoutCuda) {
+    recorder.gpus[-1];
+    recorder.Line(R"({"id":6,"result":true})");
+    recorder.Line(R"({"id":7,"result":false})");
+    EXPECT_EQ(recorder.gpus[-1].accepted + recorder.gpus[-1].rejected, 0u);
+}
+
+TEST_F(Reply, DoesNotCountForAGpuThatIsSetAside) {
+    recorder.gpus[0].paused = 1;
+    recorder.Line(R"({"id":65537,"result":true})");
+    EXPECT_EQ(recorder.Line(R"({"id":65537,"result":false,"error":[20,"No"]})"), Events{"pool-error 20 0 No"});
+    EXPECT_EQ(recorder.gpus[0].accepted + recorder.gpus[0].rejected, 0u);
+}
+
+TEST_F(Reply, ReadsEveryShapeOfAnError) {
+    struct Case {
+        const char* error;
+        int code;
+        const char* text;
+    };
+    const Case cases[] = {
+        {R"([23,"Low difficulty share",null])", 23, "Low difficulty share"},
+        {R"(["23","text"])", -1, "text"},
+        {R"([23])", 23, "Unknown error from Pool: 23"},
+        {R"([null,"text only"])", -1, "text only"},
+        {R"([0,"zero"])", -1, "zero"},
+        {R"([2147483648,"too large"])", -1, "too large"},
+        {R"([-2147483648,7])", -2147483648, "Unknown error from Pool: -2147483648"},
+        {R"({"code":24,"message":"Unauthorized"})", 24, "Unauthorized"},
+        {R"({"code":-1})", -1, "Unknown error from Pool: -1"},
+        {R"({"message":"no code"})", -1, "no code"},
+        {R"({"code":"5","message":"wrong type"})", -1, "wrong type"},
+        {R"({"code":1,"message":[25,"inner"]})", 25, "inner"},
+        {R"({"code":1,"message":[]})", 1, "Unknown error from Pool: 1"},
+        {R"({"code":1,"message":{"a":1}})", 1, "Unknown error from Pool: 1"},
+        {R"("Invalid worker")", -1, "Invalid worker"},
+        {R"(42)", 42, "Unknown error from Pool: 42"},
+        {R"("cut\u0000here")", -1, "cut"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.error);
+        CSessionRecorder fresh;
+        Prepare(fresh);
+        const Events expected = {"pool-error " + std::to_string(c.code) + " -1 " + c.text};
+        EXPECT_EQ(fresh.Line(Join({R"({"id":2,"result":null,"error":)", c.error, "}"})), expected);
+        const PoolError recorded = fresh.pools[0]->lastError.Get();
+        EXPECT_EQ(recorded.code, c.code);
+        EXPECT_STREQ(recorded.text, c.text);
+        EXPECT_EQ(recorded.time, fresh.clock.now);
+        EXPECT_EQ(recorded.gpuIndex, -1);
+    }
+}
+
+TEST_F(Reply, WhatIsNoErrorIsNotRecorded) {
+    for (const char* const error :
+         {"null", "true", "false", "0", "\"\"", "[]", "[null,null]", "{}", "1.5", "4294967296", "[[5]]"}) {
+        EXPECT_EQ(recorder.Line(Join({R"({"id":2,"result":true,"error":)", error, "}"})), Events{}) << error;
+    }
+    EXPECT_EQ(LastError().code, 0);
+    EXPECT_FALSE(LastError().time.IsSet());
+}
+
+TEST_F(Reply, ALongErrorTextIsCut) {
+    recorder.Line(Join({R"({"id":2,"error":")", std::string(4000, 'e'), "\"}"}));
+    EXPECT_EQ(LastError().text, std::string(511, 'e'));
+}
+
+TEST_F(Reply, ARefusedUserStopsMining) {
+    EXPECT_EQ(recorder.Line(R"({"id":2,"result":null,"error":"Invalid user provided"})"),
+              (Events{"pool-error -1 -1 Invalid user provided", "stop-mining"}));
+    EXPECT_EQ(recorder.Line(R"({"id":2,"error":[24,"INVALID USER PROVIDED"]})").back(), "stop-mining");
+    EXPECT_EQ(recorder.Line(R"({"id":2,"error":"Invalid user provided."})").back(),
+              "pool-error -1 -1 Invalid user provided.");
+    EXPECT_EQ(recorder.Line(R"({"id":3,"error":[20,"Method not found"]})"), Events{"pool-error 20 -1 Method not found"});
+}
+
+TEST_F(Reply, OnlyAUserSessionThatFeedsThePluginRecordsErrors) {
+    const char* const refusal = R"({"id":2,"result":null,"error":"Invalid user provided"})";
+    recorder.session.Pause();
+    EXPECT_EQ(recorder.Line(refusal), Events{});
+    EXPECT_EQ(LastError().code, 0);
+
+    CSessionRecorder fee(StratumKind::Fee);
+    Prepare(fee);
+    EXPECT_EQ(fee.Line(refusal), Events{});
+    EXPECT_EQ(fee.pools[0]->lastError.Get().code, 0);
+}
+
+TEST_F(Reply, AMessageWithAMethodRecordsNoError) {
+    EXPECT_EQ(recorder.Line(R"({"id":0,"result":null,"error":"x"})"), Events{});
+    EXPECT_EQ(recorder.Line(R"({"id":4,"result":null,"error":"x"})"), Events{});
+    EXPECT_EQ(recorder.Line(R"({"id":2,"method":"client.show_message","error":"x"})"), Events{});
+}
+
+TEST_F(Reply, ARefusedHashRateReportEndsTheReports) {
+    const std::wstring id = recorder.session.HashRateId();
+    ASSERT_EQ(id.size(), 66u);
+    recorder.Line(R"({"id":5,"result":true,"error":null})");
+    EXPECT_EQ(recorder.session.HashRateId(), id);
+    for (const char* const reply : {R"({"id":5,"result":false})", R"({"id":5,"result":null,"error":"Method not found"})",
+                                    R"({"id":5,"result":1})", R"({"id":5})"}) {
+        CSessionRecorder fresh;
+        Prepare(fresh);
+        EXPECT_EQ(fresh.Line(reply), Events{}) << reply;
+        EXPECT_EQ(fresh.session.HashRateId(), L"") << reply;
+    }
+}
+
+}  // namespace
