@@ -8,9 +8,9 @@ namespace {
 
 constexpr unsigned kCallsBetweenTrims = 25;
 
-// From this size on the area is made larger than the capacity asks for: a line that arrives in thousands of small reads
-// would otherwise be copied whole for each of them.
-constexpr std::size_t kAheadSize = 1024 * 1024;
+// An area of up to this size is kept when the buffer is trimmed: only the capacity is taken back, and a stream of usual lines
+// needs no memory manager.
+constexpr std::size_t kKeptArea = 128 * 1024;
 
 }  // namespace
 
@@ -23,7 +23,8 @@ bool CByteBuffer::Append(std::span<const char> bytes) {
         if (capacity <= m_areaSize) {
             m_capacity = capacity;
         } else {
-            Reallocate(capacity, capacity < kAheadSize ? capacity : capacity + capacity / 2);
+            // Ahead of what the capacity asks for, which grows with every append: else each of them would copy the contents.
+            Reallocate(capacity, capacity + capacity / 2);
         }
     }
     if (m_length + bytes.size() + m_spare > m_capacity) return false;
@@ -54,7 +55,11 @@ void CByteBuffer::Trim() {
     m_highWater = 0;
     if (capacity >= m_capacity) return;
     m_length = 0;
-    Reallocate(capacity, capacity);
+    if (m_areaSize > kKeptArea) {
+        Reallocate(capacity, capacity);
+    } else {
+        m_capacity = capacity;
+    }
 }
 
 void CByteBuffer::Repack() {

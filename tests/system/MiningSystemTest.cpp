@@ -30,6 +30,15 @@ TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
     EXPECT_GE(counts[0] + 2, accepted);
     EXPECT_EQ(counts[2], 0u) << pool.Output();
     EXPECT_TRUE(Contains(pool.Output(), "gpu=0") && Contains(pool.Output(), "gpu=1")) << pool.Output();
+
+    // Every mode up to the pool's was tried, in order.
+    const char* const subscribes[] = {"-> {\"id\":1,\"method\":\"eth_submitLogin\"", "-> {\"id\":1,\"jsonrpc\":\"2.0\"",
+                                      "\"EthereumStratum/1.0.0\"]}"};
+    std::size_t at = 0;
+    for (int mode = 0; mode <= GetParam()[0] - '0'; ++mode) {
+        at = rig.ConnectionLog().find(subscribes[mode], at);
+        EXPECT_NE(at, std::string::npos) << "mode " << mode << '\n' << rig.ConnectionLog();
+    }
 }
 
 // A pool of one fixed mode drops every other log-in, so the later modes are reached by discovery.
