@@ -115,6 +115,13 @@ void CMiningManager::OnTimer(UINT_PTR id) {
     if (id != kAccountingTimerId) return;
     AccountTime(m_userSession);
     AccountTime(m_feeSession);
+    ReviveUserSession();
+}
+
+void CMiningManager::ReviveUserSession() {
+    if (m_userSession.IsRunning() || m_userSession.IsStopped()) return;
+    m_log.LogLine(L"The connection had ended; connecting again");
+    m_userSession.Connect();
 }
 
 void CMiningManager::AccountTime(CMiningStratum& session) const {

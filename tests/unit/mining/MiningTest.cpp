@@ -196,6 +196,19 @@ TEST_F(MiningTest, AccountingCountsTimeOfTheWorkSourceOnly) {
     EXPECT_EQ(manager.UserSession().minedTime, 61 * kTicksPerSecond);
 }
 
+TEST_F(MiningTest, ADeadConnectionIsTakenUpAgain) {
+    ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
+    CMiningManager& manager = *m_mining.Managers()[0];
+    manager.UserSession().CloseConnection();
+    ASSERT_FALSE(manager.UserSession().IsRunning());
+    SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
+    EXPECT_TRUE(manager.UserSession().IsRunning());
+    manager.UserSession().CloseConnection();
+    manager.UserSession().SetStopped(true);
+    SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
+    EXPECT_FALSE(manager.UserSession().IsRunning());
+}
+
 TEST(LogNameTest, ReplacesWhatNoFileNameMayHold) {
     EXPECT_EQ(ConnectionLogName(L"a<b>c:d\"e/f\\g|h?i*j [k]'%"), L"Miner-[a#b#c#d#e#f#g#h#i#j [k]'%]");
 }
