@@ -29,9 +29,10 @@ finish() {
 }
 trap finish EXIT
 
+wine_pid() { pgrep -f "^[^ ]*$1\\.exe" | head -1; } # not of the scripts that have started it
 private_kb() { # image name: the process's own pages, from the kernel
     local pid
-    pid=$(pgrep -f "$1" | head -1)
+    pid=$(wine_pid "$1")
     awk '/^Private_(Clean|Dirty):/ {sum += $2} END {print sum}' "/proc/$pid/smaps_rollup"
 }
 
@@ -53,7 +54,7 @@ scripts/wine-run build/windows/tests/bench/memory/empty_dialog.exe &
 scripts/wine-run "$folder/Quorvel-Miner.exe" &
 scripts/wine-run build/windows/tools/miner-window.exe wait
 sleep 10 # logged in, first job handled, everything settled
-dialog=$(private_kb 'empty_dialog\.exe') miner=$(private_kb 'Quorvel-Miner\.exe')
+dialog=$(private_kb empty_dialog) miner=$(private_kb Quorvel-Miner)
 awk -v a="$miner" -v b="$dialog" 'BEGIN {printf "miner, mining with the template plug-in: %d kB   empty dialog: %d kB   ratio %.2f\n", a, b, a / b}'
 scripts/wine-run build/windows/tools/miner-window.exe close
-kill "$(pgrep -f 'empty_dialog\.exe' | head -1)" 2>/dev/null || true
+kill "$(wine_pid empty_dialog)" 2>/dev/null || true

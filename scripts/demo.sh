@@ -25,7 +25,7 @@ window() { scripts/wine-run build/windows/tools/miner-window.exe "$@"; }
 finish() {
     [ -z "$miner_pid" ] || window close >/dev/null 2>&1 || true
     [ -z "$pool_pid" ] || kill "$pool_pid" 2>/dev/null || true
-    [ -z "$own_display" ] || wine_stop
+    [ -z "$own_display" ] || wine_stop >/dev/null 2>&1
 }
 trap finish EXIT
 
@@ -75,11 +75,19 @@ XML
 
 # A display of the user's is used; without one the miner runs in an X server of our own.
 start_display() {
+    local user_display=${DISPLAY:-}
     wine_environment
-    if [ -z "${DISPLAY:-}" ] || [ ! -e "$wine_state/ready" ]; then
-        display_alive || own_display=yes
+    display_alive || own_display=yes
+    if [ -z "$user_display" ]; then
         wine_start
+        return
     fi
+    if [ ! -e "$wine_state/ready" ]; then # the prefix is made out of sight
+        wine_start
+        wine_stop
+    fi
+    own_display=
+    export QV_DISPLAY=$user_display
 }
 
 accepted() { grep -c "^share accepted" "$pool_log" || true; }

@@ -6,8 +6,11 @@ wine_environment() {
     export WINEPREFIX="${QV_WINEPREFIX:-$qv_root/build/wine}"
     export WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d'
     wine_state="$WINEPREFIX.state"
-    [ -s "$wine_state/display" ] && export DISPLAY=":$(cat "$wine_state/display")"
-    return 0
+    if [ -n "${QV_DISPLAY:-}" ]; then # somebody's own display is to be used
+        export DISPLAY="$QV_DISPLAY"
+    elif [ -s "$wine_state/display" ]; then
+        export DISPLAY=":$(cat "$wine_state/display")"
+    fi
 }
 
 wine_bin() { if command -v wine64 >/dev/null; then wine64 "$@"; else /usr/lib/wine/wine64 "$@"; fi; }
@@ -44,6 +47,9 @@ wine_create_prefix() {
     wine_server -w
     touch "$wine_state/ready"
 }
+
+# Nothing has to be started before a program can run.
+wine_ready() { [ -e "$wine_state/ready" ] && { [ -n "${QV_DISPLAY:-}" ] || display_alive; }; }
 
 # The prefix exists, the display and the resident wineserver run. Safe to call from many processes.
 wine_start() {

@@ -18,7 +18,8 @@ CJobBoard::View CJobBoard::Current() const {
 
 void CJobBoard::WaitForChange(std::uint64_t generation, std::chrono::steady_clock::time_point deadline) const {
     std::unique_lock lock(m_lock);
-    m_changed.wait_until(lock, deadline, [&] { return m_generation.load(std::memory_order_relaxed) != generation; });
+    m_changed.wait_until(lock, deadline,
+                         [&] { return IsClosed() || m_generation.load(std::memory_order_relaxed) != generation; });
 }
 
 void CJobBoard::Close() {

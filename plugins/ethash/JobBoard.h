@@ -32,7 +32,8 @@ class CJobBoard {
     // Changes with each publication; cheap enough to be looked at many times per batch.
     const std::atomic<std::uint64_t>& Generation() const { return m_generation; }
 
-    // Returns when the generation is no longer this one, or at the deadline.
+    // Returns when the generation is no longer this one, at the deadline, and at once from a closed board (whose last
+    // generation a worker may have seen before it looked whether the board is closed).
     void WaitForChange(std::uint64_t generation, std::chrono::steady_clock::time_point deadline) const;
 
     // The end: workers return.

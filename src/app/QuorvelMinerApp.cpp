@@ -73,8 +73,8 @@ bool CQuorvelMinerApp::DiscoverGpus() {
     m_nvml = std::make_unique<CNvml>(m_folders.installationFolder);
     m_discoveryPool = MakeUnassignedPool(m_algorithms);
     const auto showError = [](const std::wstring& text) { ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error); };
-    m_gpus = std::make_unique<CManagerMinerGpus>(CManagerMinerGpus::Surroundings{
-        *m_cuda, *m_nvml, m_mainLog, [this] { return m_discoveryPool.get(); }, showError});
+    m_gpus = std::make_unique<CManagerMinerGpus>(
+        CManagerMinerGpus::Surroundings{*m_cuda, *m_nvml, m_mainLog, [this] { return m_discoveryPool.get(); }, showError});
     try {
         return m_gpus->Init() == 0;
     } catch (const std::runtime_error& error) {

@@ -45,8 +45,8 @@ class CMiningManager final : public CWnd {
     void StartSessions();
     void OnTimer(UINT_PTR id);
     void AccountTime(CMiningStratum& session) const;
-    // The connection's thread ends by itself on errors that it does not know, such as an unreachable network; a rig that is left
-    // alone must go on when the network is back.
+    // The connection's thread ends by itself on errors that it does not know, such as an unreachable network; a rig that is
+    // left alone must go on when the network is back.
     void ReviveUserSession();
     void SwitchPool(CMiningStratum& session);
     void LogConnect(const PoolEntry& pool);

@@ -8,8 +8,8 @@ namespace {
 
 constexpr unsigned kCallsBetweenTrims = 25;
 
-// An area of up to this size is kept when the buffer is trimmed: only the capacity is taken back, and a stream of usual lines
-// needs no memory manager.
+// An area of up to this size is kept when the buffer is trimmed: only the capacity is taken back, and a stream of usual
+// lines needs no memory manager.
 constexpr std::size_t kKeptArea = 128 * 1024;
 
 }  // namespace

@@ -33,7 +33,8 @@ extern "C" {
 typedef uintptr_t (*QvGetInterface)(uintptr_t argument);
 enum { QV_INTERFACE_WINDOW = 1, QV_INTERFACE_DESCRIPTOR = 2 };
 
-/* Optional export: the unit of the hash rate, for example L"H/s" (assumed when the export is missing). The text is static. */
+/* Optional export: the unit of the hash rate, for example L"H/s" (assumed when the export is missing). The text is static.
+ */
 typedef const wchar_t* (*QvGetUnit)(void);
 
 enum { QV_NAME_CHARS = 160, QV_PATH_CHARS = 260, QV_DESCRIPTOR_BYTES = 844 };
@@ -50,14 +51,14 @@ typedef struct QvDescriptor {
 /* ---- Window messages to the plug-in's window --------------------------------------------------------------------- */
 
 enum {
-    QV_MSG_SET_OWNER = 0x2400,      /* posted, GUI thread. wParam: the owning manager's window (HWND) */
-    QV_MSG_SET_GPUS = 0x2401,       /* posted, GUI thread. wParam: QvGpuRecord* const*, lParam: their number. The array and the
-                                       records stay valid until 0x2404 has returned */
-    QV_MSG_LOGGED_IN = 0x2402,      /* posted. wParam: work block; its protocolMode is settled */
-    QV_MSG_START = 0x2403,          /* posted, GUI thread */
-    QV_MSG_STOP = 0x2404,           /* sent (SendMessage), GUI thread: end all threads, touch no shared memory afterwards */
-    QV_MSG_NEW_JOB = 0x2405,        /* posted. wParam: work block */
-    QV_MSG_NEW_TARGET = 0x2406,     /* posted. wParam: work block */
+    QV_MSG_SET_OWNER = 0x2400,  /* posted, GUI thread. wParam: the owning manager's window (HWND) */
+    QV_MSG_SET_GPUS = 0x2401,   /* posted, GUI thread. wParam: QvGpuRecord* const*, lParam: their number. The array and the
+                                   records stay valid until 0x2404 has returned */
+    QV_MSG_LOGGED_IN = 0x2402,  /* posted. wParam: work block; its protocolMode is settled */
+    QV_MSG_START = 0x2403,      /* posted, GUI thread */
+    QV_MSG_STOP = 0x2404,       /* sent (SendMessage), GUI thread: end all threads, touch no shared memory afterwards */
+    QV_MSG_NEW_JOB = 0x2405,    /* posted. wParam: work block */
+    QV_MSG_NEW_TARGET = 0x2406, /* posted. wParam: work block */
     QV_MSG_NEW_EXTRANONCE = 0x2407, /* posted. wParam: work block */
     QV_MSG_ACTIVATE = 0x2408        /* posted, GUI thread. wParam: the work block to use from now on; the messages that
                                        follow it replay the state of that pool session */
@@ -83,23 +84,23 @@ enum {
  * write is followed by another message, so a copy that was torn by a newer job is corrected by the message of that job.
  * All narrow texts are terminated. A block stays valid until 0x2404 has returned. */
 typedef struct StratumWorkBlock {
-    char jobId[QV_JOB_ID_BYTES];                               /* params[0] of the job */
-    char extranonce[QV_EXTRANONCE_BYTES];                      /* as received, at most 31 characters */
-    char parameters[QV_PARAMETER_SLOTS][QV_PARAMETER_BYTES];   /* the strings of params[1], params[2], ... in order */
-    char branches[QV_BRANCH_SLOTS][QV_BRANCH_BYTES];           /* the strings of params[4] when that is an array */
-    uint8_t cleanJobs;                                         /* 1: drop earlier jobs; 0: they may still be sent */
+    char jobId[QV_JOB_ID_BYTES];                             /* params[0] of the job */
+    char extranonce[QV_EXTRANONCE_BYTES];                    /* as received, at most 31 characters */
+    char parameters[QV_PARAMETER_SLOTS][QV_PARAMETER_BYTES]; /* the strings of params[1], params[2], ... in order */
+    char branches[QV_BRANCH_SLOTS][QV_BRANCH_BYTES];         /* the strings of params[4] when that is an array */
+    uint8_t cleanJobs;                                       /* 1: drop earlier jobs; 0: they may still be sent */
     uint8_t padding0[7];
-    uint8_t target[QV_TARGET_BYTES];                           /* 256-bit share target, most significant byte first */
-    int32_t prefixFlag;                                        /* 1: the pool writes hexadecimal numbers with "0x" */
+    uint8_t target[QV_TARGET_BYTES]; /* 256-bit share target, most significant byte first */
+    int32_t prefixFlag;              /* 1: the pool writes hexadecimal numbers with "0x" */
     int32_t padding1;
     uint64_t reserved0;
-    int32_t protocolMode;                                      /* -1 none yet, 0 eth-proxy, 1 plain, 2 NiceHash, 3 host */
+    int32_t protocolMode; /* -1 none yet, 0 eth-proxy, 1 plain, 2 NiceHash, 3 host */
     int32_t padding2;
-    const wchar_t* workerName;                                 /* read at send time */
-    const wchar_t* walletUser;                                 /* read at send time */
-    const wchar_t* password;                                   /* read at send time */
-    const char* bareJobId;                                     /* into jobId: past "0x" and leading zeros */
-    void* session;                                             /* first argument of QuorvelSend */
+    const wchar_t* workerName; /* read at send time */
+    const wchar_t* walletUser; /* read at send time */
+    const wchar_t* password;   /* read at send time */
+    const char* bareJobId;     /* into jobId: past "0x" and leading zeros */
+    void* session;             /* first argument of QuorvelSend */
     uint64_t reserved1;
 } StratumWorkBlock;
 
@@ -131,14 +132,14 @@ typedef struct CMiningStatistics {
 #else
     void* virtualTable;
 #endif
-    uint64_t reserved0;  /* plug-in: free use, not reported */
-    uint64_t accepted;   /* miner: shares that the pool accepted */
-    uint64_t rejected;   /* miner: shares that the pool rejected */
-    uint64_t stale;      /* plug-in: solutions found but not sent because their job had been replaced */
-    uint64_t solSpeed;   /* plug-in: solutions per second */
-    uint64_t hashSpeed;  /* plug-in: hashes per second; 0 while the GPU does not hash */
-    int64_t lastTime;    /* plug-in: time of the last share sent, 100-ns ticks since 1601 UTC; 0 none */
-    int32_t paused;      /* miner: when set, answers are not counted for this GPU */
+    uint64_t reserved0; /* plug-in: free use, not reported */
+    uint64_t accepted;  /* miner: shares that the pool accepted */
+    uint64_t rejected;  /* miner: shares that the pool rejected */
+    uint64_t stale;     /* plug-in: solutions found but not sent because their job had been replaced */
+    uint64_t solSpeed;  /* plug-in: solutions per second */
+    uint64_t hashSpeed; /* plug-in: hashes per second; 0 while the GPU does not hash */
+    int64_t lastTime;   /* plug-in: time of the last share sent, 100-ns ticks since 1601 UTC; 0 none */
+    int32_t paused;     /* miner: when set, answers are not counted for this GPU */
     int32_t padding0;
     QvHistory hashHistory; /* plug-in: hashSpeed once a second */
     QvHistory solHistory;  /* plug-in: solSpeed once a second */
@@ -181,19 +182,19 @@ typedef struct QvGpuRecord {
     uint32_t padding2;
     uint64_t memoryTotal; /* bytes */
 
-    uint32_t temperature; /* degrees Celsius */
-    uint32_t fanSpeed;    /* per cent */
-    uint64_t memoryUsed;  /* bytes */
-    uint32_t coreClock;   /* MHz */
-    uint32_t memoryClock; /* MHz */
-    uint32_t powerUsage;  /* watts */
+    uint32_t temperature;    /* degrees Celsius */
+    uint32_t fanSpeed;       /* per cent */
+    uint64_t memoryUsed;     /* bytes */
+    uint32_t coreClock;      /* MHz */
+    uint32_t memoryClock;    /* MHz */
+    uint32_t powerUsage;     /* watts */
     uint32_t gpuUtilization; /* per cent */
     uint32_t telemetryState; /* 0 never read, 1 read without power, 2 read, 7 excluded */
     uint32_t padding3;
 
     CMiningStatistics statistics;
     const struct PoolEntry* assignedPool; /* never null */
-    int32_t NGM;   /* nonce-generator mode, from the configuration; its meaning is the plug-in's */
+    int32_t NGM;                          /* nonce-generator mode, from the configuration; its meaning is the plug-in's */
     int32_t padding4;
     uint64_t NGTO; /* nonce-generator setting, from the configuration */
 

@@ -8,26 +8,21 @@
 
 namespace {
 
-TEST(WideString, BlocksAreRoundedTo128Bytes) {
+TEST(WideString, BlocksAreRoundedTo128BytesAndNeverFull) {
     // The length at which a block is full: 16 bytes of header and the terminator go off.
     constexpr std::size_t kFull = (128 - 16) / sizeof(wchar_t) - 1;
-    EXPECT_EQ(CWideString::BlockBytes(0), 128u);
     EXPECT_EQ(CWideString::BlockBytes(kFull - 1), 128u);
-    EXPECT_EQ(CWideString::BlockBytes(kFull), 256u);  // strictly above: a block is never filled to its last byte
-    CWideString text(std::wstring(kFull, L'x'));
-    EXPECT_EQ(text.Capacity(), (256 - 16) / sizeof(wchar_t));
+    EXPECT_EQ(CWideString::BlockBytes(kFull), 256u);
+    EXPECT_EQ(CWideString(std::wstring(kFull, L'x')).Capacity(), (256 - 16) / sizeof(wchar_t));
     EXPECT_EQ(CWideString().Capacity(), 0u);
 }
 
 TEST(WideString, ACopySharesUntilOneIsWritten) {
     CWideString first(L"job");
-    const CWideString second = first;
+    CWideString second = first;
     EXPECT_EQ(first.Text(), second.Text());
     EXPECT_TRUE(first.IsShared());
-
     first.Append(L" 7");
-    EXPECT_NE(first.Text(), second.Text());
-    EXPECT_EQ(first.View(), L"job 7");
     EXPECT_EQ(second.View(), L"job");
     EXPECT_FALSE(first.IsShared());
     EXPECT_FALSE(second.IsShared());
@@ -35,6 +30,13 @@ TEST(WideString, ACopySharesUntilOneIsWritten) {
     const wchar_t* block = first.Text();
     first.Append(L"!");
     EXPECT_EQ(first.Text(), block);  // its own and large enough: written in place
+    CWideString moved = std::move(first);
+    first = second;
+    second.Clear();
+    EXPECT_EQ(moved.View(), L"job 7!");
+    EXPECT_EQ(first.View(), L"job");
+    EXPECT_EQ(second.View(), L"");
+    EXPECT_FALSE(first.IsShared());
 }
 
 TEST(WideString, AppendsAPartOfItself) {
@@ -43,20 +45,8 @@ TEST(WideString, AppendsAPartOfItself) {
     for (int i = 0; i < 6; ++i) {
         text.Append(text.View().substr(1));
         expected += expected.substr(1);
+        EXPECT_EQ(text.Text(), expected);
     }
-    EXPECT_EQ(text.View(), expected);
-    EXPECT_EQ(text.Text()[text.Length()], L'\0');
-}
-
-TEST(WideString, MovesAndClears) {
-    CWideString text(L"abc");
-    CWideString moved = std::move(text);
-    EXPECT_EQ(moved.View(), L"abc");
-    text = moved;
-    moved.Clear();
-    EXPECT_EQ(moved.View(), L"");
-    EXPECT_EQ(text.View(), L"abc");
-    EXPECT_FALSE(text.IsShared());
 }
 
 TEST(WideString, CopiesMayBeDroppedByOtherThreads) {
@@ -64,11 +54,8 @@ TEST(WideString, CopiesMayBeDroppedByOtherThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([text] {
-            for (int round = 0; round < 2000; ++round) {
-                CWideString copy = text;
-                copy.Append(L"+");
-                ASSERT_EQ(copy.Length(), text.Length() + 1);
-            }
+            for (int round = 0; round < 2000; ++round)
+                CWideString(text).Append(L"+");
         });
     }
     for (std::thread& thread : threads)

@@ -21,89 +21,80 @@ MinerConfiguration Configuration(CRig& rig, std::uint32_t id, std::vector<QvGpuR
 
 TEST(PublishedConfiguration, PointsGpusAtTheirPools) {
     CRig rig;
-    rig.A().assignedPool = rig.B().assignedPool = nullptr;
-    CPublishedConfiguration published(rig.gpus, rig.unassignedPool);
-    EXPECT_EQ(ReadAssignedPool(rig.A()), rig.unassignedPool.get());
-
-    published.Publish(Configuration(rig, 1, {&rig.A()}));
-    EXPECT_EQ(ReadAssignedPool(rig.A()), published.Current()->pools[0].get());
-    EXPECT_EQ(ReadAssignedPool(rig.B()), rig.unassignedPool.get());
-
-    published.Publish(Configuration(rig, 2, {&rig.B()}));
-    EXPECT_EQ(ReadAssignedPool(rig.A()), rig.unassignedPool.get());
-    EXPECT_EQ(ReadAssignedPool(rig.B()), published.Current()->pools[0].get());
+    const auto pools = [&] { return std::pair(ReadAssignedPool(rig.A()), ReadAssignedPool(rig.B())); };
+    const PoolEntry* unassigned = rig.unassignedPool.get();
+    EXPECT_EQ(pools(), std::pair(unassigned, unassigned));
+    rig.published->Publish(Configuration(rig, 1, {&rig.A()}));
+    EXPECT_EQ(pools(), std::pair(rig.published->Current()->pools[0].get(), unassigned));
+    rig.published->Publish(Configuration(rig, 2, {&rig.B()}));
+    EXPECT_EQ(pools(), std::pair(unassigned, rig.published->Current()->pools[0].get()));
 
     MinerConfiguration twice = Configuration(rig, 3, {&rig.A(), &rig.B()});
     twice.configurations.push_back({rig.unassignedPool, rig.unassignedPool, 0, 0, {&rig.A()}});
-    published.Publish(std::move(twice));
-    EXPECT_EQ(ReadAssignedPool(rig.A()), rig.unassignedPool.get());
-    EXPECT_EQ(ReadAssignedPool(rig.B()), published.Current()->pools[0].get());
+    rig.published->Publish(std::move(twice));
+    EXPECT_EQ(pools(), std::pair(unassigned, rig.published->Current()->pools[0].get()));
 }
 
 TEST(PublishedConfiguration, SetsNonceSettingsOnceAndOnlyThoseGiven) {
     CRig rig;
     rig.A().NGM = 1;
     rig.A().NGTO = 2;
-    CPublishedConfiguration published(rig.gpus, rig.unassignedPool);
     MinerConfiguration configuration = Configuration(rig, 1, {&rig.A()});
     configuration.gpuSettings = {{&rig.A(), std::nullopt, 20}, {&rig.B(), 30, std::nullopt}};
-    published.Publish(std::move(configuration));
+    rig.published->Publish(std::move(configuration));
     EXPECT_EQ(ReadNGM(rig.A()), 1);
     EXPECT_EQ(ReadNGTO(rig.A()), 20u);
     EXPECT_EQ(ReadNGM(rig.B()), 30);
 
     // A controller's later setting outlives a copy of the configuration, as made for another worker name.
     ApplyGpuSetting({&rig.A(), 7, 8});
-    published.Publish(*published.Current());
+    rig.published->Publish(*rig.published->Current());
     EXPECT_EQ(ReadNGM(rig.A()), 7);
     EXPECT_EQ(ReadNGTO(rig.A()), 8u);
 }
 
 TEST(PublishedConfiguration, KeepsAnOldOneForItsHolder) {
     CRig rig;
-    CPublishedConfiguration published(rig.gpus, rig.unassignedPool);
-    published.Publish(Configuration(rig, 1, {&rig.A()}));
-    const ConfigurationPointer held = published.Current();
+    rig.published->Publish(Configuration(rig, 1, {&rig.A()}));
+    const ConfigurationPointer held = rig.published->Current();
     const std::weak_ptr<const PoolEntry> pool = held->pools[0];
-    published.Publish(Configuration(rig, 2, {&rig.A()}));
+    rig.published->Publish(Configuration(rig, 2, {&rig.A()}));
     held->pools[0]->lastError.Set({-1, {1}, 0, "late"});
     EXPECT_STREQ(held->configurations[0].primaryPool->lastError.Get().text, "late");
     EXPECT_EQ(held->pools[0]->ID, 1u);
     EXPECT_FALSE(pool.expired());
 
-    published.Publish({});
-    EXPECT_EQ(published.Current()->pools.size(), 0u);
+    rig.published->Publish({});
+    EXPECT_EQ(rig.published->Current()->pools.size(), 0u);
     EXPECT_EQ(held->configurations.size(), 1u);
 }
 
 TEST(PublishedConfiguration, ReadersSeeWholeConfigurations) {
     constexpr std::uint32_t kRounds = 500;
     CRig rig;
-    CPublishedConfiguration published(rig.gpus, rig.unassignedPool);
-    published.Publish(Configuration(rig, 1, {&rig.A(), &rig.B()}));
+    rig.published->Publish(Configuration(rig, 1, {&rig.A(), &rig.B()}));
     std::atomic<bool> done = false;
     std::atomic<std::uint32_t> torn = 0, reads = 0;
     const auto read = [&] {
-        std::uint32_t newest = 0;
-        while (!done || reads == 0) {
-            const ConfigurationPointer current = published.Current();
+        for (std::uint32_t newest = 0; !done || reads == 0;) {
+            const ConfigurationPointer current = rig.published->Current();
             const PoolEntry& pool = *current->configurations.at(0).primaryPool;
             if (current->pools.at(0).get() != &pool || pool.Port != pool.ID || pool.ID < newest) ++torn;
+            if (ReadAssignedPool(rig.A()) == nullptr) ++torn;
             newest = pool.ID;
             pool.lastError.Set({static_cast<std::int32_t>(newest), {}, -1, {}});
-            if (ReadAssignedPool(rig.A()) == nullptr) ++torn;
             ++reads;
             std::this_thread::yield();
         }
     };
     std::thread first(read), second(read);
     for (std::uint32_t id = 2; id <= kRounds; ++id)
-        published.Publish(Configuration(rig, id, {&rig.A(), &rig.B()}));
+        rig.published->Publish(Configuration(rig, id, {&rig.A(), &rig.B()}));
     done = true;
     first.join();
     second.join();
     EXPECT_EQ(torn, 0u);
-    EXPECT_EQ(published.Current()->pools[0]->ID, kRounds);
+    EXPECT_EQ(rig.published->Current()->pools[0]->ID, kRounds);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "support/XmlFormat.h"
 
 namespace {
@@ -32,13 +34,12 @@ TEST(RuntimeSettingsXml, WritesTheBytesItRead) {
 }
 
 TEST(RuntimeSettingsXml, StartsWithTheDefaults) {
-    const std::string zeros = "0,0,0,0";
     EXPECT_EQ(Write(Read("<RuntimeSettings/>")),
-              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<RuntimeSettings WindowPos=\"" + zeros + "\" ConfigWorkerPos=\"" +
-                  zeros + "\" ConfigMiningPoolsPos=\"" + zeros +
-                  "\" StartSolverOnStart=\"0\" HostIP=\"16777343\" HostPort=\"8010\" ControlState=\"0\""
-                  " LastControlState=\"0\" MiningState=\"0\" LastMiningState=\"0\">\n"
-                  "  <Logging MainLog=\"0\" ConnectionLog=\"0\"/>\n</RuntimeSettings>\n");
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+              "<RuntimeSettings WindowPos=\"0,0,0,0\" ConfigWorkerPos=\"0,0,0,0\" ConfigMiningPoolsPos=\"0,0,0,0\""
+              " StartSolverOnStart=\"0\" HostIP=\"16777343\" HostPort=\"8010\" ControlState=\"0\" LastControlState=\"0\""
+              " MiningState=\"0\" LastMiningState=\"0\">\n"
+              "  <Logging MainLog=\"0\" ConnectionLog=\"0\"/>\n</RuntimeSettings>\n");
 }
 
 TEST(RuntimeSettingsXml, AbsentValuesLeaveTheirFields) {
@@ -57,44 +58,31 @@ TEST(RuntimeSettingsXml, AbsentValuesLeaveTheirFields) {
 }
 
 TEST(RuntimeSettingsXml, ReadsAddressesAsNumbers) {
-    struct Case {
-        const char* text;
-        std::uint32_t value;
-    };
-    for (const Case& c : {Case{"16777343", 16777343}, Case{"127.0.0.1", 127}, Case{"", 0}, Case{"localhost", 0},
-                          Case{"4294967296", 4294967295}, Case{"-1", 4294967295}}) {
-        EXPECT_EQ(Read(std::string("<RuntimeSettings HostIP=\"") + c.text + "\"/>").HostIP, c.value) << c.text;
-    }
+    constexpr std::pair<const char*, std::uint32_t> rows[] = {
+        {"16777343", 16777343}, {"127.0.0.1", 127},         {"", 0},
+        {"localhost", 0},       {"4294967296", 4294967295}, {"-1", 4294967295}};
+    for (const auto& [text, address] : rows)
+        EXPECT_EQ(Read(std::string("<RuntimeSettings HostIP=\"") + text + "\"/>").HostIP, address) << text;
 }
 
 TEST(RuntimeSettingsXml, ScansRectanglesWholeOrNotAtAll) {
-    struct Case {
-        const char* text;
-        bool taken;
-        SettingsRect expected;
-    };
-    const Case cases[] = {
-        {"1,2,3,4", true, {1, 2, 3, 4}},
-        {" -1, +2,\t3,4 and more", true, {-1, 2, 3, 4}},
-        {"1,2,3,4,5", true, {1, 2, 3, 4}},
-        {"99999999999,2,-99999999999,4", true, {INT32_MAX, 2, INT32_MIN, 4}},
-        {"1,2,3", false, {}},
-        {"1,2,3,", false, {}},
-        {"1 ,2,3,4", false, {}},
-        {"1;2;3;4", false, {}},
-        {"1,,3,4", false, {}},
-        {"", false, {}},
-    };
-    for (const Case& c : cases) {
+    using Sides = std::array<std::int32_t, 4>;
+    constexpr Sides untouched = {9, 9, 9, 9};
+    constexpr std::pair<const char*, Sides> rows[] = {{"1,2,3,4", {1, 2, 3, 4}},
+                                                      {" -1, +2,\t3,4 and more", {-1, 2, 3, 4}},
+                                                      {"1,2,3,4,5", {1, 2, 3, 4}},
+                                                      {"99999999999,2,-99999999999,4", {INT32_MAX, 2, INT32_MIN, 4}},
+                                                      {"1,2,3,", untouched},
+                                                      {"1 ,2,3,4", untouched},
+                                                      {"1;2;3;4", untouched},
+                                                      {"1,,3,4", untouched},
+                                                      {"", untouched}};
+    for (const auto& [text, sides] : rows) {
         SettingsRect rectangle{9, 9, 9, 9};
-        const XML_NODE root{0, "RuntimeSettings", {{"WindowPos", c.text}, {"WindowPos", "5,6,7,8"}}, {}};
-        EXPECT_EQ(ReadRectangle(root, "WindowPos", rectangle), c.taken ? 0 : 24) << c.text;
-        const SettingsRect expected = c.taken ? c.expected : SettingsRect{9, 9, 9, 9};
-        EXPECT_EQ(rectangle.left, expected.left) << c.text;
-        EXPECT_EQ(rectangle.top, expected.top) << c.text;
-        EXPECT_EQ(rectangle.right, expected.right) << c.text;
-        EXPECT_EQ(rectangle.bottom, expected.bottom) << c.text;
+        const XML_NODE root{0, "RuntimeSettings", {{"WindowPos", text}, {"WindowPos", "5,6,7,8"}}, {}};
+        EXPECT_EQ(ReadRectangle(root, "WindowPos", rectangle), sides == untouched ? 24 : 0) << text;
         EXPECT_EQ(ReadRectangle(root, "ConfigWorkerPos", rectangle), 24);
+        EXPECT_EQ((Sides{rectangle.left, rectangle.top, rectangle.right, rectangle.bottom}), sides) << text;
     }
     EXPECT_EQ(Read("<RuntimeSettings WindowPos=\"1,2\" HostPort=\"5\"/>").HostPort, 5u);
 }

@@ -250,6 +250,15 @@ TEST(EngineCaches, SessionsThatStartTogetherShareOneAndAnotherEpochReplacesIt) {
     EXPECT_TRUE(std::none_of(log.begin(), log.end(), [](auto& line) { return line.find("epoch 1 is") != line.npos; }));
 }
 
+// A worker that sees the closing of the board as just another publication must not wait for the next one.
+TEST(JobBoard, NobodyWaitsAtAClosedBoard) {
+    CJobBoard board;
+    board.Close();
+    const auto begun = std::chrono::steady_clock::now();
+    board.WaitForChange(board.Current().generation, begun + std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(10));
+}
+
 // The board is changed from within the first send of a batch: the rest of that batch belongs to a job that is gone.
 TEST(Worker, SolutionsOfAReplacedJobAreStale) {
     const auto cache =

@@ -234,8 +234,9 @@ TEST_F(Plugin, ReloadsOneRightAfterTheOther) {
         plugin.Open(m_list, 2);
         ASSERT_NE(plugin.Window(), nullptr);
         plugin.Post(QV_MSG_ACTIVATE, &m_block);
-        const bool untilMaking = round % 3 == 0;
-        EXPECT_TRUE(!untilMaking || Collected().WaitForLog("making"));
+        // Every third one is stopped in the middle of its work: mostly while it makes the cache, which it logs.
+        const bool untilBusy = round % 3 == 0;
+        ASSERT_TRUE(!untilBusy || Collected().WaitForAnything());
         plugin.Unload();
         Collected().Clear();
     }

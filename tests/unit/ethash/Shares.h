@@ -72,6 +72,10 @@ class CCollector {
         });
     }
 
+    bool WaitForAnything() {
+        return Wait([&] { return !m_shares.empty() || !m_log.empty(); });
+    }
+
   private:
     template <class List, class Such>
     static std::size_t Count(const List& list, const Such& such) {

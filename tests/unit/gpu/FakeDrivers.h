@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 #include <vector>
+#include "common/CodePage.h"
 #include "gpu/CudaApi.h"
 #include "gpu/NvmlApi.h"
 
@@ -11,51 +12,75 @@ class CFakeCuda final : public ICudaRuntime {
     CudaError propertiesError = CudaError::Success;  // of the last device
     std::string errorText = "fake error";
 
-    CudaError GetDeviceCount(std::int32_t& count) override;
-    CudaError GetDeviceProperties(std::int32_t index, CudaDeviceProperties& properties) override;
+    CudaError GetDeviceCount(std::int32_t& count) override {
+        if (countError == CudaError::Success) count = static_cast<std::int32_t>(devices.size());
+        return countError;
+    }
+    CudaError GetDeviceProperties(std::int32_t index, CudaDeviceProperties& properties) override {
+        properties = devices.at(static_cast<std::size_t>(index));
+        return static_cast<std::size_t>(index) + 1 == devices.size() ? propertiesError : CudaError::Success;
+    }
     const char* GetErrorString(CudaError) const override { return errorText.c_str(); }
 };
 
 // One card as NVML sees it; what is unset fails.
 struct FakeNvmlCard {
-    bool hasHandle = true;
     std::string name;
-    std::optional<NvmlCapability> capability;
     std::optional<QvPciInfo> pci;
-    std::optional<NvmlMemory> memory;
-    std::optional<std::uint32_t> temperature;
-    std::optional<NvmlUtilization> utilization;
-    std::optional<std::uint32_t> coreClock;
-    std::optional<std::uint32_t> memoryClock;
-    std::optional<std::uint32_t> fanSpeed;
-    std::optional<std::uint32_t> powerUsage;
+    bool hasHandle = true;
+    std::optional<NvmlCapability> capability = NvmlCapability{.major = 6, .minor = 1};
+    std::optional<NvmlMemory> memory = NvmlMemory{.total = 8'589'934'592, .free = 5'000'000'000, .used = 3'589'934'592};
+    std::optional<NvmlUtilization> utilization = NvmlUtilization{.gpu = 99, .memory = 40};
+    std::optional<std::uint32_t> temperature = 61, coreClock = 1710, memoryClock = 9501, fanSpeed = 55, powerUsage = 1999;
 };
 
 // Handles point to the cards, which must not move while a record holds one.
 class CFakeNvml final : public INvml {
+    using Card = FakeNvmlCard;
+    using Number = std::optional<std::uint32_t>;
+
   public:
-    std::vector<FakeNvmlCard> cards;
+    std::vector<Card> cards;
     bool available = true;
-    std::vector<std::string> calls;  // of devices, in order
+    std::vector<std::string> calls;  // for numbers of devices, in order
 
     bool IsAvailable() const override { return available; }
-    NvmlDevice DeviceByIndex(std::uint32_t index) override;
-    void DeviceName(NvmlDevice device, std::span<char> name) override;
-    std::optional<NvmlCapability> CudaComputeCapability(NvmlDevice device) override;
-    std::optional<QvPciInfo> PciInfo(NvmlDevice device) override;
-    std::optional<NvmlMemory> MemoryInfo(NvmlDevice device) override;
-    std::optional<std::uint32_t> PowerManagementDefaultLimit(NvmlDevice device) override;
-    std::optional<std::uint32_t> PowerManagementLimit(NvmlDevice device) override;
-    std::optional<std::uint32_t> Temperature(NvmlDevice device) override;
-    std::optional<NvmlUtilization> UtilizationRates(NvmlDevice device) override;
-    std::optional<std::uint32_t> Clock(NvmlDevice device, NvmlClock clock) override;
-    std::optional<std::uint32_t> FanSpeed(NvmlDevice device) override;
-    std::optional<std::uint32_t> PowerUsage(NvmlDevice device) override;
+    NvmlDevice DeviceByIndex(std::uint32_t index) override {
+        return index < cards.size() && cards[index].hasHandle ? &cards[index] : nullptr;
+    }
+    void DeviceName(NvmlDevice device, std::span<char> name) override {
+        if (device != nullptr) CopyToField(std::string_view(static_cast<const Card*>(device)->name), name);
+    }
+    std::optional<NvmlCapability> CudaComputeCapability(NvmlDevice device) override {
+        return Get(device, "capability", &Card::capability);
+    }
+    std::optional<QvPciInfo> PciInfo(NvmlDevice device) override { return Get(device, "pci", &Card::pci); }
+    std::optional<NvmlMemory> MemoryInfo(NvmlDevice device) override { return Get(device, "memory", &Card::memory); }
+    Number PowerManagementDefaultLimit(NvmlDevice) override { return {}; }
+    Number PowerManagementLimit(NvmlDevice) override { return {}; }
+    Number Temperature(NvmlDevice device) override { return Get(device, "temperature", &Card::temperature); }
+    std::optional<NvmlUtilization> UtilizationRates(NvmlDevice device) override {
+        return Get(device, "utilization", &Card::utilization);
+    }
+    Number Clock(NvmlDevice device, NvmlClock clock) override {
+        if (clock == NvmlClock::Core) return Get(device, "core clock", &Card::coreClock);
+        return Get(device, "memory clock", &Card::memoryClock);
+    }
+    Number FanSpeed(NvmlDevice device) override { return Get(device, "fan", &Card::fanSpeed); }
+    Number PowerUsage(NvmlDevice device) override { return Get(device, "power", &Card::powerUsage); }
 
   private:
-    const FakeNvmlCard& Called(NvmlDevice device, const char* call);
+    template <typename Value>
+    Value Get(NvmlDevice device, const char* call, Value Card::*field) {
+        calls.emplace_back(call);
+        return device != nullptr ? static_cast<const Card*>(device)->*field : Value();
+    }
 };
 
-CudaDeviceProperties CudaCard(const char* name, std::int32_t bus);
-// With every value set.
-FakeNvmlCard NvmlCard(const char* name, std::uint32_t bus);
+inline FakeNvmlCard NvmlCard(const char* name, std::uint32_t bus, std::uint32_t domain = 1, std::uint32_t device = 2) {
+    QvPciInfo pci = {};
+    pci.domain = domain;
+    pci.bus = bus;
+    pci.device = device;
+    return {name, pci};
+}

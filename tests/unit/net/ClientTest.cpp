@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <chrono>
-#include <functional>
-#include <semaphore>
+#include <map>
 #include <thread>
 #include "RecordingConnection.h"
 #include "ScriptedPeer.h"
@@ -38,20 +37,14 @@ TEST_F(SocketClient, LinesArriveWholeAndInOrder) {
     EXPECT_EQ(client.Events(), (std::vector{"connected"s, "line one\n\0"s, "line two\n\0"s, "line three\n\0"s}));
 }
 
-TEST_F(SocketClient, WithoutFramingBytesAreHandedOverAsTheyCome) {
+TEST_F(SocketClient, PortInTheHostTextWinsAndWithoutFramingBytesAreHandedOverAsTheyCome) {
+    std::wstring host = L"127.0.0.1:" + std::to_wstring(peer.Port());
     client.SetFraming(false, '\n');
-    std::wstring host = L"127.0.0.1";
-    client.StartClient(host, peer.Port(), 0);
+    client.StartClient(host, CScriptedPeer::FreePort(), 0);
+    EXPECT_EQ(host, L"127.0.0.1");
     CPeerLink link = peer.Accept();
     link.Send("no end");
     EXPECT_TRUE(client.WaitFor("line no end"));
-}
-
-TEST_F(SocketClient, PortInTheHostTextWinsAndIsCutOff) {
-    std::wstring host = L"127.0.0.1:" + std::to_wstring(peer.Port());
-    client.StartClient(host, CScriptedPeer::FreePort(), 0);
-    EXPECT_EQ(host, L"127.0.0.1");
-    EXPECT_TRUE(peer.Accept().IsOpen());
 }
 
 TEST_F(SocketClient, RefusedConnectIsRetriedAfterTwoSecondsWhileWanted) {
@@ -68,13 +61,11 @@ TEST_F(SocketClient, RefusedConnectIsRetriedAfterTwoSecondsWhileWanted) {
 }
 
 TEST_F(SocketClient, ReconnectsAtOnceAfterThePeerHasGone) {
-    const std::function<void(CPeerLink&)> ways[] = {[](CPeerLink& link) { link.Close(); },
-                                                    [](CPeerLink& link) { link.Reset(); }};
     CPeerLink link = StartAndAccept();
     std::vector<std::string> expected = {"connected"};
-    for (const auto& leave : ways) {
+    for (const bool reset : {false, true}) {
         link.Send("half a li");  // must not show up in front of the next connection's first line
-        leave(link);
+        reset ? link.Reset() : link.Close();
         link = peer.Accept();
         ASSERT_TRUE(link.Send("whole line\n"));
         expected.insert(expected.end(), {"lost", "disconnected", "connected", "line whole line\n\0"s});
@@ -82,15 +73,6 @@ TEST_F(SocketClient, ReconnectsAtOnceAfterThePeerHasGone) {
     }
     EXPECT_EQ(client.Events(), expected);
     EXPECT_EQ(client.State(), ConnectionState::Connected);
-}
-
-TEST_F(SocketClient, LossEndsTheThreadWhenNoLongerWanted) {
-    CPeerLink link = StartAndAccept();
-    client.answer = 0;
-    link.Close();
-    ASSERT_TRUE(client.WaitFor("disconnected"));
-    EXPECT_TRUE(client.Stop());
-    EXPECT_EQ(client.Events(), (std::vector{"connected"s, "lost"s, "disconnected"s}));
 }
 
 TEST_F(SocketClient, WhatArrivedBeforeTheEndIsDeliveredFirst) {
@@ -145,33 +127,20 @@ TEST_F(SocketClient, SendReportsItsResult) {
 }
 
 TEST_F(SocketClient, SendsOfSeveralThreadsDoNotInterleave) {
-    constexpr int kThreads = 4;
-    constexpr int kSends = 250;
+    constexpr int kSends = 60;  // few enough for the system to buffer them all
     CPeerLink link = StartAndAccept();
-    std::counting_semaphore<16> inFlight(16);  // what the system buffers without cutting a send short
-    std::atomic<int> failures{0};
     std::vector<std::jthread> senders;
-    for (int i = 0; i < kThreads; ++i) {
-        senders.emplace_back([&, i] {
-            const std::string line = std::string(static_cast<std::size_t>(100 + i * 150), static_cast<char>('a' + i)) + "\n";
-            for (int n = 0; n < kSends && inFlight.try_acquire_for(std::chrono::seconds(5)); ++n) {
-                if (client.Send(line) == 0) continue;
-                ++failures;
-                return;
-            }
+    for (const char letter : {'a', 'b', 'c'}) {
+        senders.emplace_back([this, letter] {
+            for (int n = 0; n < kSends; ++n)
+                EXPECT_EQ(client.Send(std::string(300, letter) + "\n"), 0u);
         });
     }
-    std::vector<int> counts(kThreads);
-    for (int n = 0; n < kThreads * kSends; ++n) {
-        const std::string line = link.ReadLine();
-        ASSERT_FALSE(line.empty());
-        const auto sender = static_cast<std::size_t>(line[0] - 'a');
-        ASSERT_EQ(line, std::string(100 + sender * 150, line[0]));
-        ++counts[sender];
-        inFlight.release();
-    }
-    EXPECT_EQ(counts, std::vector<int>(kThreads, kSends));
-    EXPECT_EQ(failures, 0);
+    std::map<std::string, int> counts;
+    for (int n = 0; n < 3 * kSends; ++n)
+        ++counts[link.ReadLine()];
+    for (const char letter : {'a', 'b', 'c'})
+        EXPECT_EQ(counts[std::string(300, letter)], kSends);
 }
 
 TEST_F(SocketClient, StopIsFinalAndAllowsANewStart) {

@@ -9,18 +9,15 @@ TEST(HostText, PortIsCutOffAtTheFirstColon) {
         const wchar_t* host;
         std::uint32_t port;
     };
-    const Case cases[] = {
-        {L"pool.example", L"pool.example", 3333},
-        {L"pool.example:4444", L"pool.example", 4444},
-        {L"pool.example:", L"pool.example", 0},
-        {L"pool.example:65535", L"pool.example", 65535},
-        {L"pool.example:99999999999999999999", L"pool.example", 65535},
-        {L"pool.example:65537x", L"pool.example", 1},
-        {L"pool.example: 80", L"pool.example", 80},
-        {L"tcp://pool:1", L"tcp", 0},
-        {L":5", L"", 5},
-        {L"", L"", 3333},
-    };
+    const Case cases[] = {{L"pool.example", L"pool.example", 3333},
+                          {L"pool.example:4444", L"pool.example", 4444},
+                          {L"pool:", L"pool", 0},
+                          {L"pool:99999999999999999999", L"pool", 65535},
+                          {L"pool:65537x", L"pool", 1},
+                          {L"pool: 80", L"pool", 80},
+                          {L"tcp://pool:1", L"tcp", 0},
+                          {L":5", L"", 5},
+                          {L"", L"", 3333}};
     for (const Case& test : cases) {
         std::wstring text = test.text;
         EXPECT_EQ(CutPort(text, 3333), test.port);

@@ -1,4 +1,5 @@
 #pragma once
+#include <gtest/gtest.h>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -16,6 +17,21 @@ bool Eventually(Condition condition) {
     return condition();
 }
 
+// Gives the answers in turn, then this machine's address.
+class CScriptedResolver final : public IResolver {
+  public:
+    explicit CScriptedResolver(std::vector<std::uint32_t> errors = {}) : m_errors(std::move(errors)) {}
+    ResolveResult Resolve(const std::wstring& host) override {
+        EXPECT_EQ(host, L"pool.example");
+        const std::size_t call = calls++;
+        return call < m_errors.size() ? ResolveResult{m_errors[call], 0} : ResolveResult{0, htonl(INADDR_LOOPBACK)};
+    }
+    std::atomic<std::size_t> calls{0};
+
+  private:
+    const std::vector<std::uint32_t> m_errors;
+};
+
 // A connection that writes down its callbacks as texts:
 //     "connected", "disconnected", "lost" (a connect error), "connect-error <text> <code>", "error <operation> <code>",
 //     "line <text>"
@@ -25,7 +41,6 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
     ~CRecordingConnection() override { Stop(); }
 
     void SetInterval(std::uint32_t milliseconds) { m_reconnectInterval = milliseconds; }
-    std::uint32_t Address() const { return m_address; }
 
     // False: not that often within the time.
     bool WaitFor(const std::string& event, std::ptrdiff_t times = 1, int milliseconds = 10'000) {
@@ -37,10 +52,7 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
         const std::lock_guard lock(m_lock);
         return m_events;
     }
-    bool Happened(const std::string& event) {
-        const std::vector<std::string> events = Events();
-        return std::find(events.begin(), events.end(), event) != events.end();
-    }
+    bool Happened(const std::string& event) { return WaitFor(event, 1, 0); }
     void Forget() {
         const std::lock_guard lock(m_lock);
         m_events.clear();

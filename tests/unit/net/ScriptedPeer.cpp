@@ -23,11 +23,6 @@ bool WaitReadable(SOCKET socket) {
     return select(0, &set, nullptr, nullptr, &patience) == 1;
 }
 
-void SendAtOnce(SOCKET socket) {
-    const BOOL on = TRUE;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
-}
-
 }  // namespace
 
 CPeerLink CPeerLink::To(std::uint32_t port) {
@@ -35,7 +30,6 @@ CPeerLink CPeerLink::To(std::uint32_t port) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(kPatienceSeconds);
     do {
         CSocket socket = NewSocket();
-        SendAtOnce(socket.Get());
         if (connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
             return CPeerLink(std::move(socket));
         }
@@ -98,7 +92,5 @@ CScriptedPeer::CScriptedPeer(int backlog) : m_listening(NewSocket()) {
 
 CPeerLink CScriptedPeer::Accept() {
     if (!WaitReadable(m_listening.Get())) return {};
-    CSocket socket(accept(m_listening.Get(), nullptr, nullptr));
-    SendAtOnce(socket.Get());
-    return CPeerLink(std::move(socket));
+    return CPeerLink(CSocket(accept(m_listening.Get(), nullptr, nullptr)));
 }

@@ -12,21 +12,21 @@ using Events = CSessionRecorder::Events;
 TEST(Activation, ReplaysWhatIsKnown) {
     for (int known = 0; known < 16; ++known) {
         SCOPED_TRACE(known);
-        const bool hasMode = (known & 1) != 0, hasJob = (known & 2) != 0, hasTarget = (known & 4) != 0,
-                   hasExtranonce = (known & 8) != 0;
         CSessionRecorder recorder;
         recorder.UsePools({MakePool(1, L"pool.example", 7)});
-        if (hasMode) recorder.Line(R"({"id":1,"result":true})");
-        if (hasJob) recorder.Line(R"({"method":"mining.notify","params":["1"]})");
-        if (hasTarget) recorder.Line(R"({"method":"mining.set_difficulty","params":[1]})");
-        if (hasExtranonce) recorder.Line(R"({"method":"mining.set_extranonce","params":["ab"]})");
-        recorder.Take();
-
+        const char* const lines[] = {R"({"id":1,"result":true})", R"({"method":"mining.notify","params":["1"]})",
+                                     R"({"method":"mining.set_difficulty","params":[1]})",
+                                     R"({"method":"mining.set_extranonce","params":["ab"]})"};
+        for (int i = 0; i < 4; ++i) {
+            if ((known >> i & 1) != 0) recorder.Line(lines[i]);
+        }
         Events expected = {"post 2408"};
-        if (hasMode) expected.emplace_back("post 2402");
-        if (hasMode && hasJob) expected.emplace_back("post 2405");
-        if (hasMode) expected.emplace_back("post 2406");
-        if (hasMode && hasExtranonce) expected.emplace_back("post 2407");
+        if ((known & 1) != 0) {
+            expected.emplace_back("post 2402");
+            if ((known & 2) != 0) expected.emplace_back("post 2405");
+            expected.emplace_back("post 2406");
+            if ((known & 8) != 0) expected.emplace_back("post 2407");
+        }
         recorder.session.Activate();
         EXPECT_EQ(recorder.Take(), expected);
         EXPECT_FALSE(recorder.session.IsPaused());
@@ -53,21 +53,18 @@ TEST(Activation, APausedSessionPostsNoWorkButFollowsThePool) {
 }
 
 // One session fed by its connection's thread while the manager's thread pauses and activates it.
-class CWorkCounter final : public IStratumHost, public IStratumOutput {
+class CWorkCounter final : public CQuietHost, public IStratumOutput {
   public:
-    CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
-    void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override {}
-    std::wstring DefaultWorkerName() override { return L"rig"; }
     void SendText(std::string_view) override {}
     void PostWork(unsigned message) override {
-        if (session->IsPaused() && message != QV_MSG_ACTIVATE) ++whilePaused;
-        if (message == QV_MSG_NEW_JOB) announced = std::atoi(session->WorkBlock().jobId);
+        if (session.IsPaused() && message != QV_MSG_ACTIVATE) ++whilePaused;
+        if (message == QV_MSG_NEW_JOB) announced = std::atoi(session.WorkBlock().jobId);
     }
     void PostPoolSwitch() override {}
     void LogText(const std::string&) override {}
 
-    CStratumSession* session = nullptr;
+    CHandClock clock;
+    CStratumSession session{StratumKind::User, *this, *this, clock, this};
     std::atomic<int> announced = 0;  // the job that the block held when a job was last announced
     std::atomic<int> whilePaused = 0;
 };
@@ -75,9 +72,7 @@ class CWorkCounter final : public IStratumHost, public IStratumOutput {
 TEST(Activation, PausingWhileJobsArriveHoldsAtOnceAndLosesNone) {
     constexpr int kJobs = 50'000;
     CWorkCounter counter;
-    CHandClock clock;
-    CStratumSession session(StratumKind::User, counter, counter, clock, &counter);
-    counter.session = &session;
+    CStratumSession& session = counter.session;
     session.SetPools({std::make_shared<const PoolEntry>(MakePool(1, L"pool.example", 7))});
     session.LineReceived(R"({"id":1,"result":true})");
 

@@ -1,75 +1,43 @@
 // The whole pool connection against a pool played by the test, with real windows.
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
 #include "../net/ScriptedPeer.h"
 #include "SessionRecorder.h"
-#include "common/CodePage.h"
 #include "pool/MiningStratum.h"
 
 namespace {
 
-constexpr DWORD kPatience = 5000;  // ms
-
 // A message-only window of the test's thread that writes down what was posted to it.
 class CRecordingWindow {
   public:
-    CRecordingWindow() {
-        WNDCLASSW windowClass = {};
-        windowClass.lpfnWndProc = &OnMessage;
-        windowClass.lpszClassName = L"PoolTestRecorder";
-        RegisterClassW(&windowClass);
-        m_window = CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, this);
-    }
     ~CRecordingWindow() { DestroyWindow(m_window); }
-    CRecordingWindow(const CRecordingWindow&) = delete;
-    CRecordingWindow& operator=(const CRecordingWindow&) = delete;
-
     HWND Handle() const { return m_window; }
-    // Dispatches what was posted, until the message has come that often.
-    bool WaitFor(UINT message, std::ptrdiff_t times = 1) {
-        const ULONGLONG end = GetTickCount64() + kPatience;
-        for (;;) {
-            Dispatch();
-            if (std::count(messages.begin(), messages.end(), message) >= times) return true;
-            const ULONGLONG now = GetTickCount64();
-            if (now >= end) return false;
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
+    // Takes what was posted, until the message has come.
+    bool WaitFor(UINT message) {
+        for (const ULONGLONG end = GetTickCount64() + 5000; GetTickCount64() < end;) {
+            Take();
+            if (std::count(messages.begin(), messages.end(), message) != 0) return true;
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, 100, QS_ALLINPUT);
         }
+        return false;
     }
-    static void Dispatch() {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-            DispatchMessageW(&message);
+    void Take() {
+        MSG posted;
+        while (PeekMessageW(&posted, m_window, QV_MSG_SET_OWNER, kMessageReconnect, PM_REMOVE)) {
+            messages.push_back(posted.message);
+            lastParameter = posted.wParam;
+        }
     }
 
     std::vector<UINT> messages;
     WPARAM lastParameter = 0;
 
   private:
-    static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        if (message == WM_NCCREATE) {
-            const auto* const creation = reinterpret_cast<const CREATESTRUCTW*>(lParam);
-            SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-        }
-        auto* const self = reinterpret_cast<CRecordingWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-        if (self != nullptr && message >= QV_MSG_SET_OWNER && message <= kMessageReconnect) {
-            self->messages.push_back(message);
-            self->lastParameter = wParam;
-        }
-        return DefWindowProcW(window, message, wParam, lParam);
-    }
-    HWND m_window = nullptr;
-};
-
-class CQuietHost final : public IStratumHost {
-  public:
-    CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
-    void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override {}
-    std::wstring DefaultWorkerName() override { return L"rig"; }
+    const HWND m_window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
 };
 
 class MiningStratumTest : public ::testing::Test {
@@ -120,6 +88,23 @@ TEST_F(MiningStratumTest, ALoginLeadsToAJobAndSharesGoOut) {
     solver.join();
 }
 
+TEST_F(MiningStratumTest, AConnectionThatEndsAfterAnyByteIsTakenUpAgain) {
+    const std::string conversation =
+        "{\"id\":1,\"result\":true}\n{\"id\":4,\"result\":[\"0x00ab\",\"0xseed\",\"0xboundary\"]}\n";
+    session.Activate();
+    session.Connect();
+    for (std::size_t sent = 0; sent < conversation.size(); ++sent) {
+        CPeerLink link = peer.Accept();
+        ASSERT_TRUE(link.IsOpen()) << "not taken up again after " << sent;
+        link.Send(std::string_view(conversation).substr(0, sent));
+    }
+    plugin.messages.clear();
+    CPeerLink link = peer.Accept();
+    link.Send(conversation);
+    EXPECT_TRUE(plugin.WaitFor(QV_MSG_NEW_JOB));
+    EXPECT_STREQ(session.WorkBlock().parameters[1], "0xboundary");
+}
+
 TEST_F(MiningStratumTest, TheFourthLossAsksTheManagerForTheNextPool) {
     session.Connect();
     for (int loss = 0; loss < 4; ++loss)
@@ -146,10 +131,11 @@ TEST_F(MiningStratumTest, ClosingIsNoLossAndLeavesNothingPosted) {
     EXPECT_EQ(session.Send("x\n"), static_cast<std::uint32_t>(WSAENOTCONN));
     EXPECT_TRUE(link.IsClosedByOther());
 
-    CRecordingWindow::Dispatch();
+    plugin.Take();
     plugin.messages.clear();
-    CRecordingWindow::Dispatch();
-    EXPECT_TRUE(plugin.messages.empty());
+    plugin.Take();
+    manager.Take();
+    EXPECT_TRUE(plugin.messages.empty()) << "posted after the connection was closed";
     EXPECT_TRUE(manager.messages.empty());
 }
 
@@ -167,9 +153,9 @@ TEST_F(MiningStratumTest, ASessionThatIsToStayUnconnectedOnlyResets) {
 }
 
 TEST_F(MiningStratumTest, TheLogHoldsTheTrafficInTheOrderOfItsEvents) {
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("pool-test-" + std::to_string(GetCurrentProcessId()));
-    std::filesystem::create_directories(folder);
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::temp_directory_path() / ("pool-test-" + std::to_string(GetCurrentProcessId()));
+    fs::create_directories(folder);
     {
         CBKLogSystem log;
         log.enabled = 1;
@@ -177,24 +163,21 @@ TEST_F(MiningStratumTest, TheLogHoldsTheTrafficInTheOrderOfItsEvents) {
         log.CreateLogSystem((folder / "session").c_str(), 0);
         session.SetLog(&log);
         session.Connect();
-        CPeerLink link = AcceptLogin();
-        link.Close();
-        link = AcceptLogin();
+        AcceptLogin().Close();
+        const CPeerLink link = AcceptLogin();
         session.CloseConnection();
     }
     session.SetLog(nullptr);
     std::ostringstream contents;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : fs::directory_iterator(folder))
         contents << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    }
-    const std::string text = contents.str();
-    std::filesystem::remove_all(folder);
+    fs::remove_all(folder);
     std::size_t at = 0;
     for (const char* const part :
          {"-> {\"id\":1,\"method\":\"eth_submitLogin\"", "<- {\"id\":1,\"result\":true}\r\n", "-> {\"id\":4,",
           "Connect error: Connection lost(", "Disconnected\r\n", "-> {\"id\":1,"}) {
-        at = text.find(part, at);
-        ASSERT_NE(at, std::string::npos) << part << " is not where it should be in\n" << text;
+        at = contents.str().find(part, at);
+        ASSERT_NE(at, std::string::npos) << part << " is not where it should be in\n" << contents.str();
     }
 }
 

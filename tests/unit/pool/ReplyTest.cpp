@@ -20,103 +20,77 @@ class Reply : public ::testing::Test {
     CSessionRecorder recorder;
 };
 
+// Of the devices 0, 1 and, as only the management library knows it, -1.
 TEST_F(Reply, CountsSharesByTheGpuInTheId) {
     struct Case {
         const char* line;
-        int accepted0, rejected0, accepted1, rejected1;
-        Events events;
+        int gpu;             // -2: none is counted for
+        std::uint64_t good;  // else it was rejected
+        const char* error = nullptr;
     };
-    const Case cases[] = {
-        {R"({"id":65537,"result":true})", 1, 0, 0, 0, {}},
-        {R"({"id":65536,"result":true,"error":null})", 1, 0, 0, 0, {}},
-        {R"({"id":131071,"result":true})", 1, 0, 0, 0, {}},
-        {R"({"id":131072,"result":true})", 0, 0, 1, 0, {}},
-        {R"({"id":131073,"result":false,"error":[23,"Low difficulty",null]})",
-         0,
-         0,
-         0,
-         1,
-         {"pool-error 23 1 Low difficulty"}},
-        {R"({"id":131073,"error":{"code":21,"message":"Job not found"}})", 0, 0, 0, 1, {"pool-error 21 1 Job not found"}},
-        {R"({"id":65537,"result":false})", 0, 1, 0, 0, {}},
-        {R"({"id":65537,"result":null,"error":null})", 0, 1, 0, 0, {}},
-        {R"({"id":65537,"result":"true"})", 0, 1, 0, 0, {}},
-        {R"({"id":65537,"result":1})", 0, 1, 0, 0, {}},
-        {R"({"id":196609,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":196609,"result":false,"error":[23,"Low",null]})", 0, 0, 0, 0, {"pool-error 23 -1 Low"}},
-        {R"({"id":6,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":65535,"result":false})", 0, 0, 0, 0, {}},
-        {R"({"id":4294967295,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":4295032833,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":-65537,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":"65537","result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":65537.0,"result":true})", 0, 0, 0, 0, {}},
-        {R"({"id":65537,"method":"client.get_version","params":[]})", 0, 0, 0, 0, {}},
-    };
+    const Case cases[] = {{R"({"id":65537,"result":true})", 0, 1},
+                          {R"({"id":131071,"result":true})", 0, 1},
+                          {R"({"id":131072,"result":true})", 1, 1},
+                          {R"({"id":131073,"result":false,"error":[23,"Low",null]})", 1, 0, "pool-error 23 1 Low"},
+                          {R"({"id":131073,"error":{"code":21,"message":"No job"}})", 1, 0, "pool-error 21 1 No job"},
+                          {R"({"id":65537,"result":false})", 0, 0},
+                          {R"({"id":65537,"result":"true"})", 0, 0},
+                          {R"({"id":65537,"result":1})", 0, 0},
+                          {R"({"id":196609,"result":true})", -2, 0},
+                          {R"({"id":196609,"result":false,"error":[23,"Low"]})", -2, 0, "pool-error 23 -1 Low"},
+                          {R"({"id":6,"result":true})", -2, 0},
+                          {R"({"id":4295032833,"result":true})", -2, 0},
+                          {R"({"id":-65537,"result":true})", -2, 0},
+                          {R"({"id":"65537","result":true})", -2, 0},
+                          {R"({"id":65537.0,"result":true})", -2, 0},
+                          {R"({"id":65537,"method":"client.get_version","params":[]})", -2, 0}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.line);
-        CSessionRecorder fresh;
-        Prepare(fresh);
-        EXPECT_EQ(fresh.Line(c.line), c.events);
-        EXPECT_EQ(fresh.gpus[0].accepted, static_cast<std::uint64_t>(c.accepted0));
-        EXPECT_EQ(fresh.gpus[0].rejected, static_cast<std::uint64_t>(c.rejected0));
-        EXPECT_EQ(fresh.gpus[1].accepted, static_cast<std::uint64_t>(c.accepted1));
-        EXPECT_EQ(fresh.gpus[1].rejected, static_cast<std::uint64_t>(c.rejected1));
+        recorder.gpus = {{-1, {}}, {0, {}}, {1, {}}};
+        EXPECT_EQ(recorder.Line(c.line), c.error != nullptr ? Events{c.error} : Events{});
+        for (const auto& [gpu, statistics] : recorder.gpus) {
+            EXPECT_EQ(statistics.accepted, gpu == c.gpu ? c.good : 0) << gpu;
+            EXPECT_EQ(statistics.rejected, gpu == c.gpu ? 1 - c.good : 0) << gpu;
+        }
     }
-}
-
-// A device that only the management library knows has the CUDA id -1.
-TEST_F(Reply, ASmallIdIsNoShareOfTheDeviceWithoutCuda) {
-    recorder.gpus[-1];
-    recorder.Line(R"({"id":6,"result":true})");
-    recorder.Line(R"({"id":7,"result":false})");
-    EXPECT_EQ(recorder.gpus[-1].accepted + recorder.gpus[-1].rejected, 0u);
-}
-
-TEST_F(Reply, DoesNotCountForAGpuThatIsSetAside) {
+    recorder.gpus = {{0, {}}};
     recorder.gpus[0].paused = 1;
     recorder.Line(R"({"id":65537,"result":true})");
     EXPECT_EQ(recorder.Line(R"({"id":65537,"result":false,"error":[20,"No"]})"), Events{"pool-error 20 0 No"});
-    EXPECT_EQ(recorder.gpus[0].accepted + recorder.gpus[0].rejected, 0u);
+    EXPECT_EQ(recorder.gpus[0].accepted + recorder.gpus[0].rejected, 0u) << "one that is set aside";
 }
 
 TEST_F(Reply, ReadsEveryShapeOfAnError) {
     struct Case {
         const char* error;
         int code;
-        const char* text;
+        std::string text;
     };
-    const Case cases[] = {
-        {R"([23,"Low difficulty share",null])", 23, "Low difficulty share"},
-        {R"(["23","text"])", -1, "text"},
-        {R"([23])", 23, "Unknown error from Pool: 23"},
-        {R"([null,"text only"])", -1, "text only"},
-        {R"([0,"zero"])", -1, "zero"},
-        {R"([2147483648,"too large"])", -1, "too large"},
-        {R"([-2147483648,7])", -2147483648, "Unknown error from Pool: -2147483648"},
-        {R"({"code":24,"message":"Unauthorized"})", 24, "Unauthorized"},
-        {R"({"code":-1})", -1, "Unknown error from Pool: -1"},
-        {R"({"message":"no code"})", -1, "no code"},
-        {R"({"code":"5","message":"wrong type"})", -1, "wrong type"},
-        {R"({"code":1,"message":[25,"inner"]})", 25, "inner"},
-        {R"({"code":1,"message":[]})", 1, "Unknown error from Pool: 1"},
-        {R"({"code":1,"message":{"a":1}})", 1, "Unknown error from Pool: 1"},
-        {R"("Invalid worker")", -1, "Invalid worker"},
-        {R"(42)", 42, "Unknown error from Pool: 42"},
-        {R"("cut\u0000here")", -1, "cut"},
-    };
+    const std::string unknown = "Unknown error from Pool: ";
+    const Case cases[] = {{R"([23,"Low difficulty share",null])", 23, "Low difficulty share"},
+                          {R"(["23","text"])", -1, "text"},
+                          {R"([23])", 23, unknown + "23"},
+                          {R"([2147483648,"too large"])", -1, "too large"},
+                          {R"([-2147483648,7])", -2147483648, unknown + "-2147483648"},
+                          {R"({"code":24,"message":"Unauthorized"})", 24, "Unauthorized"},
+                          {R"({"code":-1})", -1, unknown + "-1"},
+                          {R"({"code":"5","message":"wrong type"})", -1, "wrong type"},
+                          {R"({"code":1,"message":[25,"inner"]})", 25, "inner"},
+                          {R"("Invalid worker")", -1, "Invalid worker"},
+                          {R"(42)", 42, unknown + "42"},
+                          {R"("cut\u0000here")", -1, "cut"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.error);
-        CSessionRecorder fresh;
-        Prepare(fresh);
-        const Events expected = {"pool-error " + std::to_string(c.code) + " -1 " + c.text};
-        EXPECT_EQ(fresh.Line(Join({R"({"id":2,"result":null,"error":)", c.error, "}"})), expected);
-        const PoolError recorded = fresh.pools[0]->lastError.Get();
-        EXPECT_EQ(recorded.code, c.code);
-        EXPECT_STREQ(recorded.text, c.text);
-        EXPECT_EQ(recorded.time, fresh.clock.now);
-        EXPECT_EQ(recorded.gpuIndex, -1);
+        recorder.clock.now.ticks += kTicksPerMinute;
+        EXPECT_EQ(recorder.Line(Join({R"({"id":2,"result":null,"error":)", c.error, "}"})),
+                  Events{Join({"pool-error ", std::to_string(c.code), " -1 ", c.text})});
+        EXPECT_EQ(LastError().code, c.code);
+        EXPECT_EQ(LastError().text, c.text);
+        EXPECT_EQ(LastError().time, recorder.clock.now);
+        EXPECT_EQ(LastError().gpuIndex, -1);
     }
+    recorder.Line(Join({R"({"id":2,"error":")", std::string(4000, 'e'), "\"}"}));
+    EXPECT_EQ(LastError().text, std::string(511, 'e'));
 }
 
 TEST_F(Reply, WhatIsNoErrorIsNotRecorded) {
@@ -124,13 +98,12 @@ TEST_F(Reply, WhatIsNoErrorIsNotRecorded) {
          {"null", "true", "false", "0", "\"\"", "[]", "[null,null]", "{}", "1.5", "4294967296", "[[5]]"}) {
         EXPECT_EQ(recorder.Line(Join({R"({"id":2,"result":true,"error":)", error, "}"})), Events{}) << error;
     }
+    for (const char* const line : {R"({"id":0,"result":null,"error":"x"})", R"({"id":4,"result":null,"error":"x"})",
+                                   R"({"id":2,"method":"client.show_message","error":"x"})"}) {
+        EXPECT_EQ(recorder.Line(line), Events{}) << line;
+    }
     EXPECT_EQ(LastError().code, 0);
     EXPECT_FALSE(LastError().time.IsSet());
-}
-
-TEST_F(Reply, ALongErrorTextIsCut) {
-    recorder.Line(Join({R"({"id":2,"error":")", std::string(4000, 'e'), "\"}"}));
-    EXPECT_EQ(LastError().text, std::string(511, 'e'));
 }
 
 TEST_F(Reply, ARefusedUserStopsMining) {
@@ -152,12 +125,6 @@ TEST_F(Reply, OnlyAUserSessionThatFeedsThePluginRecordsErrors) {
     Prepare(fee);
     EXPECT_EQ(fee.Line(refusal), Events{});
     EXPECT_EQ(fee.pools[0]->lastError.Get().code, 0);
-}
-
-TEST_F(Reply, AMessageWithAMethodRecordsNoError) {
-    EXPECT_EQ(recorder.Line(R"({"id":0,"result":null,"error":"x"})"), Events{});
-    EXPECT_EQ(recorder.Line(R"({"id":4,"result":null,"error":"x"})"), Events{});
-    EXPECT_EQ(recorder.Line(R"({"id":2,"method":"client.show_message","error":"x"})"), Events{});
 }
 
 TEST_F(Reply, ARefusedHashRateReportEndsTheReports) {

@@ -1,9 +1,9 @@
 #include "SessionRecorder.h"
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <iterator>
-#include <span>
 
 PoolEntry MakePool(std::uint32_t id, const wchar_t* server, std::int32_t algorithm) {
     PoolEntry pool;
@@ -16,7 +16,7 @@ PoolEntry MakePool(std::uint32_t id, const wchar_t* server, std::int32_t algorit
     return pool;
 }
 
-void CSessionRecorder::UsePools(std::vector<PoolEntry> entries) {
+void CSessionRecorder::UsePools(const std::vector<PoolEntry>& entries) {
     pools.clear();
     for (const PoolEntry& entry : entries)
         pools.push_back(std::make_shared<const PoolEntry>(entry));
@@ -34,21 +34,10 @@ CSessionRecorder::Events CSessionRecorder::Line(std::string_view line) {
 void CSessionRecorder::LogIn(ProtocolMode mode) {
     UsePools({MakePool(1, L"pool.example", mode == ProtocolMode::EthProxy ? 3 : 7)});
     session.Connected();
-    for (int tried = 1; tried < ModeNumber(mode) && mode == ProtocolMode::Host; ++tried) {
-        session.Disconnected();
-        session.Connected();
-    }
-    if (mode == ProtocolMode::NiceHash) {
-        Line(R"({"id":1,"result":[["mining.notify","s","EthereumStratum/1.0.0"],"ab12"],"error":null})");
-    } else {
-        Line(R"({"id":1,"result":true,"error":null})");
-    }
+    const bool isNiceHash = mode == ProtocolMode::NiceHash;
+    Line(isNiceHash ? R"({"id":1,"result":[["mining.notify","s","EthereumStratum/1.0.0"],"ab12"],"error":null})"
+                    : R"({"id":1,"result":true,"error":null})");
     Line(R"({"id":2,"result":true,"error":null})");
-}
-
-CMiningStatistics* CSessionRecorder::FindStatistics(std::int32_t cudaId) {
-    const auto found = gpus.find(cudaId);
-    return found == gpus.end() ? nullptr : &found->second;
 }
 
 void CSessionRecorder::PoolErrorHappened(const PoolError& error) {
@@ -56,29 +45,18 @@ void CSessionRecorder::PoolErrorHappened(const PoolError& error) {
 }
 
 void CSessionRecorder::PostWork(unsigned message) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text = "post ";
-    for (int shift = 12; shift >= 0; shift -= 4)
-        text += kDigits[message >> shift & 0xF];
-    m_events.push_back(text);
+    char text[16];
+    std::snprintf(text, sizeof text, "post %04x", message);
+    m_events.emplace_back(text);
 }
-
-namespace {
-
-template <std::size_t Bytes>
-bool IsTerminated(const char (&slot)[Bytes]) {
-    return std::memchr(slot, '\0', Bytes) != nullptr;
-}
-
-}  // namespace
 
 bool IsSound(const StratumWorkBlock& block) {
-    bool isSound = IsTerminated(block.jobId) && IsTerminated(block.extranonce);
-    for (const auto& slot : block.parameters)
-        isSound = isSound && IsTerminated(slot);
-    for (const auto& slot : block.branches)
-        isSound = isSound && IsTerminated(slot);
-    if (!isSound) return false;
+    const auto isTerminated = [](const auto& slot) { return std::memchr(slot, '\0', sizeof slot) != nullptr; };
+    if (!isTerminated(block.jobId) || !isTerminated(block.extranonce) ||
+        !std::all_of(std::begin(block.parameters), std::end(block.parameters), isTerminated) ||
+        !std::all_of(std::begin(block.branches), std::end(block.branches), isTerminated)) {
+        return false;
+    }
     const char* const end = block.jobId + std::strlen(block.jobId);
     const bool isFlag = (block.prefixFlag == 0 || block.prefixFlag == 1) && block.cleanJobs <= 1;
     const bool isMode = block.protocolMode >= -1 && block.protocolMode <= 3;

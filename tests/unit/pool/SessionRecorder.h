@@ -15,6 +15,14 @@ class CHandClock final : public IClock {
     ddt_datetime now{132'000'000'000'000'000};
 };
 
+class CQuietHost : public IStratumHost {
+  public:
+    CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
+    void PoolErrorHappened(const PoolError&) override {}
+    void RequestStopMining() override {}
+    std::wstring DefaultWorkerName() override { return L"rig"; }
+};
+
 inline std::string Join(std::initializer_list<std::string_view> parts) {
     std::string text;
     for (const std::string_view part : parts)
@@ -36,9 +44,11 @@ class CSessionRecorder final : public IStratumHost, public IStratumOutput {
     Events Line(std::string_view line);
     // As one pool, connected and with a login that has been accepted. What the session did is forgotten.
     void LogIn(ProtocolMode mode);
-    void UsePools(std::vector<PoolEntry> entries);
+    void UsePools(const std::vector<PoolEntry>& entries);
 
-    CMiningStatistics* FindStatistics(std::int32_t cudaId) override;
+    CMiningStatistics* FindStatistics(std::int32_t cudaId) override {
+        return gpus.contains(cudaId) ? &gpus[cudaId] : nullptr;
+    }
     void PoolErrorHappened(const PoolError& error) override;
     void RequestStopMining() override { m_events.emplace_back("stop-mining"); }
     std::wstring DefaultWorkerName() override { return workerName; }
