@@ -1,7 +1,5 @@
 #include "app/ApplicationFolders.h"
 
-#include <shlwapi.h>
-
 namespace {
 
 constexpr int kLargeFontPoints = 19;
@@ -58,7 +56,7 @@ ApplicationFolders SetUpFolders() {
     folders.temporaryFolder = temporary;
 
     folders.modulePath = ModulePath();
-    folders.moduleFileName = PathFindFileNameW(folders.modulePath.c_str());
+    folders.moduleFileName = folders.modulePath.substr(folders.modulePath.find_last_of(L"\\/") + 1);
     folders.installationFolder = FolderOf(folders.modulePath) + L"\\";
     folders.algosFolder = folders.installationFolder + L"Algos\\";
     folders.themesFolder = folders.installationFolder + L"Themes\\";

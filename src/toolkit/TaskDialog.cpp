@@ -1,13 +1,23 @@
 #include "toolkit/TaskDialog.h"
 
 #include <commctrl.h>
-#include <shellapi.h>
 
 namespace {
 
+// Of a library of the system, which then stays loaded; null when there is none.
+template <typename Function>
+Function FindFunction(const wchar_t* library, const char* name) {
+    const HMODULE module = LoadLibraryW(library);
+    return module == nullptr ? nullptr : reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
 HRESULT CALLBACK OnTaskDialog(HWND window, UINT message, WPARAM, LPARAM lParam, LONG_PTR) {
     if (message == TDN_HYPERLINK_CLICKED) {
-        ShellExecuteW(window, L"open", reinterpret_cast<const wchar_t*>(lParam), nullptr, nullptr, SW_SHOWNORMAL);
+        // Loaded for this only: the shell's libraries would double the memory of a process that never needs them.
+        using Function = HINSTANCE(WINAPI*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT);
+        const auto execute = FindFunction<Function>(L"shell32.dll", "ShellExecuteW");
+        if (execute != nullptr)
+            execute(window, L"open", reinterpret_cast<const wchar_t*>(lParam), nullptr, nullptr, SW_SHOWNORMAL);
     }
     return S_OK;
 }
@@ -27,10 +37,7 @@ void ShowTaskDialog(const std::wstring& title, const std::wstring& content, Task
 
     // Only the themed common controls have it, and only where the manifest was honoured.
     using TaskDialogIndirectFunction = HRESULT(WINAPI*)(const TASKDIALOGCONFIG*, int*, int*, BOOL*);
-    const HMODULE library = GetModuleHandleW(L"comctl32.dll");
-    const auto show = library == nullptr ? nullptr
-                                         : reinterpret_cast<TaskDialogIndirectFunction>(
-                                               reinterpret_cast<void*>(GetProcAddress(library, "TaskDialogIndirect")));
+    const auto show = FindFunction<TaskDialogIndirectFunction>(L"comctl32.dll", "TaskDialogIndirect");
     if (show != nullptr && SUCCEEDED(show(&config, nullptr, nullptr, nullptr))) return;
     const UINT flags = icon == TaskDialogIcon::Error ? MB_ICONERROR : MB_ICONINFORMATION;
     MessageBoxW(config.hwndParent, content.c_str(), title.c_str(), MB_OK | flags);
