@@ -28,7 +28,7 @@ void ShowTaskDialog(const std::wstring& title, const std::wstring& content, Task
     TASKDIALOGCONFIG config = {};
     config.cbSize = sizeof(config);
     config.hwndParent = GetActiveWindow();
-    config.dwFlags = TDF_ENABLE_HYPERLINKS | TDF_USE_COMMAND_LINKS;
+    config.dwFlags = TDF_ENABLE_HYPERLINKS | TDF_USE_COMMAND_LINKS | TDF_ALLOW_DIALOG_CANCELLATION;
     config.dwCommonButtons = TDCBF_OK_BUTTON;
     config.pszWindowTitle = title.c_str();
     config.pszMainIcon = icon == TaskDialogIcon::Error ? TD_ERROR_ICON : TD_INFORMATION_ICON;

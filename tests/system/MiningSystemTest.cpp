@@ -22,6 +22,8 @@ TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
     rig.Configure(pool.Port());
     ASSERT_NE(rig.Start(), nullptr);
     EXPECT_TRUE(pool.WaitForAccepted(6, kShareMilliseconds)) << pool.Output() << rig.ConnectionLog();
+    const auto bothMine = [&] { return Contains(pool.Output(), "gpu=0") && Contains(pool.Output(), "gpu=1"); };
+    EXPECT_TRUE(WaitUntil(kShareMilliseconds, bothMine)) << pool.Output();
     EXPECT_EQ(rig.Close(), 0);
     const std::vector<unsigned> counts = rig.ClosingCounts();
     const std::size_t accepted = pool.Count("share accepted");
@@ -29,7 +31,6 @@ TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
     EXPECT_LE(counts[0], accepted);
     EXPECT_GE(counts[0] + 2, accepted);
     EXPECT_EQ(counts[2], 0u) << pool.Output();
-    EXPECT_TRUE(Contains(pool.Output(), "gpu=0") && Contains(pool.Output(), "gpu=1")) << pool.Output();
 
     // Every mode up to the pool's was tried, in order.
     const char* const subscribes[] = {"-> {\"id\":1,\"method\":\"eth_submitLogin\"", "-> {\"id\":1,\"jsonrpc\":\"2.0\"",
