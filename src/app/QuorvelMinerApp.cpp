@@ -11,6 +11,7 @@
 #include "common/Version.h"
 #include "gpu/GpuTelemetry.h"
 #include "mining/AlgorithmEnumeration.h"
+#include "net/Ping.h"
 #include "toolkit/TaskDialog.h"
 
 namespace {
@@ -27,6 +28,13 @@ void MakeDpiAware() {
     if (library == nullptr) return;
     const auto setAware = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "SetProcessDPIAware")));
     if (setAware != nullptr) setAware();
+}
+
+bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {
+    PingReply reply;
+    if (!CPing().Ping(pool.Server, reply)) return false;
+    roundTrip = reply.roundTrip;
+    return true;
 }
 
 }  // namespace
@@ -97,7 +105,14 @@ void CQuorvelMinerApp::LoadConfiguration() {
 
 void CQuorvelMinerApp::RunMainWindow() {
     m_miningContext = std::make_unique<MiningContext>(MiningContext{
-        m_algorithms, *this, SystemClock(), m_mainLog, m_folders.minerLogsFolder, m_settings.ConnectionLog != 0});
+        .algorithms = m_algorithms,
+        .stratumHost = *this,
+        .clock = SystemClock(),
+        .mainLog = m_mainLog,
+        .connectionLogFolder = m_folders.minerLogsFolder,
+        .connectionLog = m_settings.ConnectionLog != 0,
+        .feePools = [this](std::int32_t algorithmId) { return BuildFeePools(algorithmId, m_algorithms, m_feePoolIds); },
+        .ping = &PingPool});
     m_mining = std::make_unique<CMining>(*m_miningContext);
     CMainWindow window({m_folders, m_settings, *m_settingsFile, *m_configuration, *m_mining, m_gpus->Gpus(),
                         [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});

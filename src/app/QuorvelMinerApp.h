@@ -9,6 +9,7 @@
 #include "gpu/CudaRuntime.h"
 #include "gpu/ManagerMinerGpus.h"
 #include "gpu/Nvml.h"
+#include "mining/FeePools.h"
 #include "mining/Mining.h"
 #include "pool/StratumHost.h"
 #include "support/LogSystem.h"
@@ -55,5 +56,6 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     std::unique_ptr<CConfigurationStore> m_configuration;
     std::unique_ptr<MiningContext> m_miningContext;
     std::unique_ptr<CMining> m_mining;
+    CFeePoolIds m_feePoolIds;
     std::atomic<HWND> m_mainWindow = nullptr;
 };

@@ -1,8 +1,12 @@
 #pragma once
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 #include "common/Clock.h"
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
+#include "pool/PoolOrder.h"
 #include "pool/StratumHost.h"
 #include "support/LogSystem.h"
 
@@ -14,4 +18,7 @@ struct MiningContext {
     CBKLogSystem& mainLog;
     std::wstring connectionLogFolder = {};  // ends with a backslash
     bool connectionLog = false;             // each session writes its own log file
+    // The developer's pools for a primary pool of that algorithm, in the order in which they are tried.
+    std::function<std::vector<PoolPointer>(std::int32_t algorithmId)> feePools = {};
+    PingFunction ping = {};  // called on a thread of its own, which may outlive the session
 };

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include "common/CodePage.h"
 #include "common/Messages.h"
+#include "mining/FeeSchedule.h"
+#include "mining/HashRateReport.h"
 #include "mining/LogName.h"
 #include "mining/Statistics.h"
 
@@ -59,7 +62,10 @@ void CMiningManager::StartPlugin() {
 }
 
 void CMiningManager::StartSessions() {
+    m_feePeriodTarget = FeePeriodTarget(m_pools[0]->Algo);
+    if (m_context.feePools) m_feePools = m_context.feePools(m_pools[0]->Algo);
     m_feeSession.SetWindows(m_plugin.Window(), Handle());
+    m_feeSession.SetPoolList(m_feePools);
     m_userSession.SetWindows(m_plugin.Window(), Handle());
     m_userSession.SetPoolList(ConnectablePools());
     m_userSession.SetLog(&m_log);
@@ -80,9 +86,12 @@ std::vector<PoolPointer> CMiningManager::ConnectablePools() const {
 void CMiningManager::Stop() {
     if (m_stopped) return;
     m_stopped = true;
+    AccountTime(m_userSession);
+    AccountTime(m_feeSession);
     m_plugin.StopWork();
     m_userSession.CloseConnection();
     m_feeSession.CloseConnection();
+    LogTotals();
     DestroyWindow();
     m_plugin.Unload();
 }
@@ -112,28 +121,44 @@ LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CMiningManager::OnTimer(UINT_PTR id) {
+    if (id == kSubmitTimerId) ReportHashRate();
     if (id != kAccountingTimerId) return;
     AccountTime(m_userSession);
     AccountTime(m_feeSession);
-    ReviveUserSession();
+    Revive(m_userSession);
+    StepFeeSchedule();
 }
 
-void CMiningManager::ReviveUserSession() {
-    if (m_userSession.IsRunning() || m_userSession.IsStopped()) return;
+void CMiningManager::ReportHashRate() {
+    const std::uint64_t total = SumStatistics(m_gpus).hashSpeed;
+    const std::string clientId = WideToNarrow(m_userSession.HashRateId());
+    if (total == 0 || !m_userSession.IsReady() || clientId.empty()) return;
+    m_userSession.Send(HashRateRequest(total, clientId, m_userSession.PrefixFlag()));
+}
+
+void CMiningManager::Revive(CMiningStratum& session) {
+    if (session.IsRunning() || session.IsStopped()) return;
     m_log.LogLine(L"The connection had ended; connecting again");
-    m_userSession.Connect();
+    session.Connect();
 }
 
-void CMiningManager::AccountTime(CMiningStratum& session) const {
+void CMiningManager::AccountTime(CMiningStratum& session) {
     if (session.IsPaused()) return;
     const ddt_datetime now = m_context.clock.UtcNow();
-    const TimeSpan elapsed = std::max<TimeSpan>(0, now.ticks - session.lastTick.ticks);
+    const TimeSpan elapsed = now.ticks - session.lastTick.ticks;
+    session.lastTick = now;
+    if (elapsed < 0) {
+        m_log.LogLine(L"The system clock was set back by %s: the time since the last count is not counted",
+                      SpanText(-elapsed).c_str());
+        return;
+    }
     session.minedTime += elapsed;
     session.activeTime += elapsed;
-    session.lastTick = now;
+    (&session == &m_userSession ? m_userTime : m_feeTime) += elapsed;
 }
 
 void CMiningManager::SwitchPool(CMiningStratum& session) {
+    if (&session == &m_feeSession && !m_feeWanted) return;  // asked for before its period ended
     session.CloseConnection();
     session.ResetSession();
     if (session.IsStopped()) return;

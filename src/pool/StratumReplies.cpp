@@ -104,6 +104,7 @@ void CStratumSession::ShareReply(const CStratumMessage& message, PoolError& erro
     if (!isAccepted) error.gpuIndex = gpu;
     if (statistics->paused != 0) return;
     Increment(isAccepted ? statistics->accepted : statistics->rejected);
+    ++(isAccepted ? m_accepted : m_rejected);
 }
 
 // "mining.set_target" and "client.reconnect" are known and ignored, like every other method.

@@ -86,7 +86,8 @@ void CStratumSession::Disconnected() {
     m_ready = false;
     const bool isUnsettled = ActiveMode() == ProtocolMode::None;
     if (isUnsettled && m_connectErrors == 0) {
-        if (m_triedMode == ProtocolMode::Host) m_host.RequestStopMining();
+        // A developer's pool that does not work is no reason to stop the user's mining.
+        if (m_triedMode == ProtocolMode::Host && m_kind == StratumKind::User) m_host.RequestStopMining();
         m_triedMode = NextMode(m_triedMode);
         return;
     }

@@ -18,6 +18,12 @@ class CStratumMessage;
 
 enum class StratumKind : std::int32_t { User = 1, Fee = 2 };
 
+// How the pool answered this session's shares.
+struct AnswerCounts {
+    std::uint64_t accepted = 0;
+    std::uint64_t rejected = 0;
+};
+
 // The protocol of one pool session without sockets and windows: what the connection reports goes in, requests, work messages
 // and log lines go out through IStratumOutput. It owns the work block and keeps the pools alive that the block points into.
 //
@@ -56,6 +62,7 @@ class CStratumSession {
     bool PrefixFlag() const;
     std::wstring HashRateId() const;
     double Difficulty() const { return m_difficulty; }
+    AnswerCounts Answers() const { return {m_accepted, m_rejected}; }  // since construction
     ProtocolMode ActiveMode() const;
     StratumKind Kind() const { return m_kind; }
     const StratumWorkBlock& WorkBlock() const { return m_block; }
@@ -114,6 +121,8 @@ class CStratumSession {
     std::atomic<bool> m_hasExtranonce = false;
     std::atomic<bool> m_hashRateRefused = false;
     std::atomic<double> m_difficulty = 0.0;
+    std::atomic<std::uint64_t> m_accepted = 0;
+    std::atomic<std::uint64_t> m_rejected = 0;
     std::atomic<std::uint32_t> m_poolIndex = 0;
     StratumWorkBlock m_block = {};
 };

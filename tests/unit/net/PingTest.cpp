@@ -1,0 +1,46 @@
+#include "net/Ping.h"
+
+#include <winsock2.h>
+
+#include <gtest/gtest.h>
+
+#include "net/SocketHandles.h"
+
+namespace {
+
+TEST(PingTest, ThisMachineAnswersOrTheTimeRunsOut) {
+    const CWinsockSession winsock;
+    for (const wchar_t* local : {L"", L"127.0.0.1"}) {
+        PingReply reply;
+        PingOptions options;
+        options.localAddress = local;
+        options.timeoutMilliseconds = 500;
+        if (CPing().Ping(L"127.0.0.1", reply, options)) {
+            EXPECT_EQ(reply.family, AF_INET);
+            EXPECT_EQ(reply.address, htonl(INADDR_LOOPBACK));
+            EXPECT_LE(reply.roundTrip, 500u);
+        } else {
+            // Where a user may not send echo requests.
+            EXPECT_TRUE(GetLastError() == ERROR_TIMEOUT || GetLastError() == ERROR_ACCESS_DENIED) << GetLastError();
+        }
+    }
+}
+
+TEST(PingTest, AHostThatCannotBeResolvedFailsWithTheResolversError) {
+    const CWinsockSession winsock;
+    PingReply reply;
+    EXPECT_FALSE(CPing().Ping(L"", reply));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(WSAHOST_NOT_FOUND));
+    PingOptions options;
+    options.localAddress = L"no-such-host.invalid";
+    EXPECT_FALSE(CPing().Ping(L"127.0.0.1", reply, options));
+    EXPECT_NE(GetLastError(), static_cast<DWORD>(ERROR_TIMEOUT));
+}
+
+TEST(PingTest, RequestsAreFilledWithOneLetter) {
+    std::vector<std::uint8_t> buffer(33, 0);
+    CPing().FillRequestData(buffer.data(), 32);
+    EXPECT_EQ(std::string(buffer.begin(), buffer.end()), std::string(32, 'E') + '\0');
+}
+
+}  // namespace
