@@ -74,6 +74,10 @@ void CMiningManager::EndFeePeriod(std::uint64_t owed) {
 void CMiningManager::LogTotals() {
     if (m_failed) return;
     const AnswerCounts fee = m_feeSession.Answers();
-    m_log.LogLine(L"Mined %s for %s and %s for the developer (shares A:%I64u R:%I64u)", SpanText(m_userTime).c_str(),
-                  m_pools[0]->Name, SpanText(m_feeTime).c_str(), fee.accepted, fee.rejected);
+    const std::wstring counts =
+        L" (shares A:" + std::to_wstring(fee.accepted) + L" R:" + std::to_wstring(fee.rejected) + L")";
+    const std::wstring text = L"Mined " + SpanText(m_userTime) + L" for " + m_pools[0]->Name + L" and " +
+                              SpanText(m_feeTime) + L" for the developer" + counts;
+    m_log.LogLine(L"%s", text.c_str());
+    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", text.c_str());
 }

@@ -1,0 +1,226 @@
+// One whole fee cycle: real hashing, two local pools that verify every share, and a clock set by hand.
+#include <winsock2.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "ForwardingPlugin.h"
+#include "PoolProcess.h"
+#include "common/CodePage.h"
+#include "mining/AlgorithmEnumeration.h"
+#include "mining/Mining.h"
+
+extern "C" __declspec(dllexport) int QuorvelSend(void* session, const char* text, std::uint32_t length);
+int QuorvelSend(void* session, const char* text, std::uint32_t length) {
+    return static_cast<int>(static_cast<CMiningStratum*>(session)->Send({text, length}));
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr DWORD kPatienceMs = 90000;
+
+class CClock final : public IClock {
+  public:
+    ddt_datetime UtcNow() const noexcept override { return {now}; }
+    std::atomic<std::int64_t> now = 133'000'000'000'000'000;
+};
+
+class CHost final : public IStratumHost {
+  public:
+    explicit CHost(CMiningStatistics& statistics) : m_statistics(statistics) {}
+    CMiningStatistics* FindStatistics(std::int32_t cudaId) override { return cudaId == 0 ? &m_statistics : nullptr; }
+    void PoolErrorHappened(const PoolError&) override {}
+    void RequestStopMining() override { ADD_FAILURE() << "a pool stops mining"; }
+    std::wstring DefaultWorkerName() override { return L"rig"; }
+
+  private:
+    CMiningStatistics& m_statistics;
+};
+
+PoolPointer MakePool(const wchar_t* name, unsigned port) {
+    auto pool = std::make_shared<PoolEntry>();
+    pool->ID = port;
+    pool->Algo = kForwardingId;
+    pool->Port = port;
+    CopyToField(name, pool->Name);
+    CopyToField(L"127.0.0.1", pool->Server);
+    CopyToField(L"0xwallet", pool->WalletUser);
+    return pool;
+}
+
+// What the plug-in was told from one change of its work source to the next.
+struct Segment {
+    WPARAM source = 0;
+    std::vector<UINT> messages;
+};
+
+class FeeCycleTest : public testing::Test {
+  protected:
+    FeeCycleTest() {
+        fs::create_directories(m_folder / "Algos");
+        fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder / "Algos" / "EtchashCpu.dll");
+        fs::copy_file(QV_FORWARDING_PLUGIN, m_folder / "Algos" / "AForwarding.dll");
+        EnumerateAlgorithms((m_folder / "Algos").wstring() + L"\\", m_algorithms);
+        m_mainLog.enabled = 0;
+        WSADATA data = {};
+        WSAStartup(MAKEWORD(2, 2), &data);
+    }
+    ~FeeCycleTest() override {
+        m_mining.Stop();
+        std::error_code ignored;
+        fs::remove_all(m_folder, ignored);
+        WSACleanup();
+    }
+
+    void Pump() {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
+    }
+    bool PumpUntil(const std::function<bool()>& condition) {
+        return WaitUntil(kPatienceMs, [&] { return Pump(), condition(); });
+    }
+    CMiningManager& Start(unsigned userPort) {
+        ConfigurationEntry entry;
+        entry.primaryPool = entry.secondaryPool = MakePool(L"User", userPort);
+        entry.gpus = {&m_gpu};
+        MinerConfiguration configuration;
+        configuration.configurations = {entry};
+        EXPECT_EQ(m_mining.Start(configuration), 0);
+        return *m_mining.Managers()[0];
+    }
+    void Tick(CMiningManager& manager, int count) {
+        for (int i = 0; i < count; ++i) {
+            m_clock.now += 30 * kTicksPerSecond;
+            SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
+        }
+    }
+    std::vector<Segment> TakeSegments() {
+        const HMODULE module = GetModuleHandleW(L"AForwarding.dll");
+        const auto take =
+            reinterpret_cast<TakeForwardedFunction>(reinterpret_cast<void*>(GetProcAddress(module, "TakeForwarded")));
+        std::vector<ForwardedMessage> messages(2000);
+        messages.resize(take(messages.data(), 2000));
+        std::vector<Segment> segments;
+        for (const ForwardedMessage& message : messages) {
+            if (message.message == 0x2408) segments.push_back({message.workBlock, {}});
+            if (segments.empty()) continue;  // what comes before the first work source
+            EXPECT_EQ(message.workBlock, segments.back().source) << "a message of the other session: " << message.message;
+            segments.back().messages.push_back(message.message);
+        }
+        return segments;
+    }
+
+    fs::path m_folder = fs::temp_directory_path() / ("fee-cycle-" + std::to_string(GetCurrentProcessId()));
+    CClock m_clock;
+    QvGpuRecord m_gpu = {};
+    CHost m_host{m_gpu.statistics};
+    CAlgorithmList m_algorithms;
+    CBKLogSystem m_mainLog;
+    unsigned m_feePort = 0;
+    MiningContext m_context{.algorithms = m_algorithms,
+                            .stratumHost = m_host,
+                            .clock = m_clock,
+                            .mainLog = m_mainLog,
+                            .feePools = [this](std::int32_t) { return std::vector{MakePool(L"DevFee", m_feePort)}; }};
+    CMining m_mining{m_context};
+};
+
+TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
+    const std::string options = "--difficulty 300 --interval 5 ";
+    CPoolProcess user(m_folder, "user", options + "--mode 0");
+    CPoolProcess fee(m_folder, "fee", options + "--mode 0");
+    ASSERT_NE(user.Port() * fee.Port(), 0u);
+    m_feePort = fee.Port();
+    const auto accepted = [](const CPoolProcess& pool) { return pool.Count("share accepted"); };
+
+    CMiningManager& manager = Start(user.Port());
+    ASSERT_TRUE(PumpUntil([&] { return accepted(user) >= 2; })) << user.Output();
+
+    Tick(manager, 201);  // 100 minutes and a half: the fee session is to be connected
+    ASSERT_TRUE(PumpUntil([&] { return manager.FeeSession().IsReady() && fee.Count("job ") > 0; })) << fee.Output();
+    EXPECT_EQ(accepted(fee), 0u) << "the fee pool got work before its period";
+    Tick(manager, 95);
+    EXPECT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+    Tick(manager, 1);
+    ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::Fee);
+
+    ASSERT_TRUE(PumpUntil([&] { return accepted(fee) >= 1; })) << fee.Output();
+    const std::size_t ofUser = accepted(user);  // a share on its way when the period began has arrived by now
+    ASSERT_TRUE(PumpUntil([&] { return accepted(fee) >= 4; })) << fee.Output();
+    EXPECT_EQ(accepted(user), ofUser) << "the user's pool got a share of the fee period";
+    EXPECT_TRUE(manager.UserSession().IsReady()) << "the user's connection stays open";
+
+    Tick(manager, 3);
+    ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+    EXPECT_FALSE(manager.FeeSession().IsRunning());
+    const std::size_t ofFee = accepted(fee);
+    ASSERT_TRUE(PumpUntil([&] { return accepted(user) >= ofUser + 2; })) << user.Output();
+    EXPECT_LE(accepted(fee), ofFee + 1) << "the fee pool got shares after its period";
+    EXPECT_EQ(user.Count("share rejected") + fee.Count("share rejected"), 0u) << user.Output() << fee.Output();
+
+    const std::vector<Segment> segments = TakeSegments();
+    ASSERT_EQ(segments.size(), 3u);
+    const auto userBlock = reinterpret_cast<WPARAM>(&manager.UserSession().WorkBlock());
+    const auto feeBlock = reinterpret_cast<WPARAM>(&manager.FeeSession().WorkBlock());
+    EXPECT_EQ(segments[0].source, userBlock);
+    EXPECT_EQ(segments[1].source, feeBlock);
+    EXPECT_EQ(segments[2].source, userBlock);
+    for (const std::size_t replayed : {1u, 2u}) {
+        const std::vector<UINT>& messages = segments[replayed].messages;
+        ASSERT_GE(messages.size(), 4u);
+        EXPECT_EQ(std::vector(messages.begin(), messages.begin() + 4), (std::vector<UINT>{0x2408, 0x2402, 0x2405, 0x2406}));
+    }
+
+    // The report of the hash rate, as the user's pool received it.
+    ASSERT_TRUE(PumpUntil([&] { return m_gpu.statistics.hashSpeed > 0; }));
+    SendMessageW(manager.Handle(), WM_TIMER, 1, 0);
+    EXPECT_TRUE(PumpUntil([&] { return user.Count("hashrate client=") == 1; })) << user.Output();
+    EXPECT_EQ(fee.Count("hashrate"), 0u);
+    const std::string output = user.Output();
+    const std::size_t line = output.find("hashrate client=");
+    std::printf("the pool received: %s\n", output.substr(line, output.find('\n', line) - line).c_str());
+}
+
+TEST_F(FeeCycleTest, BadFeePoolsNeverStopTheUsersMining) {
+    CPoolProcess user(m_folder, "user", "--difficulty 300 --interval 5 --mode 0");
+    ASSERT_NE(user.Port(), 0u);
+    const auto accepted = [&] { return user.Count("share accepted"); };
+    for (const char* fault : {"--drop-after 1", "--garbage instead", "--mode 1 --refuse-user", "--mode 3 --drop-after 1"}) {
+        SCOPED_TRACE(fault);
+        CPoolProcess fee(m_folder, "fee", fault);
+        ASSERT_NE(fee.Port(), 0u) << fee.Output();
+        m_feePort = fee.Port();
+        CMiningManager& manager = Start(user.Port());
+        Tick(manager, 250);
+        ASSERT_TRUE(PumpUntil([&] { return fee.Count("client") > 0; })) << fee.Output();
+        const std::size_t before = accepted();
+        ASSERT_TRUE(PumpUntil([&] { return accepted() > before; })) << user.Output();
+        Tick(manager, 60);
+        ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+        EXPECT_GT(manager.FeeTime(), 0) << "the period has not been";
+        const std::size_t after = accepted();
+        ASSERT_TRUE(PumpUntil([&] { return accepted() > after; })) << user.Output();
+        m_mining.Stop();
+    }
+
+    for (const wchar_t* server : {L"127.0.0.1", L"no-such-pool.invalid"}) {
+        SCOPED_TRACE(WideToUtf8(server));
+        m_context.feePools = [server](std::int32_t) {
+            auto pool = std::make_shared<PoolEntry>(*MakePool(L"DevFee", 1));
+            CopyToField(server, pool->Server);
+            return std::vector<PoolPointer>{pool};
+        };
+        CMiningManager& manager = Start(user.Port());
+        Tick(manager, 310);
+        const std::size_t after = accepted();
+        ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+        ASSERT_TRUE(PumpUntil([&] { return accepted() > after; })) << user.Output();
+        m_mining.Stop();
+    }
+}
+
+}  // namespace
