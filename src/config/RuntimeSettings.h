@@ -22,6 +22,10 @@ struct RuntimeSettings {
     std::int32_t MiningState = 0;   // 0 stopped, 1 started, 2 last state
     std::int32_t LastControlState = 0;
     std::int32_t LastMiningState = 0;
+    // Our own additions: in the file only when they differ from these defaults.
+    std::int32_t Theme = 0;          // number of the look; 0 the program's choice
+    std::int32_t HideMinimized = 0;  // non-zero: minimising hides to the notification area
+    std::string ControlToken;        // shared secret of the control channel, UTF-8; empty: none
 };
 
 // RuntimeSettingsMiner.xml. Windows only; GUI thread. settingsFolder ends with a backslash.

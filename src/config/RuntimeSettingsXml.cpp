@@ -64,6 +64,9 @@ void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings) {
     ReadNumber(root, "LastControlState", settings.LastControlState);
     ReadNumber(root, "MiningState", settings.MiningState);
     ReadNumber(root, "LastMiningState", settings.LastMiningState);
+    ReadNumber(root, "Theme", settings.Theme);
+    ReadNumber(root, "HideMinimized", settings.HideMinimized);
+    if (const std::string* token = FindAttribute(root, "ControlToken")) settings.ControlToken = *token;
     const XML_NODE* logging = FindChild(root, "Logging");
     if (logging == nullptr) return;
     ReadNumber(*logging, "MainLog", settings.MainLog);
@@ -81,6 +84,9 @@ void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
     SetAttribute(root, "LastControlState", settings.LastControlState);
     SetAttribute(root, "MiningState", settings.MiningState);
     SetAttribute(root, "LastMiningState", settings.LastMiningState);
+    if (settings.Theme != 0) SetAttribute(root, "Theme", settings.Theme);
+    if (settings.HideMinimized != 0) SetAttribute(root, "HideMinimized", settings.HideMinimized);
+    if (!settings.ControlToken.empty()) SetAttribute(root, "ControlToken", std::string_view(settings.ControlToken));
     XML_NODE& logging = AddChild(root, "Logging");
     SetAttribute(logging, "MainLog", settings.MainLog);
     SetAttribute(logging, "ConnectionLog", settings.ConnectionLog);

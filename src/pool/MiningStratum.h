@@ -47,6 +47,7 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     bool PrefixFlag() const { return m_session.PrefixFlag(); }
     std::wstring HashRateId() const { return m_session.HashRateId(); }  // empty once the pool refused hash-rate reports
     double Difficulty() const { return m_session.Difficulty(); }
+    JobInfo CurrentJob() const { return m_session.CurrentJob(); }
     AnswerCounts Answers() const { return m_session.Answers(); }
     StratumKind Kind() const { return m_session.Kind(); }
     const StratumWorkBlock& WorkBlock() const { return m_session.WorkBlock(); }

@@ -123,6 +123,7 @@ void CStratumSession::HandleJob(const CStratumMessage& message) {
     if (!FillJob(params, m_block)) return;
     m_hasJob = m_block.jobId[0] != '\0';
     PostWork(QV_MSG_NEW_JOB);
+    m_currentJob.Set(m_block.jobId, m_clock.UtcNow());
 }
 
 void CStratumSession::HandleDifficulty(const CStratumMessage& message) {

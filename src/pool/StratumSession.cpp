@@ -53,6 +53,7 @@ void CStratumSession::Reset() {
     m_ready = false;
     m_connectErrors = 0;
     ClearWork(m_block);
+    m_currentJob.Clear();
     m_hasJob = false;
     m_hasExtranonce = false;
     ClearTarget();

@@ -8,6 +8,7 @@
 #include <vector>
 #include "common/Clock.h"
 #include "config/MinerConfiguration.h"
+#include "pool/CurrentJob.h"
 #include "pool/ProtocolMode.h"
 #include "pool/StratumHost.h"
 #include "pool/StratumOutput.h"
@@ -62,6 +63,7 @@ class CStratumSession {
     bool PrefixFlag() const;
     std::wstring HashRateId() const;
     double Difficulty() const { return m_difficulty; }
+    JobInfo CurrentJob() const { return m_currentJob.Get(); }
     AnswerCounts Answers() const { return {m_accepted, m_rejected}; }  // since construction
     ProtocolMode ActiveMode() const;
     StratumKind Kind() const { return m_kind; }
@@ -121,6 +123,7 @@ class CStratumSession {
     std::atomic<bool> m_hasExtranonce = false;
     std::atomic<bool> m_hashRateRefused = false;
     std::atomic<double> m_difficulty = 0.0;
+    CCurrentJob m_currentJob;
     std::atomic<std::uint64_t> m_accepted = 0;
     std::atomic<std::uint64_t> m_rejected = 0;
     std::atomic<std::uint32_t> m_poolIndex = 0;

@@ -1,6 +1,8 @@
 // Jobs, difficulties and extranonces into the work block.
 #include <gtest/gtest.h>
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 #include "SessionRecorder.h"
 #include "common/Hex.h"
 
@@ -23,6 +25,32 @@ class Job : public ::testing::Test {
     CSessionRecorder recorder;
     const StratumWorkBlock& block = recorder.session.WorkBlock();
 };
+
+TEST_F(Job, IsShownWithTheTimeItCame) {
+    EXPECT_FALSE(recorder.session.CurrentJob().time.IsSet());
+    Notify(R"(["4f","A"])");
+    EXPECT_EQ(recorder.session.CurrentJob().id, "4f");
+    EXPECT_EQ(recorder.session.CurrentJob().time, recorder.clock.now);
+    recorder.session.Reset();
+    EXPECT_EQ(recorder.session.CurrentJob().id, "");
+    EXPECT_FALSE(recorder.session.CurrentJob().time.IsSet());
+}
+
+TEST(CurrentJob, IsNeverReadHalfWritten) {
+    CCurrentJob job;
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (std::int64_t i = 1; i <= 20000; ++i)
+            job.Set(std::string(200, static_cast<char>('a' + i % 26)), {i});
+        done = true;
+    });
+    while (!done) {
+        const JobInfo info = job.Get();
+        if (!info.time.IsSet()) continue;
+        EXPECT_EQ(info.id, std::string(127, static_cast<char>('a' + info.time.ticks % 26)));
+    }
+    writer.join();
+}
 
 TEST_F(Job, FillsTheSlotsInOrderAndLeavesNothingOfTheJobBefore) {
     EXPECT_EQ(Notify(R"(["4f","prev","cb1","cb2",["m1","m2",7,"m3"],"ver",3,"bits","time",true])"), Events{"post 2405"});
