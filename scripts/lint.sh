@@ -12,17 +12,22 @@ mingw_arguments=(--extra-arg-before=--target=x86_64-w64-mingw32 --extra-arg-befo
     --extra-arg=-isystem"$gcc_include/backward" --extra-arg=-isystem/usr/x86_64-w64-mingw32/include)
 common_arguments=(--quiet --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-error)
 
-tidy() { # preset, further arguments
-    local preset=$1
-    shift
-    sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$preset/compile_commands.json" |
-        grep -E "^(src|plugins|sim|tools)/" | sort -u | xargs -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" "${common_arguments[@]}" "$@"
+compiled() { # preset: the sources that it compiles
+    sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$1/compile_commands.json" |
+        grep -E "^(src|plugins|sim|tools)/" | sort -u
 }
 
-echo "clang-tidy, Windows sources"
-tidy windows "${mingw_arguments[@]}"
+tidy() { # preset, further arguments; the sources come on standard input
+    local preset=$1
+    shift
+    xargs -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" "${common_arguments[@]}" "$@"
+}
+
+# Each source once: natively where it builds natively.
 echo "clang-tidy, native sources"
-tidy host
+compiled host | tidy host
+echo "clang-tidy, Windows sources"
+comm -13 <(compiled host) <(compiled windows) | tidy windows "${mingw_arguments[@]}"
 echo "cppcheck"
 cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
     --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \

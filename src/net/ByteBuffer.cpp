@@ -10,7 +10,7 @@ constexpr unsigned kCallsBetweenTrims = 25;
 
 // An area of up to this size is kept when the buffer is trimmed: only the capacity is taken back, and a stream of usual
 // lines needs no memory manager.
-constexpr std::size_t kKeptArea = 128 * 1024;
+constexpr std::size_t kKeptArea = std::size_t{128} * 1024;
 
 }  // namespace
 

@@ -4,7 +4,7 @@
 namespace {
 
 // Unused room that the pending buffer may hold beside twice its contents.
-constexpr std::size_t kTolerableRoom = 64 * 1024;
+constexpr std::size_t kTolerableRoom = std::size_t{64} * 1024;
 
 }  // namespace
 

@@ -20,6 +20,7 @@ std::vector<PoolPointer> OrderByLatency(std::vector<PoolPointer> pools, const Pi
         std::uint32_t score = 0;
     };
     std::vector<LatencyEntry> entries;
+    entries.reserve(pools.size());
     for (const PoolPointer& pool : pools)
         entries.push_back({pool, LatencyScore(*pool, ping)});
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.score < b.score; });
