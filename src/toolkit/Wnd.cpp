@@ -4,11 +4,19 @@ namespace {
 
 constexpr wchar_t kClassName[] = L"QuorvelWnd";
 
+CWnd* ObjectOf(HWND window) {
+    return reinterpret_cast<CWnd*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+}
+
 }  // namespace
 
 CWnd::~CWnd() {
     // The derived part is gone: what the destruction sends is not for it any more.
     if (m_handle == nullptr) return;
+    if (m_original != nullptr) {
+        Release();
+        return;
+    }
     SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
     ::DestroyWindow(m_handle);
 }
@@ -38,16 +46,44 @@ bool CWnd::Create(const WindowSpec& spec, HWND parent) {
                            spec.height, parent, nullptr, windowClass.hInstance, this) != nullptr;
 }
 
+bool CWnd::SubclassWindow(HWND window) {
+    if (window == nullptr || m_handle != nullptr) return false;
+    m_handle = window;
+    SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    m_original = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&CWnd::SubclassProcedure)));
+    PreSubclassWindow();
+    return true;
+}
+
+void CWnd::Release() {
+    SetWindowLongPtrW(m_handle, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(m_original));
+    SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
+    m_handle = nullptr;
+    m_original = nullptr;
+}
+
 void CWnd::DestroyWindow() {
     if (m_handle != nullptr) ::DestroyWindow(m_handle);
 }
 
+std::wstring CWnd::Text() const {
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(m_handle)), L'\0');
+    text.resize(static_cast<std::size_t>(GetWindowTextW(m_handle, text.data(), static_cast<int>(text.size()) + 1)));
+    return text;
+}
+
+void CWnd::SetText(const std::wstring& text) {
+    if (Text() != text) SetWindowTextW(m_handle, text.c_str());
+}
+
 LRESULT CWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (m_original != nullptr) return CallWindowProcW(m_original, m_handle, message, wParam, lParam);
     return DefWindowProcW(m_handle, message, wParam, lParam);
 }
 
 LRESULT CALLBACK CWnd::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* self = reinterpret_cast<CWnd*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* self = ObjectOf(window);
     if (message == WM_NCCREATE) {
         self = static_cast<CWnd*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
         self->m_handle = window;
@@ -57,4 +93,13 @@ LRESULT CALLBACK CWnd::Procedure(HWND window, UINT message, WPARAM wParam, LPARA
     const LRESULT result = self->OnMessage(message, wParam, lParam);
     if (message == WM_NCDESTROY) self->m_handle = nullptr;
     return result;
+}
+
+LRESULT CALLBACK CWnd::SubclassProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    CWnd* const self = ObjectOf(window);
+    if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
+    if (message != WM_NCDESTROY) return self->OnMessage(message, wParam, lParam);
+    const WNDPROC original = self->m_original;
+    self->Release();
+    return CallWindowProcW(original, window, message, wParam, lParam);
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <windows.h>
+#include <string>
 
 // How a top-level window is made.
 struct WindowSpec {
@@ -11,8 +12,12 @@ struct WindowSpec {
     HICON icon = nullptr;
 };
 
+// A dialog asks its controls for their colours with the WM_CTLCOLOR message plus this; a brush is the answer, 0 leaves it to
+// the dialog. Likewise for WM_DRAWITEM and WM_MEASUREITEM (TRUE when done).
+inline constexpr UINT kReflected = WM_USER + 0x1C00;
+
 // A window whose messages go to a virtual operation. All of it belongs to one thread. The window is destroyed with the
-// object.
+// object, unless it was there before (SubclassWindow): then it gets its own procedure back.
 class CWnd {
   public:
     CWnd() = default;
@@ -22,16 +27,29 @@ class CWnd {
 
     bool CreateMessageOnly();
     bool CreateTopLevel(const WindowSpec& spec);
+    // Takes over the messages of a window that somebody else made, until it is destroyed.
+    bool SubclassWindow(HWND window);
+    bool SubclassDlgItem(HWND dialog, int id) { return SubclassWindow(GetDlgItem(dialog, id)); }
     void DestroyWindow();
     HWND Handle() const { return m_handle; }
 
+    std::wstring Text() const;
+    // Does not touch the window when it shows that text already.
+    void SetText(const std::wstring& text);
+
   protected:
-    // Overridden to handle messages; the base does what the system does by default. WM_CREATE arrives with the handle set.
+    // Overridden to handle messages; the base does what the system, or the window's own procedure, does by default.
+    // WM_CREATE arrives with the handle set.
     virtual LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    // Called when a window was taken over, before its next message.
+    virtual void PreSubclassWindow() {}
 
   private:
     bool Create(const WindowSpec& spec, HWND parent);
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static LRESULT CALLBACK SubclassProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    void Release();
 
     HWND m_handle = nullptr;
+    WNDPROC m_original = nullptr;  // of a window that was taken over
 };

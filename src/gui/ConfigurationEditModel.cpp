@@ -1,0 +1,131 @@
+#include "gui/ConfigurationEditModel.h"
+
+#include <algorithm>
+
+#include "gui/FieldText.h"
+
+namespace {
+
+bool Holds(const EditedEntry& entry, const QvGpuRecord& gpu) {
+    return std::find(entry.gpus.begin(), entry.gpus.end(), &gpu) != entry.gpus.end();
+}
+
+std::wstring CheckWorkerName(std::wstring_view name) {
+    return name.empty() ? L"Enter a worker name" : CheckFieldText(name, kWorkerNameChars - 1);
+}
+
+}  // namespace
+
+CConfigurationEditModel::CConfigurationEditModel(ConfigurationPointer base, GpuSpan gpus)
+    : m_base(std::move(base)), m_gpus(gpus), m_edited(MakeEditedCopy(*m_base)) {}
+
+EditedEntry& CConfigurationEditModel::Change(std::size_t index) {
+    m_changed = true;
+    EditedEntry& entry = m_edited.entries[index];
+    entry.changed = true;
+    return entry;
+}
+
+void CConfigurationEditModel::SetWorkerName(std::wstring_view name) {
+    std::wstring trimmed = Trimmed(name);
+    if (trimmed == m_edited.defaultWorkerName) return;
+    m_edited.defaultWorkerName = std::move(trimmed);
+    m_workerNameChanged = true;
+    m_changed = true;
+}
+
+std::size_t CConfigurationEditModel::Add(std::uint32_t primaryPoolId) {
+    m_edited.entries.emplace_back();
+    Change(Count() - 1).primaryPoolId = primaryPoolId;
+    return Count() - 1;
+}
+
+void CConfigurationEditModel::Remove(std::size_t index) {
+    m_edited.entries.erase(m_edited.entries.begin() + static_cast<std::ptrdiff_t>(index));
+    m_changed = true;
+}
+
+void CConfigurationEditModel::SetPrimaryPool(std::size_t index, std::uint32_t poolId) {
+    if (Entry(index).primaryPoolId != poolId) Change(index).primaryPoolId = poolId;
+}
+
+void CConfigurationEditModel::SetBackupPool(std::size_t index, std::uint32_t poolId) {
+    if (Entry(index).secondaryPoolId != poolId) Change(index).secondaryPoolId = poolId;
+}
+
+std::vector<std::uint32_t> CConfigurationEditModel::BackupChoices(std::size_t index) const {
+    std::vector<std::uint32_t> ids;
+    const PoolEntry* primary = FindPool(Entry(index).primaryPoolId);
+    if (primary == nullptr) return ids;
+    for (const EditedPool& pool : m_edited.pools) {
+        const PoolEntry& entry = pool.entry;
+        if (!entry.IsUnassigned() && entry.ID != primary->ID && entry.Algo == primary->Algo) ids.push_back(entry.ID);
+    }
+    return ids;
+}
+
+bool CConfigurationEditModel::IsChecked(std::size_t index, const QvGpuRecord& gpu) const {
+    return Holds(Entry(index), gpu);
+}
+
+std::optional<std::size_t> CConfigurationEditModel::OwnerOf(const QvGpuRecord& gpu) const {
+    for (std::size_t i = 0; i < Count(); ++i) {
+        if (IsChecked(i, gpu)) return i;
+    }
+    return std::nullopt;
+}
+
+GpuMove CConfigurationEditModel::SetChecked(std::size_t index, QvGpuRecord& gpu, bool checked) {
+    GpuMove move;
+    if (!checked) {
+        if (IsChecked(index, gpu)) std::erase(Change(index).gpus, &gpu);
+        return move;
+    }
+    for (std::size_t i = 0; i < Count(); ++i) {
+        if (i == index || !IsChecked(i, gpu)) continue;
+        std::vector<QvGpuRecord*>& gpus = Change(i).gpus;
+        std::erase(gpus, &gpu);
+        move.from.push_back(i);
+        if (gpus.empty()) move.emptied.push_back(i);
+    }
+    if (!IsChecked(index, gpu)) Change(index).gpus.push_back(&gpu);
+    return move;
+}
+
+std::vector<ConfigurationReason> CConfigurationEditModel::Check() const {
+    std::vector<ConfigurationReason> reasons;
+    if (m_workerNameChanged) {
+        std::wstring reason = CheckWorkerName(WorkerName());
+        if (!reason.empty()) reasons.push_back({{}, ConfigurationField::WorkerName, std::move(reason)});
+    }
+    for (std::size_t i = 0; i < Count(); ++i) {
+        if (Entry(i).changed) CheckEntry(i, reasons);
+    }
+    return reasons;
+}
+
+void CConfigurationEditModel::CheckEntry(std::size_t index, std::vector<ConfigurationReason>& reasons) const {
+    const EditedEntry& entry = Entry(index);
+    const PoolEntry* primary = FindPool(entry.primaryPoolId);
+    if (primary == nullptr || primary->IsUnassigned()) {
+        reasons.push_back({index, ConfigurationField::PrimaryPool, L"Choose a primary pool"});
+    } else if (std::wstring reason = CheckBackup(entry, *primary); !reason.empty()) {
+        reasons.push_back({index, ConfigurationField::BackupPool, std::move(reason)});
+    }
+    if (entry.gpus.empty()) reasons.push_back({index, ConfigurationField::Gpus, L"Choose at least one GPU"});
+}
+
+std::wstring CConfigurationEditModel::CheckBackup(const EditedEntry& entry, const PoolEntry& primary) const {
+    if (entry.secondaryPoolId == kUnassignedPoolId) return {};
+    const PoolEntry* backup = FindPool(entry.secondaryPoolId);
+    if (backup == nullptr) return L"There is no such pool";
+    if (backup == &primary) return L"The same as the primary pool";
+    return backup->Algo == primary.Algo ? L"" : L"Mines another algorithm than the primary pool";
+}
+
+ConfigurationBuild CConfigurationEditModel::Build(CConfigurationBuilder builder) const {
+    ConfigurationBuild build;
+    build.reasons = Check();
+    if (build.reasons.empty()) build.configuration = BuildConfiguration(m_edited, std::move(builder));
+    return build;
+}

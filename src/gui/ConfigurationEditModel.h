@@ -1,0 +1,75 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+#include "gui/EditedConfiguration.h"
+
+enum class ConfigurationField { WorkerName, PrimaryPool, BackupPool, Gpus };
+
+// Why the configuration cannot be built; for the user.
+struct ConfigurationReason {
+    std::optional<std::size_t> entry;  // none: it is about the worker name
+    ConfigurationField field;
+    std::wstring text;
+};
+
+// What checking a GPU did beside it.
+struct GpuMove {
+    std::vector<std::size_t> from;     // the configurations that lost the GPU
+    std::vector<std::size_t> emptied;  // those of them that have no GPU now
+};
+
+struct ConfigurationBuild {
+    std::optional<MinerConfiguration> configuration;  // absent: there are reasons
+    std::vector<ConfigurationReason> reasons;
+};
+
+// Configurations and worker name as the user edits them; nothing is in force before what Build gives is published. What
+// the user did not touch is taken over as it is, even what Check would refuse. GUI thread. Portable.
+class CConfigurationEditModel {
+  public:
+    // gpus: those that can be checked; the records outlive the model.
+    CConfigurationEditModel(ConfigurationPointer base, GpuSpan gpus);
+
+    // False: another configuration was published since; publishing this one would undo it.
+    bool IsBasedOn(const ConfigurationPointer& current) const { return m_base == current; }
+    bool IsChanged() const { return m_changed; }
+
+    const std::wstring& WorkerName() const { return m_edited.defaultWorkerName; }
+    void SetWorkerName(std::wstring_view name);
+
+    std::size_t Count() const { return m_edited.entries.size(); }
+    const EditedEntry& Entry(std::size_t index) const { return m_edited.entries[index]; }
+    std::wstring Label(std::size_t index) const { return EntryLabel(m_edited, index); }
+    GpuSpan Gpus() const { return m_gpus; }
+    std::size_t PoolCount() const { return m_edited.pools.size(); }
+    const PoolEntry& Pool(std::size_t index) const { return m_edited.pools[index].entry; }
+    const PoolEntry* FindPool(std::uint32_t id) const { return FindEditedPool(m_edited, id); }
+    // The pools that can stand in for the configuration's primary one: of the same algorithm.
+    std::vector<std::uint32_t> BackupChoices(std::size_t index) const;
+
+    std::size_t Add(std::uint32_t primaryPoolId);  // without GPUs; its index
+    void Remove(std::size_t index);
+    void SetPrimaryPool(std::size_t index, std::uint32_t poolId);
+    void SetBackupPool(std::size_t index, std::uint32_t poolId);
+
+    bool IsChecked(std::size_t index, const QvGpuRecord& gpu) const;
+    // The configuration that holds the GPU, if any.
+    std::optional<std::size_t> OwnerOf(const QvGpuRecord& gpu) const;
+    // A GPU is in one configuration only: it leaves any other.
+    GpuMove SetChecked(std::size_t index, QvGpuRecord& gpu, bool checked);
+
+    std::vector<ConfigurationReason> Check() const;
+    ConfigurationBuild Build(CConfigurationBuilder builder) const;
+
+  private:
+    void CheckEntry(std::size_t index, std::vector<ConfigurationReason>& reasons) const;
+    std::wstring CheckBackup(const EditedEntry& entry, const PoolEntry& primary) const;
+    EditedEntry& Change(std::size_t index);
+
+    const ConfigurationPointer m_base;
+    const GpuSpan m_gpus;
+    EditedConfiguration m_edited;
+    bool m_changed = false;
+    bool m_workerNameChanged = false;
+};

@@ -1,0 +1,39 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+#include "config/MinerConfiguration.h"
+
+// A working copy of a published configuration, for the dialogs that change it. Pools are named by ID, so that they can be
+// edited, moved and removed freely. One thread.
+
+struct EditedPool {
+    PoolEntry entry;
+    PoolPointer origin;  // null: added here
+};
+
+struct EditedEntry {
+    std::uint32_t primaryPoolId = kUnassignedPoolId;
+    std::uint32_t secondaryPoolId = kUnassignedPoolId;
+    std::uint64_t GpuAttributs = 0;
+    std::uint64_t PoolAttributs = 0;
+    std::vector<QvGpuRecord*> gpus;
+    bool changed = false;  // by the user; what came from a file is not blamed on him
+};
+
+struct EditedConfiguration {
+    std::wstring defaultWorkerName;
+    std::vector<EditedPool> pools;
+    std::vector<EditedEntry> entries;
+};
+
+EditedConfiguration MakeEditedCopy(const MinerConfiguration& configuration);
+
+// builder: a fresh one. The pools take the last errors that their origins have by now; the GPUs keep their settings.
+MinerConfiguration BuildConfiguration(const EditedConfiguration& edited, CConfigurationBuilder builder);
+
+// The pool with that ID, or null.
+const PoolEntry* FindEditedPool(const EditedConfiguration& edited, std::uint32_t id);
+
+// "Configuration <index + 1> (GPU#0, GPU#1)".
+std::wstring EntryLabel(const EditedConfiguration& edited, std::size_t index);

@@ -1,0 +1,36 @@
+#include "gui/FieldText.h"
+
+#include <algorithm>
+
+#include "common/CodePage.h"
+
+namespace {
+
+constexpr std::wstring_view kWhiteSpace = L" \t\r\n\u00A0";
+
+bool IsControl(wchar_t c) {
+    const auto code = static_cast<char32_t>(c);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
+
+bool Survives(wchar_t c) {
+    const std::wstring_view text(&c, 1);
+    return NarrowToWide(WideToNarrow(text)) == text;
+}
+
+}  // namespace
+
+std::wstring Trimmed(std::wstring_view text) {
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
+    if (first == std::wstring_view::npos) return {};
+    return std::wstring(text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1));
+}
+
+std::wstring CheckFieldText(std::wstring_view text, std::size_t maxChars) {
+    if (text.size() > maxChars) return std::wstring(L"At most ").append(std::to_wstring(maxChars)).append(L" characters");
+    if (std::any_of(text.begin(), text.end(), IsControl)) return L"Holds a control character";
+    const auto lost = std::find_if_not(text.begin(), text.end(), Survives);
+    if (lost == text.end()) return {};
+    const std::wstring_view whole(&*lost, lost + 1 != text.end() && *lost >= 0xD800 && *lost < 0xDC00 ? 2 : 1);
+    return std::wstring(L"Cannot be stored: ").append(whole);
+}

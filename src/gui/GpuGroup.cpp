@@ -1,0 +1,33 @@
+#include "gui/GpuGroup.h"
+
+#include "gui/GpuText.h"
+#include "gui/UnitText.h"
+
+namespace {
+
+// Values of QvGpuRecord::telemetryState that mean a GPU whose sensors cannot be shown.
+constexpr std::uint32_t kNeverRead = 0;
+constexpr std::uint32_t kExcluded = 7;
+
+}  // namespace
+
+GpuStaticGroup MakeGpuStaticGroup(const QvGpuRecord* gpu) {
+    if (gpu == nullptr) return {};
+    return {GpuTypeText(*gpu), L"V " + CapabilityText(*gpu)};
+}
+
+GpuLiveGroup MakeGpuLiveGroup(const QvGpuRecord* gpu, std::wstring_view unit) {
+    GpuLiveGroup group;
+    if (gpu == nullptr) return group;
+    const GpuCounters counters = ReadGpuCounters(*gpu);
+    group.hashRate = HashRateText(counters.hashSpeed, unit);
+    group.shares = ShareCountsText(counters);
+    if (gpu->telemetryState == kNeverRead || gpu->telemetryState == kExcluded) return group;
+    group.temperature = TemperatureText(gpu->temperature);
+    group.fan = FanText(gpu->fanSpeed);
+    group.coreClock = ClockText(gpu->coreClock);
+    group.memoryClock = ClockText(gpu->memoryClock);
+    const bool sensible = gpu->memoryUsed <= gpu->memoryTotal;
+    group.availableMemory = ByteSizeText(sensible ? gpu->memoryTotal - gpu->memoryUsed : 0);
+    return group;
+}

@@ -1,0 +1,42 @@
+#include "gui/GpuText.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "common/CodePage.h"
+#include "gui/UnitText.h"
+
+std::wstring GpuName(const QvGpuRecord& gpu) {
+    return NarrowToWide(std::string_view(gpu.name, std::find(std::begin(gpu.name), std::end(gpu.name), '\0')));
+}
+
+std::wstring GpuTypeText(const QvGpuRecord& gpu) {
+    return GpuName(gpu).append(L" - (").append(ByteSizeText(gpu.memoryTotal)).append(L")");
+}
+
+std::wstring CapabilityText(const QvGpuRecord& gpu) {
+    return std::to_wstring(gpu.ccMajor).append(L".").append(std::to_wstring(gpu.ccMinor));
+}
+
+std::wstring ShareCountsText(const GpuCounters& counters) {
+    std::wstring text = L"A:";
+    text.append(std::to_wstring(counters.accepted));
+    text.append(L" - S:").append(std::to_wstring(counters.stale));
+    return text.append(L" R:").append(std::to_wstring(counters.rejected));
+}
+
+std::wstring LastShareText(ddt_datetime lastShare, ddt_datetime now) {
+    return lastShare.IsSet() ? SpanText(now.ticks - lastShare.ticks) : std::wstring();
+}
+
+std::wstring TemperatureText(std::uint32_t degrees) {
+    return std::to_wstring(degrees).append(L" \u00B0C");
+}
+
+std::wstring FanText(std::uint32_t percent) {
+    return std::to_wstring(percent).append(L" %");
+}
+
+std::wstring ClockText(std::uint32_t megahertz) {
+    return std::to_wstring(megahertz).append(L" MHz");
+}

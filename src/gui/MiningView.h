@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include "common/Time.h"
+#include "quorvel/plugin.h"
+
+// Which pool a session mines on; the numbers are the manager's.
+enum class MiningRole : std::int32_t { Primary = 0, Fee = 1, Backup = 2, FeeBackup = 3 };
+
+struct MiningJob {
+    ddt_datetime time;            // UTC, when it came; unset: unknown
+    std::int32_t gpuNumber = -1;  // of the GPU that took it; -1: all
+    std::string id;               // narrow; empty: no job yet
+};
+
+// One mining session as it is at a moment.
+struct MiningSessionView {
+    MiningRole role = MiningRole::Primary;
+    MiningJob job;
+    double difficulty = 0.0;  // 0: none received
+};
+
+// What the dialog asks of mining. GUI thread.
+class IMiningView {
+  public:
+    virtual ~IMiningView() = default;
+    virtual bool IsRunning() const = 0;
+    // The session that mines with the GPU, if there is one.
+    virtual std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const = 0;
+};

@@ -1,0 +1,138 @@
+#include "gui/PoolEditModel.h"
+
+#include <algorithm>
+
+namespace {
+
+std::wstring Labels(const EditedConfiguration& edited, const std::vector<std::size_t>& entries, const wchar_t* what) {
+    std::wstring text;
+    for (const std::size_t index : entries)
+        text.append(EntryLabel(edited, index)).append(what).append(L"\n");
+    return text;
+}
+
+}  // namespace
+
+CPoolEditModel::CPoolEditModel(ConfigurationPointer base, const CAlgorithmList& algorithms)
+    : m_base(std::move(base)), m_algorithms(algorithms), m_edited(MakeEditedCopy(*m_base)) {}
+
+PoolDraft CPoolEditModel::NewDraft() const {
+    PoolDraft draft = MakePoolDraft(PoolEntry());
+    if (!m_algorithms.Entries().empty()) draft.algorithm = m_algorithms.Entries().front()->record.id;
+    return draft;
+}
+
+PoolFieldReasons CPoolEditModel::Check(const PoolDraft& draft, std::optional<std::size_t> index) const {
+    const PoolDraft trimmed = TrimmedPoolDraft(draft);
+    PoolFieldReasons reasons = CheckPoolDraft(trimmed);
+    if (IsNameTaken(trimmed.name, index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
+    std::wstring reason = CheckAlgorithm(trimmed.algorithm, index);
+    if (!reason.empty()) reasons.push_back({PoolField::Algorithm, std::move(reason)});
+    return reasons;
+}
+
+bool CPoolEditModel::IsNameTaken(const std::wstring& name, std::optional<std::size_t> index) const {
+    for (std::size_t i = 0; i < Count(); ++i) {
+        if (i != index && !name.empty() && name == Pool(i).Name) return true;
+    }
+    return false;
+}
+
+std::wstring CPoolEditModel::CheckAlgorithm(std::int32_t algorithm, std::optional<std::size_t> index) const {
+    if (index && Pool(*index).Algo == algorithm) return {};  // also one that no plug-in has
+    const auto& known = m_algorithms.Entries();
+    if (std::none_of(known.begin(), known.end(), [algorithm](const auto& entry) { return entry->record.id == algorithm; })) {
+        return L"Choose an algorithm";
+    }
+    if (!index) return {};
+    const std::optional<std::size_t> mismatch = FindMismatch(Pool(*index).ID, algorithm);
+    if (!mismatch) return {};
+    return std::wstring(L"Configuration ").append(std::to_wstring(*mismatch + 1)).append(L" would mix algorithms");
+}
+
+std::optional<std::size_t> CPoolEditModel::FindMismatch(std::uint32_t poolId, std::int32_t algorithm) const {
+    const auto& entries = m_edited.entries;
+    const auto differs = [&](std::uint32_t otherId) {
+        const PoolEntry* other = otherId == poolId ? nullptr : FindEditedPool(m_edited, otherId);
+        return other != nullptr && !other->IsUnassigned() && other->Algo != algorithm;
+    };
+    const auto found = std::find_if(entries.begin(), entries.end(), [&](const EditedEntry& entry) {
+        return (entry.primaryPoolId == poolId && differs(entry.secondaryPoolId)) ||
+               (entry.secondaryPoolId == poolId && differs(entry.primaryPoolId));
+    });
+    if (found == entries.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - entries.begin());
+}
+
+// Not one of the base's either: a session may still mine on a pool that was removed here.
+std::uint32_t CPoolEditModel::UnusedId() const {
+    const auto isUsed = [this](std::uint32_t id) {
+        return FindEditedPool(m_edited, id) != nullptr ||
+               std::any_of(m_base->pools.begin(), m_base->pools.end(),
+                           [id](const PoolPointer& pool) { return pool->ID == id; });
+    };
+    std::uint32_t id = 1;
+    while (isUsed(id))
+        ++id;
+    return id;
+}
+
+PoolFieldReasons CPoolEditModel::Add(const PoolDraft& draft) {
+    PoolFieldReasons reasons = Check(draft, std::nullopt);
+    if (!reasons.empty()) return reasons;
+    EditedPool pool;
+    pool.entry.ID = UnusedId();
+    ApplyPoolDraft(TrimmedPoolDraft(draft), pool.entry);
+    m_edited.pools.push_back(std::move(pool));
+    m_changed = true;
+    return reasons;
+}
+
+PoolFieldReasons CPoolEditModel::Edit(std::size_t index, const PoolDraft& draft) {
+    PoolFieldReasons reasons = Check(draft, index);
+    if (!reasons.empty()) return reasons;
+    ApplyPoolDraft(TrimmedPoolDraft(draft), m_edited.pools[index].entry);
+    m_changed = true;
+    return reasons;
+}
+
+bool CPoolEditModel::Move(std::size_t index, std::size_t newIndex) {
+    if (index >= Count() || newIndex >= Count()) return false;
+    const auto at = [this](std::size_t i) { return m_edited.pools.begin() + static_cast<std::ptrdiff_t>(i); };
+    if (index < newIndex) std::rotate(at(index), at(index + 1), at(newIndex + 1));
+    if (index > newIndex) std::rotate(at(newIndex), at(index), at(index + 1));
+    m_changed = m_changed || index != newIndex;
+    return true;
+}
+
+PoolRemoval CPoolEditModel::RemovalEffect(std::size_t index) const {
+    PoolRemoval removal;
+    const PoolEntry& pool = Pool(index);
+    if (pool.IsUnassigned()) return removal;  // what names this ID has no pool already
+    for (std::size_t i = 0; i < m_edited.entries.size(); ++i) {
+        const EditedEntry& entry = m_edited.entries[i];
+        if (entry.primaryPoolId == pool.ID) {
+            removal.removed.push_back(i);
+        } else if (entry.secondaryPoolId == pool.ID) {
+            removal.backupCleared.push_back(i);
+        }
+    }
+    return removal;
+}
+
+std::wstring CPoolEditModel::RemovalText(std::size_t index) const {
+    const PoolRemoval removal = RemovalEffect(index);
+    return Labels(m_edited, removal.removed, L" mines on this pool and is removed.") +
+           Labels(m_edited, removal.backupCleared, L" loses its backup pool.");
+}
+
+void CPoolEditModel::Remove(std::size_t index) {
+    const PoolRemoval removal = RemovalEffect(index);
+    for (const std::size_t entry : removal.backupCleared)
+        m_edited.entries[entry].secondaryPoolId = kUnassignedPoolId;
+    std::for_each(removal.removed.rbegin(), removal.removed.rend(), [this](std::size_t entry) {
+        m_edited.entries.erase(m_edited.entries.begin() + static_cast<std::ptrdiff_t>(entry));
+    });
+    m_edited.pools.erase(m_edited.pools.begin() + static_cast<std::ptrdiff_t>(index));
+    m_changed = true;
+}

@@ -1,0 +1,71 @@
+#include "gui/PoolGroup.h"
+
+#include "common/CodePage.h"
+#include "gui/GpuPool.h"
+#include "gui/GpuText.h"
+#include "gui/UnitText.h"
+
+namespace {
+
+std::optional<LabelLook> RoleLook(MiningRole role) {
+    switch (role) {
+        case MiningRole::Primary:
+            return LabelLook{L"Primary", kGreen};
+        case MiningRole::Backup:
+            return LabelLook{L"Backup", kGreen};
+        case MiningRole::Fee:
+        case MiningRole::FeeBackup:
+            return LabelLook{L"DEV", kBlue};
+        default:
+            return std::nullopt;
+    }
+}
+
+std::wstring JobText(const MiningJob& job, TimeTextFunction timeText) {
+    if (job.id.empty()) return {};
+    std::wstring text = timeText(job.time);
+    if (job.gpuNumber >= 0) text.append(L" (GPU#").append(std::to_wstring(job.gpuNumber)).append(L")");
+    return text.append(L": ").append(NarrowToWide(job.id));
+}
+
+void FillSession(const MiningSessionView& session, const PoolGroupInput& input, PoolGroup& group) {
+    group.role = RoleLook(session.role);
+    group.job = JobText(session.job, input.timeText);
+    group.difficulty = DifficultyText(session.difficulty, input.unit);
+}
+
+}  // namespace
+
+PoolGroup MakePoolGroup(const PoolGroupInput& input) {
+    PoolGroup group;
+    group.connection = input.mining ? LabelLook{L"Connected", kGreen} : LabelLook{L"Not connected", kRed};
+    if (input.pool == nullptr) return group;
+    group.name = input.pool->Name;
+    if (!input.pool->IsUnassigned()) {
+        group.server = std::wstring(input.pool->Server).append(L":").append(std::to_wstring(input.pool->Port));
+        group.message = NarrowToWide(input.pool->lastError.Get().text);
+    }
+    if (input.sums) {
+        group.hashRate = HashRateText(input.sums->hashSpeed, input.unit);
+        group.shares = ShareCountsText(*input.sums);
+        group.lastShare = LastShareText(input.sums->lastShare, input.now);
+    }
+    if (input.session) FillSession(*input.session, input, group);
+    return group;
+}
+
+PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
+                        TimeTextFunction timeText) {
+    PoolGroupInput input;
+    input.mining = mining.IsRunning();
+    input.now = source.now;
+    input.timeText = timeText;
+    if (gpu == nullptr) return MakePoolGroup(input);
+    const PoolPointer pool = FindGpuPool(source.configuration, *gpu, source.unassignedPool);
+    input.pool = pool.get();
+    input.unit = PoolUnit(*pool, source.algorithms);
+    const ConfigurationEntry* entry = FindGpuConfiguration(source.configuration, *gpu);
+    if (entry != nullptr) input.sums = SumGpuCounters(entry->gpus);
+    input.session = mining.SessionOf(*gpu);
+    return MakePoolGroup(input);
+}

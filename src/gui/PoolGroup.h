@@ -1,0 +1,31 @@
+#pragma once
+#include <optional>
+#include <string>
+#include "gui/Colors.h"
+#include "gui/GpuCounters.h"
+#include "gui/GpuGrid.h"
+#include "gui/MiningView.h"
+#include "gui/TimeTextFunction.h"
+
+// The group "Selected Pool information". Portable; GUI thread.
+struct PoolGroup {
+    std::wstring name, server, difficulty, lastShare, hashRate, shares, job, message;
+    LabelLook connection;           // whether mining runs, not whether the pool is connected
+    std::optional<LabelLook> role;  // absent: stays as it is
+};
+
+struct PoolGroupInput {
+    const PoolEntry* pool = nullptr;  // null: no GPU is selected
+    std::wstring_view unit;
+    std::optional<GpuCounters> sums;  // of the configuration; absent: the GPU is in none
+    bool mining = false;
+    std::optional<MiningSessionView> session;
+    ddt_datetime now;  // UTC
+    TimeTextFunction timeText = nullptr;
+};
+
+PoolGroup MakePoolGroup(const PoolGroupInput& input);
+
+// From where the grid takes its cells; gpu: the selected one or null.
+PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
+                        TimeTextFunction timeText);

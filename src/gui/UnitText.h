@@ -1,0 +1,13 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Numbers with a unit and its prefix. Portable; any thread.
+
+// "%.3f %s%s": the prefix rises in steps of 1000 once the number exceeds 1024 of the present one, up to tera.
+std::wstring HashRateText(std::uint64_t value, std::wstring_view unit);
+// The same for a number that may have a fraction; empty for 0 (none was received) and for what is no number.
+std::wstring DifficultyText(double value, std::wstring_view unit);
+// "%.1f %s": steps of 1024, up to GB.
+std::wstring ByteSizeText(std::uint64_t value);

@@ -1,0 +1,32 @@
+#pragma once
+#include <string>
+#include "config/AlgorithmList.h"
+#include "config/ConfigurationStore.h"
+#include "config/RuntimeSettings.h"
+#include "gui/MiningView.h"
+
+// What the main dialog has done by the program around it. GUI thread.
+class IMainDialogHost : public IMiningView {
+  public:
+    virtual RuntimeSettings& Settings() = 0;
+    virtual void SaveSettings() = 0;
+    virtual CConfigurationStore& Configuration() = 0;
+    virtual const CAlgorithmList& Algorithms() const = 0;
+    virtual GpuSpan Gpus() const = 0;
+    virtual const std::wstring& HostName() const = 0;
+    // For "Copy diagnostics".
+    virtual std::wstring Diagnostics() const = 0;
+
+    // 0: mining runs now.
+    virtual int StartMining() = 0;
+    virtual void StopMining() = 0;
+    // Reads the sensors of every GPU into its record.
+    virtual void ReadTelemetry() = 0;
+
+    // Opens the control channel at the address and port of the settings.
+    virtual void OpenControl() = 0;
+    virtual void CloseControl() = 0;
+    virtual bool IsControlOpen() const = 0;
+    // To the controller, when one is connected.
+    virtual void SendUpdateReport() = 0;
+};

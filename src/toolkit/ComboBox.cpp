@@ -1,0 +1,57 @@
+#include "toolkit/ComboBox.h"
+
+#include <string>
+
+#include "toolkit/BufferedPaint.h"
+#include "toolkit/Dpi.h"
+
+namespace {
+
+constexpr int kArrowAt96Dpi = 7;
+
+void DrawArrow(HDC device, const RECT& place, COLORREF color) {
+    const int half = ScaleForDpi(kArrowAt96Dpi) / 2;
+    const int x = (place.left + place.right) / 2;
+    const int y = (place.top + place.bottom) / 2 - half / 2;
+    const HPEN pen = CreatePen(PS_SOLID, ScaleForDpi(1), color);
+    const HGDIOBJ previous = SelectObject(device, pen);
+    MoveToEx(device, x - half, y, nullptr);
+    LineTo(device, x, y + half);
+    LineTo(device, x + half + 1, y - 1);
+    SelectObject(device, previous);
+    DeleteObject(pen);
+}
+
+std::wstring SelectedText(HWND combo) {
+    const LRESULT item = SendMessageW(combo, CB_GETCURSEL, 0, 0);
+    if (item == CB_ERR) return {};
+    const LRESULT length = SendMessageW(combo, CB_GETLBTEXTLEN, static_cast<WPARAM>(item), 0);
+    if (length <= 0) return {};
+    std::wstring text(static_cast<std::size_t>(length), L'\0');
+    SendMessageW(combo, CB_GETLBTEXT, static_cast<WPARAM>(item), reinterpret_cast<LPARAM>(text.data()));
+    return text;
+}
+
+}  // namespace
+
+LRESULT CXTPComboBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_CTLCOLORLISTBOX) {
+        const auto device = reinterpret_cast<HDC>(wParam);
+        SetTextColor(device, Paint().GetColor(COLOR_WINDOWTEXT));
+        SetBkColor(device, Paint().GetColor(COLOR_WINDOW));
+        return reinterpret_cast<LRESULT>(Paint().GetBrush(Paint().GetColor(COLOR_WINDOW)));
+    }
+    return CXTPControl::OnMessage(message, wParam, lParam);
+}
+
+void CXTPComboBox::OnDraw(HDC device, const RECT& area) {
+    const COLORREF color = Paint().GetColor(IsEnabled() ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT);
+    FillRect(device, &area, Paint().GetBrush(Paint().GetColor(IsEnabled() ? COLOR_WINDOW : COLOR_BTNFACE)));
+    FrameRect(device, &area, Paint().GetBrush(BorderColor()));
+    const RECT arrow = {area.right - ScaleForDpi(20), area.top, area.right, area.bottom};
+    DrawArrow(device, arrow, color);
+    RECT text = area;
+    text.left += ScaleForDpi(5);
+    text.right = arrow.left;
+    DrawControlText(device, Handle(), SelectedText(Handle()).c_str(), text, color, DT_END_ELLIPSIS | DT_NOPREFIX);
+}

@@ -1,0 +1,12 @@
+#pragma once
+#include "toolkit/Control.h"
+
+// A drop-down list (CBS_DROPDOWNLIST).
+class CXTPComboBox : public CXTPControl {
+  public:
+    using CXTPControl::CXTPControl;
+
+  protected:
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC device, const RECT& area) override;
+};

@@ -1,0 +1,295 @@
+#include "toolkit/CommandBarsFrameHook.h"
+
+#include <windowsx.h>
+
+#include <string>
+
+#include "toolkit/Dpi.h"
+
+namespace {
+
+constexpr int kCaptionAt96Dpi = 31;
+constexpr int kButtonAt96Dpi = 45;
+constexpr int kGlyphAt96Dpi = 10;
+
+bool HasStyle(HWND window, DWORD style) {
+    return (static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE)) & style) == style;
+}
+
+bool IsCaptionButton(LRESULT hit) {
+    return hit == HTCLOSE || hit == HTMAXBUTTON || hit == HTMINBUTTON;
+}
+
+int SizingBorder() {
+    return GetSystemMetrics(SM_CXSIZEFRAME) + GetSystemMetrics(SM_CXPADDEDBORDER);
+}
+
+void DrawGlyph(HDC device, const RECT& place, LRESULT button, bool maximized, COLORREF color) {
+    const int size = ScaleForDpi(kGlyphAt96Dpi);
+    const int width = ScaleForDpi(1);
+    const int left = (place.left + place.right - size) / 2;
+    const int top = (place.top + place.bottom - size) / 2;
+    const HPEN pen = CreatePen(PS_SOLID, width, color);
+    const HGDIOBJ previousPen = SelectObject(device, pen);
+    const HGDIOBJ previousBrush = SelectObject(device, GetStockObject(NULL_BRUSH));
+    if (button == HTMINBUTTON) {
+        MoveToEx(device, left, top + size / 2, nullptr);
+        LineTo(device, left + size, top + size / 2);
+    } else if (button == HTCLOSE) {
+        MoveToEx(device, left, top, nullptr);
+        LineTo(device, left + size, top + size);
+        MoveToEx(device, left, top + size - 1, nullptr);
+        LineTo(device, left + size, top - 1);
+    } else if (maximized) {
+        const int step = size / 5;
+        Rectangle(device, left, top + step, left + size - step, top + size);
+        MoveToEx(device, left + step, top + step, nullptr);
+        LineTo(device, left + step, top);
+        LineTo(device, left + size - 1, top);
+        LineTo(device, left + size - 1, top + size - step - 1);
+        LineTo(device, left + size - step - 1, top + size - step - 1);
+    } else {
+        Rectangle(device, left, top, left + size, top + size);
+    }
+    SelectObject(device, previousBrush);
+    SelectObject(device, previousPen);
+    DeleteObject(pen);
+}
+
+HFONT CaptionFont() {
+    NONCLIENTMETRICSW metrics = {};
+    metrics.cbSize = sizeof(metrics);
+    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics.cbSize, &metrics, 0);
+    metrics.lfCaptionFont.lfWeight = FW_NORMAL;
+    return CreateFontIndirectW(&metrics.lfMessageFont);
+}
+
+std::wstring TitleOf(HWND window) {
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
+    text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
+    return text;
+}
+
+}  // namespace
+
+void CXTPCommandBarsFrameHook::AttachFrame(HWND window, const CXTPPaintManager& paint) {
+    if (m_window != nullptr) return;
+    m_paint = &paint;
+    m_active = GetActiveWindow() == window;
+    ChangeFrame(window, window);
+}
+
+void CXTPCommandBarsFrameHook::DetachFrame() {
+    if (m_window != nullptr) ChangeFrame(m_window, nullptr);
+}
+
+// The client area keeps its size.
+void CXTPCommandBarsFrameHook::ChangeFrame(HWND window, HWND hooked) {
+    constexpr UINT kFlags = SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE;
+    RECT before = {};
+    RECT after = {};
+    RECT whole = {};
+    GetClientRect(window, &before);
+    m_window = hooked;
+    SetWindowPos(window, nullptr, 0, 0, 0, 0, SWP_FRAMECHANGED | SWP_NOSIZE | kFlags);
+    if (IsZoomed(window) || IsIconic(window)) return;
+    GetClientRect(window, &after);
+    GetWindowRect(window, &whole);
+    SetWindowPos(window, nullptr, 0, 0, whole.right - whole.left + before.right - after.right,
+                 whole.bottom - whole.top + before.bottom - after.bottom, kFlags);
+}
+
+FrameLayout CXTPCommandBarsFrameHook::Layout() const {
+    RECT window = {};
+    GetWindowRect(m_window, &window);
+    const bool maximized = IsZoomed(m_window) != FALSE;
+    const bool sizable = HasStyle(m_window, WS_THICKFRAME);
+    FrameLayout layout;
+    layout.window = {window.right - window.left, window.bottom - window.top};
+    layout.border = sizable && !maximized ? ScaleForDpi(6) : 0;
+    layout.caption = ScaleForDpi(kCaptionAt96Dpi);
+    layout.inset = maximized && sizable ? SizingBorder() : 0;
+    layout.button = ScaleForDpi(kButtonAt96Dpi);
+    layout.canMinimize = HasStyle(m_window, WS_MINIMIZEBOX);
+    layout.canMaximize = HasStyle(m_window, WS_MAXIMIZEBOX);
+    return layout;
+}
+
+std::optional<LRESULT> CXTPCommandBarsFrameHook::OnFrameMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (m_window == nullptr) return std::nullopt;
+    switch (message) {
+        case WM_NCCALCSIZE:
+            return OnCalcSize(wParam, lParam);
+        case WM_NCHITTEST:
+            return OnHitTest(lParam);
+        case WM_NCPAINT:
+            Draw();
+            return 0;
+        case WM_NCACTIVATE:
+            m_active = wParam != FALSE;
+            Draw();
+            return TRUE;
+        case WM_SETTEXT:
+        case WM_SETICON: {
+            const LRESULT result = WithoutDrawing(message, wParam, lParam);
+            Draw();
+            return result;
+        }
+        case WM_NCMOUSEMOVE:
+            Hover(static_cast<LRESULT>(wParam));
+            return std::nullopt;
+        case WM_NCMOUSELEAVE:
+        case WM_MOUSEMOVE:
+            m_tracking = false;
+            Hover(HTNOWHERE);
+            return std::nullopt;
+        case WM_NCLBUTTONDOWN:
+        case WM_NCLBUTTONDBLCLK:
+            if (!OnButtonDown(static_cast<LRESULT>(wParam))) return std::nullopt;
+            return 0;
+        case WM_THEMECHANGED:
+            Draw();
+            return std::nullopt;
+        case WM_DESTROY:
+            m_window = nullptr;
+            return std::nullopt;
+        default:
+            return std::nullopt;
+    }
+}
+
+LRESULT CXTPCommandBarsFrameHook::WithoutDrawing(UINT message, WPARAM wParam, LPARAM lParam) const {
+    // While the window counts as invisible the system does not draw its caption over ours.
+    const LONG_PTR style = GetWindowLongPtrW(m_window, GWL_STYLE);
+    SetWindowLongPtrW(m_window, GWL_STYLE, style & ~static_cast<LONG_PTR>(WS_VISIBLE));
+    const LRESULT result = DefWindowProcW(m_window, message, wParam, lParam);
+    SetWindowLongPtrW(m_window, GWL_STYLE, style);
+    return result;
+}
+
+LRESULT CXTPCommandBarsFrameHook::OnCalcSize(WPARAM wParam, LPARAM lParam) const {
+    RECT& client = wParam != 0 ? reinterpret_cast<NCCALCSIZE_PARAMS*>(lParam)->rgrc[0] : *reinterpret_cast<RECT*>(lParam);
+    const FrameLayout layout = Layout();
+    const int edge = layout.inset > 0 ? layout.inset : 1;
+    client.left += edge;
+    client.right -= edge;
+    client.bottom -= edge;
+    client.top += layout.inset + layout.caption;
+    return 0;
+}
+
+LRESULT CXTPCommandBarsFrameHook::OnHitTest(LPARAM lParam) const {
+    RECT window = {};
+    GetWindowRect(m_window, &window);
+    return HitTestFrame(Layout(), {GET_X_LPARAM(lParam) - window.left, GET_Y_LPARAM(lParam) - window.top});
+}
+
+void CXTPCommandBarsFrameHook::Hover(LRESULT hit) {
+    const LRESULT button = IsCaptionButton(hit) ? hit : HTNOWHERE;
+    if (button != HTNOWHERE && !m_tracking) {
+        TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE | TME_NONCLIENT, m_window, 0};
+        m_tracking = TrackMouseEvent(&track) != FALSE;
+    }
+    if (button == m_hover) return;
+    m_hover = button;
+    Draw();
+}
+
+// Follows the mouse until the button is let go, as the system does with its own caption buttons.
+bool CXTPCommandBarsFrameHook::OnButtonDown(LRESULT hit) {
+    if (!IsCaptionButton(hit)) return false;
+    m_pressed = m_hover = hit;
+    Draw();
+    SetCapture(m_window);
+    bool inside = true;
+    for (MSG message; GetCapture() == m_window && GetMessageW(&message, nullptr, 0, 0) > 0;) {
+        const bool isMouse = message.message == WM_MOUSEMOVE || message.message == WM_LBUTTONUP;
+        if (!isMouse) {
+            DispatchMessageW(&message);
+            continue;
+        }
+        inside = OnHitTest(MAKELPARAM(message.pt.x, message.pt.y)) == hit;
+        if (message.message == WM_LBUTTONUP) break;
+        if (inside != (m_hover == hit)) {
+            m_hover = inside ? hit : HTNOWHERE;
+            Draw();
+        }
+    }
+    const bool released = GetCapture() == m_window;
+    if (released) ReleaseCapture();
+    m_pressed = m_hover = HTNOWHERE;
+    if (m_window == nullptr) return true;
+    Draw();
+    if (!released || !inside) return true;
+    const WPARAM command = hit == HTCLOSE       ? SC_CLOSE
+                           : hit == HTMINBUTTON ? SC_MINIMIZE
+                           : IsZoomed(m_window) ? SC_RESTORE
+                                                : SC_MAXIMIZE;
+    PostMessageW(m_window, WM_SYSCOMMAND, command, 0);
+    return true;
+}
+
+void CXTPCommandBarsFrameHook::Draw() const {
+    if (m_window == nullptr || !IsWindowVisible(m_window) || IsIconic(m_window)) return;
+    const HDC device = GetWindowDC(m_window);
+    if (device == nullptr) return;
+    const FrameLayout layout = Layout();
+    const RECT whole = {0, 0, layout.window.cx, layout.window.cy};
+    const RECT caption = {0, 0, layout.window.cx, layout.inset + layout.caption};
+
+    const HDC memory = CreateCompatibleDC(device);
+    const HBITMAP bitmap = CreateCompatibleBitmap(device, caption.right, caption.bottom);
+    const HGDIOBJ previous = SelectObject(memory, bitmap);
+    DrawCaption(memory, caption, layout);
+    BitBlt(device, 0, 0, caption.right, caption.bottom, memory, 0, 0, SRCCOPY);
+    SelectObject(memory, previous);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+
+    if (layout.inset == 0)
+        FrameRect(device, &whole, m_paint->GetBrush(m_active ? ThemeColor::FrameActive : ThemeColor::FrameInactive));
+    ReleaseDC(m_window, device);
+}
+
+void CXTPCommandBarsFrameHook::DrawCaption(HDC device, const RECT& area, const FrameLayout& layout) const {
+    FillRect(device, &area, m_paint->GetBrush(ThemeColor::CaptionFace));
+    const int iconSize = GetSystemMetrics(SM_CXSMICON);
+    const int middle = layout.inset + layout.caption / 2;
+    int textLeft = layout.inset + ScaleForDpi(10);
+    auto icon = reinterpret_cast<HICON>(SendMessageW(m_window, WM_GETICON, ICON_SMALL, 0));
+    if (icon == nullptr) icon = reinterpret_cast<HICON>(GetClassLongPtrW(m_window, GCLP_HICONSM));
+    if (icon != nullptr) {
+        DrawIconEx(device, textLeft, middle - iconSize / 2, icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
+        textLeft += iconSize + ScaleForDpi(7);
+    }
+    LONG textRight = area.right;
+    for (const LRESULT button : {HTMINBUTTON, HTMAXBUTTON, HTCLOSE}) {
+        const RECT place = FrameButton(layout, button);
+        if (IsRectEmpty(&place)) continue;
+        textRight = std::min(textRight, place.left);
+        DrawButton(device, layout, button);
+    }
+    const HFONT font = CaptionFont();
+    const HGDIOBJ previous = SelectObject(device, font);
+    SetBkMode(device, TRANSPARENT);
+    SetTextColor(device, m_paint->GetColor(m_active ? ThemeColor::CaptionText : ThemeColor::CaptionTextInactive));
+    RECT text = {textLeft, layout.inset, textRight, layout.inset + layout.caption};
+    const std::wstring title = TitleOf(m_window);
+    DrawTextW(device, title.c_str(), -1, &text, DT_SINGLELINE | DT_VCENTER | DT_END_ELLIPSIS | DT_NOPREFIX);
+    SelectObject(device, previous);
+    DeleteObject(font);
+}
+
+void CXTPCommandBarsFrameHook::DrawButton(HDC device, const FrameLayout& layout, LRESULT button) const {
+    const RECT place = FrameButton(layout, button);
+    const bool hot = m_hover == button;
+    COLORREF glyph = m_paint->GetColor(m_active ? ThemeColor::CaptionText : ThemeColor::CaptionTextInactive);
+    if (hot) {
+        const ThemeColor face = button == HTCLOSE     ? ThemeColor::CaptionCloseHot
+                                : m_pressed == button ? ThemeColor::CaptionButtonPressed
+                                                      : ThemeColor::CaptionButtonHot;
+        FillRect(device, &place, m_paint->GetBrush(face));
+        if (button == HTCLOSE) glyph = m_paint->GetColor(ThemeColor::CaptionCloseText);
+    }
+    DrawGlyph(device, place, button, IsZoomed(m_window) != FALSE, glyph);
+}

@@ -1,0 +1,66 @@
+#include "toolkit/Control.h"
+
+#include "toolkit/BufferedPaint.h"
+
+COLORREF CXTPControl::BorderColor() const {
+    const bool enabled = IsEnabled();
+    return m_paint.GetColor(enabled && HasFocus() ? ThemeColor::FieldBorderFocus
+                            : enabled && m_hot    ? ThemeColor::FieldBorderHot
+                                                  : ThemeColor::FieldBorder);
+}
+
+void CXTPControl::TrackHover(UINT message) {
+    if (message == WM_MOUSEMOVE && !m_hot) {
+        TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE, Handle(), 0};
+        m_hot = TrackMouseEvent(&track) != FALSE;
+        RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+    } else if (message == WM_MOUSELEAVE) {
+        m_hot = false;
+        RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+    }
+}
+
+LRESULT CXTPControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    TrackHover(message);
+    switch (message) {
+        case WM_PAINT: {
+            const CBufferedPaint paint(Handle());
+            OnDraw(paint.Device(), paint.Area());
+            return 0;
+        }
+        case WM_PRINTCLIENT: {
+            RECT area = {};
+            GetClientRect(Handle(), &area);
+            OnDraw(reinterpret_cast<HDC>(wParam), area);
+            return 0;
+        }
+        case WM_ERASEBKGND:
+            return TRUE;
+        // The system draws these at once, past WM_PAINT.
+        case WM_SETTEXT:
+        case WM_ENABLE:
+        case WM_SETFOCUS:
+        case WM_KILLFOCUS:
+        case WM_LBUTTONDOWN:
+        case WM_LBUTTONUP:
+        case WM_LBUTTONDBLCLK:
+        case WM_KEYDOWN:
+        case WM_KEYUP:
+        case WM_CAPTURECHANGED:
+        case WM_UPDATEUISTATE:
+        case BM_SETSTATE:
+        case BM_SETCHECK:
+        case BM_SETSTYLE:
+        case CB_SETCURSEL: {
+            const HWND window = Handle();
+            const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
+            InvalidateRect(window, nullptr, FALSE);
+            return result;
+        }
+        case WM_THEMECHANGED:
+            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+            return 0;
+        default:
+            return CWnd::OnMessage(message, wParam, lParam);
+    }
+}

@@ -1,0 +1,44 @@
+#include "toolkit/Dialog.h"
+
+INT_PTR CDialog::DoModal(HWND owner) {
+    return DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(m_templateId), owner, &CDialog::DialogProcedure,
+                           reinterpret_cast<LPARAM>(this));
+}
+
+INT_PTR CALLBACK CDialog::DialogProcedure(HWND window, UINT message, WPARAM, LPARAM lParam) {
+    // All else comes to OnMessage, which stands before the dialog's own procedure.
+    if (message != WM_INITDIALOG) return FALSE;
+    auto* const self = reinterpret_cast<CDialog*>(lParam);
+    self->SubclassWindow(window);
+    return self->OnInitDialog();
+}
+
+LRESULT CDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_COMMAND && HIWORD(wParam) == BN_CLICKED) {
+        if (LOWORD(wParam) == IDOK) return OnOK(), 0;
+        if (LOWORD(wParam) == IDCANCEL) return OnCancel(), 0;
+    }
+    return CWnd::OnMessage(message, wParam, lParam);
+}
+
+void CDialog::EndDialog(INT_PTR result) {
+    ::EndDialog(Handle(), result);
+}
+
+namespace {
+
+std::wstring TextOf(HWND window) {
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
+    text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
+    return text;
+}
+
+}  // namespace
+
+std::wstring CDialog::ItemText(int id) const {
+    return TextOf(Item(id));
+}
+
+void CDialog::SetItemText(int id, const std::wstring& text) {
+    if (ItemText(id) != text) SetWindowTextW(Item(id), text.c_str());
+}

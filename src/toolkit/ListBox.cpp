@@ -1,0 +1,113 @@
+#include "toolkit/ListBox.h"
+
+#include <windowsx.h>
+
+#include "toolkit/BufferedPaint.h"
+#include "toolkit/Button.h"
+#include "toolkit/Dpi.h"
+
+namespace {
+
+constexpr int kBoxAt96Dpi = 13;
+constexpr int kItemAt96Dpi = 22;
+constexpr int kMarginAt96Dpi = 5;
+
+}  // namespace
+
+void CXTPListBox::PreSubclassWindow() {
+    SetWindowLongPtrW(Handle(), GWL_EXSTYLE,
+                      GetWindowLongPtrW(Handle(), GWL_EXSTYLE) & ~static_cast<LONG_PTR>(WS_EX_CLIENTEDGE));
+    SetWindowLongPtrW(Handle(), GWL_STYLE, GetWindowLongPtrW(Handle(), GWL_STYLE) | WS_BORDER);
+    SetWindowPos(Handle(), nullptr, 0, 0, 0, 0, SWP_FRAMECHANGED | SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SendMessageW(Handle(), LB_SETITEMHEIGHT, 0, ScaleForDpi(kItemAt96Dpi));
+}
+
+void CXTPListBox::SetChecked(int item, bool checked) {
+    SendMessageW(Handle(), LB_SETITEMDATA, static_cast<WPARAM>(item), checked ? 1 : 0);
+    Redraw();
+}
+
+void CXTPListBox::Toggle(int item) {
+    if (item < 0 || !IsEnabled()) return;
+    SetChecked(item, !IsChecked(item));
+    const auto id = static_cast<WORD>(GetDlgCtrlID(Handle()));
+    SendMessageW(GetParent(Handle()), WM_COMMAND, MAKEWPARAM(id, kItemChecked), reinterpret_cast<LPARAM>(Handle()));
+}
+
+RECT CXTPListBox::CheckBoxIn(const RECT& item) const {
+    const int size = ScaleForDpi(kBoxAt96Dpi);
+    const int left = item.left + ScaleForDpi(kMarginAt96Dpi);
+    const int top = (item.top + item.bottom - size) / 2;
+    return {left, top, left + size, top + size};
+}
+
+LRESULT CXTPListBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    TrackHover(message);
+    switch (message) {
+        case WM_NCPAINT:
+            CWnd::OnMessage(message, wParam, lParam);  // the scroll bar
+            DrawBorder();
+            return 0;
+        case WM_SETFOCUS:
+        case WM_KILLFOCUS: {
+            const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
+            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+            return result;
+        }
+        case WM_CHAR:
+            if (m_kind == Kind::Checks && wParam == L' ') return Toggle(Selected()), 0;
+            break;
+        case WM_LBUTTONDOWN:
+        case WM_LBUTTONDBLCLK:
+            if (m_kind == Kind::Checks) {
+                const LRESULT result = CWnd::OnMessage(WM_LBUTTONDOWN, wParam, lParam);
+                RECT place = {};
+                const int item = Selected();
+                SendMessageW(Handle(), LB_GETITEMRECT, static_cast<WPARAM>(item), reinterpret_cast<LPARAM>(&place));
+                const POINT point = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+                place.right = CheckBoxIn(place).right + ScaleForDpi(kMarginAt96Dpi);
+                if (PtInRect(&place, point)) Toggle(item);
+                return result;
+            }
+            break;
+        case WM_DRAWITEM + kReflected:
+            DrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+            return TRUE;
+        case WM_THEMECHANGED:
+            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME | RDW_ERASE);
+            return 0;
+        default:
+            break;
+    }
+    return CWnd::OnMessage(message, wParam, lParam);
+}
+
+void CXTPListBox::DrawItem(const DRAWITEMSTRUCT& item) const {
+    const bool selected = (item.itemState & ODS_SELECTED) != 0 && item.itemID != static_cast<UINT>(-1);
+    const bool focused = HasFocus();
+    const COLORREF face = !selected ? Paint().GetColor(COLOR_WINDOW)
+                                    : Paint().GetColor(focused ? ThemeColor::RowSelected : ThemeColor::RowSelectedInactive);
+    const COLORREF text = selected && focused ? Paint().GetColor(ThemeColor::RowSelectedText)
+                                              : Paint().GetColor(IsEnabled() ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT);
+    FillRect(item.hDC, &item.rcItem, Paint().GetBrush(face));
+    if (item.itemID == static_cast<UINT>(-1)) return;
+    RECT area = item.rcItem;
+    if (m_kind == Kind::Checks) {
+        const RECT box = CheckBoxIn(item.rcItem);
+        DrawCheckMark(item.hDC, box, Paint(), item.itemData == 1, IsEnabled(), Paint().GetColor(ThemeColor::FieldBorder));
+        area.left = box.right;
+    }
+    area.left += ScaleForDpi(kMarginAt96Dpi);
+    std::wstring name(static_cast<std::size_t>(SendMessageW(Handle(), LB_GETTEXTLEN, item.itemID, 0)), L'\0');
+    SendMessageW(Handle(), LB_GETTEXT, item.itemID, reinterpret_cast<LPARAM>(name.data()));
+    DrawControlText(item.hDC, Handle(), name.c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
+}
+
+void CXTPListBox::DrawBorder() const {
+    const HDC device = GetWindowDC(Handle());
+    RECT window = {};
+    GetWindowRect(Handle(), &window);
+    OffsetRect(&window, -window.left, -window.top);
+    FrameRect(device, &window, Paint().GetBrush(BorderColor()));
+    ReleaseDC(Handle(), device);
+}

@@ -1,0 +1,34 @@
+#pragma once
+#include "toolkit/Control.h"
+
+// A list box in the theme's colours. Its items are drawn by the dialog's WM_DRAWITEM (LBS_OWNERDRAWFIXED | LBS_HASSTRINGS in
+// the template); with check boxes, Space and a click on the box change them, which the dialog hears as LBN_DBLCLK's
+// neighbour kItemChecked by WM_COMMAND.
+class CXTPListBox : public CXTPControl {
+  public:
+    enum class Kind { Plain, Checks };
+    // Notification code of WM_COMMAND: the box of the selected item was changed.
+    static constexpr WORD kItemChecked = 100;
+
+    explicit CXTPListBox(CXTPPaintManager& paint, Kind kind = Kind::Plain) : CXTPControl(paint), m_kind(kind) {}
+
+    void Clear() { SendMessageW(Handle(), LB_RESETCONTENT, 0, 0); }
+    void Add(const std::wstring& text) { SendMessageW(Handle(), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())); }
+    int Selected() const { return static_cast<int>(SendMessageW(Handle(), LB_GETCURSEL, 0, 0)); }  // -1: none
+    void Select(int item) { SendMessageW(Handle(), LB_SETCURSEL, static_cast<WPARAM>(item), 0); }
+    bool IsChecked(int item) const { return SendMessageW(Handle(), LB_GETITEMDATA, static_cast<WPARAM>(item), 0) == 1; }
+    void SetChecked(int item, bool checked);
+
+  protected:
+    void PreSubclassWindow() override;
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC, const RECT&) override {}
+
+  private:
+    void DrawItem(const DRAWITEMSTRUCT& item) const;
+    void DrawBorder() const;
+    void Toggle(int item);
+    RECT CheckBoxIn(const RECT& item) const;
+
+    const Kind m_kind;
+};

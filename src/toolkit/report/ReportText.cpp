@@ -1,0 +1,84 @@
+#include "toolkit/report/ReportText.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+struct GlobalMemoryDeleter {
+    void operator()(HGLOBAL memory) const { GlobalFree(memory); }
+};
+using GlobalMemory = std::unique_ptr<std::remove_pointer_t<HGLOBAL>, GlobalMemoryDeleter>;
+
+int TextWidth(HDC dc, const std::wstring& text) {
+    SIZE size = {};
+    GetTextExtentPoint32W(dc, text.data(), static_cast<int>(text.size()), &size);
+    return static_cast<int>(size.cx);
+}
+
+}  // namespace
+
+std::wstring ReportRowText(const ReportState& state, int row) {
+    std::wstring text;
+    ReportItemMetrics metrics;
+    for (std::size_t i = 0; i < state.columns.size(); ++i) {
+        state.Row(row).GetItemMetrics(state.columns[i].ItemIndex(), metrics);
+        if (i > 0) text += L'\t';
+        text += metrics.text;
+    }
+    return text;
+}
+
+std::wstring ReportText(const ReportState& state, std::size_t enough) {
+    std::wstring text;
+    for (std::size_t i = 0; i < state.columns.size(); ++i) {
+        if (i > 0) text += L'\t';
+        text += state.columns[i].Caption();
+    }
+    for (int row = 0; row < state.rowCount && text.size() < enough; ++row)
+        text += L'\n' + ReportRowText(state, row);
+    return text;
+}
+
+int ReportContentWidth(HWND window, const ReportState& state, int column) {
+    constexpr int kMostRows = 1000;
+    const CXTPReportColumn& measured = state.columns[static_cast<std::size_t>(column)];
+    const HDC dc = GetDC(window);
+    const HGDIOBJ former = SelectObject(dc, state.font);
+    int widest = TextWidth(dc, measured.Caption());
+    const int first = std::clamp(state.scroll.topRow - kMostRows / 2, 0, std::max(state.rowCount - kMostRows, 0));
+    ReportItemMetrics metrics;
+    for (int row = first; row < state.rowCount && row - first < kMostRows; ++row) {
+        state.Row(row).GetItemMetrics(measured.ItemIndex(), metrics);
+        widest = std::max(widest, TextWidth(dc, metrics.text));
+    }
+    SelectObject(dc, former);
+    ReleaseDC(window, dc);
+    return widest + 2 * state.metrics.padding + 1;
+}
+
+int ReportTextWidth(HWND window, HFONT font, const std::wstring& text) {
+    const HDC dc = GetDC(window);
+    const HGDIOBJ former = SelectObject(dc, font);
+    const int width = TextWidth(dc, text);
+    SelectObject(dc, former);
+    ReleaseDC(window, dc);
+    return width;
+}
+
+bool CopyTextToClipboard(HWND owner, const std::wstring& text) {
+    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, bytes));
+    void* place = memory != nullptr ? GlobalLock(memory.get()) : nullptr;
+    if (place == nullptr) return false;
+    std::memcpy(place, text.c_str(), bytes);
+    GlobalUnlock(memory.get());
+    if (!OpenClipboard(owner)) return false;
+    EmptyClipboard();
+    const bool copied = SetClipboardData(CF_UNICODETEXT, memory.get()) != nullptr;
+    if (copied) static_cast<void>(memory.release());  // the clipboard owns it now
+    CloseClipboard();
+    return copied;
+}

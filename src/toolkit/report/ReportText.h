@@ -1,0 +1,16 @@
+#pragma once
+#include <windows.h>
+#include <cstddef>
+#include <string>
+
+#include "toolkit/report/ReportState.h"
+
+// The row's cells, separated by tabs, in the order of the columns.
+std::wstring ReportRowText(const ReportState& state, int row);
+// The captions and all rows in that form, one a line. Stops once it is at least so many characters long.
+std::wstring ReportText(const ReportState& state, std::size_t enough);
+// The width that the column's caption and texts need, in pixels. Of a long grid only rows near the visible ones are
+// measured.
+int ReportContentWidth(HWND window, const ReportState& state, int column);
+int ReportTextWidth(HWND window, HFONT font, const std::wstring& text);
+bool CopyTextToClipboard(HWND owner, const std::wstring& text);

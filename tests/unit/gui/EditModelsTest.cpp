@@ -1,0 +1,298 @@
+#include "Rig.h"
+#include "gui/ConfigurationEditModel.h"
+#include "gui/PoolEditModel.h"
+
+namespace {
+
+PoolDraft GoodDraft() {
+    return {L"New", L"eu.pool.example", L"4444", L"0xwallet", L"x", L"", 3};
+}
+
+std::vector<PoolField> Fields(const PoolFieldReasons& reasons) {
+    std::vector<PoolField> fields;
+    for (const PoolFieldReason& reason : reasons) {
+        EXPECT_FALSE(reason.text.empty());
+        fields.push_back(reason.field);
+    }
+    return fields;
+}
+
+std::vector<std::wstring> Names(const MinerConfiguration& configuration) {
+    std::vector<std::wstring> names;
+    for (const PoolPointer& pool : configuration.pools)
+        names.emplace_back(pool->Name);
+    return names;
+}
+
+TEST(PoolEditModel, ChecksEveryField) {
+    const auto with = [](auto change) {
+        PoolDraft draft = GoodDraft();
+        change(draft);
+        return draft;
+    };
+    const auto text = [](std::size_t length) { return std::wstring(length, L'a'); };
+    const struct {
+        const char* name;
+        PoolDraft draft;
+        std::vector<PoolField> refused;
+    } cases[] = {
+        {"good", GoodDraft(), {}},
+        {"no name", with([](PoolDraft& d) { d.name = L"  "; }), {PoolField::Name}},
+        {"taken name, with spaces around it", with([](PoolDraft& d) { d.name = L" Two "; }), {PoolField::Name}},
+        {"longest name", with([&](PoolDraft& d) { d.name = text(63); }), {}},
+        {"longer name", with([&](PoolDraft& d) { d.name = text(64); }), {PoolField::Name}},
+        {"letter that survives", with([](PoolDraft& d) { d.name = L"Gr\u00F6\u00DFe"; }), {}},
+        {"letter that the code page lacks", with([](PoolDraft& d) { d.name = L"\u0416"; }), {PoolField::Name}},
+        {"letter with a similar one", with([](PoolDraft& d) { d.walletUser = L"\u0101"; }), {PoolField::WalletUser}},
+        {"control character", with([](PoolDraft& d) { d.password = L"a\tb"; }), {PoolField::Password}},
+        {"no server", with([](PoolDraft& d) { d.server = L""; }), {PoolField::Server}},
+        {"server with a space", with([](PoolDraft& d) { d.server = L"a b"; }), {PoolField::Server}},
+        {"pasted server", with([](PoolDraft& d) { d.server = L" a.example\r\n"; }), {}},
+        {"longest server", with([&](PoolDraft& d) { d.server = text(259); }), {}},
+        {"longer server", with([&](PoolDraft& d) { d.server = text(260); }), {PoolField::Server}},
+        {"port 0", with([](PoolDraft& d) { d.port = L"0"; }), {PoolField::Port}},
+        {"no wallet", with([](PoolDraft& d) { d.walletUser = L""; }), {PoolField::WalletUser}},
+        {"longer wallet", with([&](PoolDraft& d) { d.walletUser = text(260); }), {PoolField::WalletUser}},
+        {"no password", with([](PoolDraft& d) { d.password = L""; }), {}},
+        {"longer password", with([&](PoolDraft& d) { d.password = text(64); }), {PoolField::Password}},
+        {"longest worker", with([&](PoolDraft& d) { d.workerOverride = text(31); }), {}},
+        {"longer worker", with([&](PoolDraft& d) { d.workerOverride = text(32); }), {PoolField::WorkerOverride}},
+        {"unknown algorithm", with([](PoolDraft& d) { d.algorithm = 99; }), {PoolField::Algorithm}},
+        {"nothing",
+         PoolDraft(),
+         {PoolField::Name, PoolField::Server, PoolField::Port, PoolField::WalletUser, PoolField::Algorithm}},
+    };
+    const CGuiRig rig;
+    for (const auto& c : cases) {
+        CPoolEditModel model(rig.Current(), rig.algorithms);
+        EXPECT_EQ(Fields(model.Add(c.draft)), c.refused) << c.name;
+        EXPECT_EQ(model.Count(), c.refused.empty() ? 5u : 4u) << c.name;
+        EXPECT_EQ(model.IsChanged(), c.refused.empty()) << c.name;
+    }
+}
+
+TEST(PoolEditModel, AddsWithAnUnusedId) {
+    const CGuiRig rig;
+    CPoolEditModel model(rig.Current(), rig.algorithms);
+    model.Remove(0);
+    ASSERT_TRUE(model.Add(GoodDraft()).empty());
+    PoolDraft second = GoodDraft();
+    second.name = L"New 2";
+    ASSERT_TRUE(model.Add(second).empty());
+    EXPECT_EQ(model.Pool(3).ID, 3u) << "a session may still mine on the removed pool 1";
+    EXPECT_EQ(model.Pool(4).ID, 4u);
+    const MinerConfiguration built = model.Build(rig.Builder());
+    EXPECT_EQ(built.pools[3]->Port, 4444u);
+    EXPECT_EQ(built.pools[3]->algorithm->id, 3);
+}
+
+TEST(PoolEditModel, EditsOnePoolAndKeepsTheRest) {
+    CGuiRig rig;
+    rig.records[2].NGM = -7;
+    rig.records[2].NGTO = 99;
+    CPoolEditModel model(rig.Current(), rig.algorithms);
+    PoolDraft draft = MakePoolDraft(model.Pool(3));
+    draft.server = L"other.example";
+    EXPECT_TRUE(model.Edit(3, draft).empty()) << "an algorithm that no plug-in has stays";
+    rig.Current()->pools[0]->lastError.Set({5, {1}, -1, "while the dialog was open"});
+
+    const ConfigurationPointer before = rig.Current();
+    rig.published->Publish(model.Build(rig.Builder()));
+    const MinerConfiguration& after = *rig.Current();
+    EXPECT_EQ(Names(after), Names(*before));
+    EXPECT_STREQ(after.pools[3]->Server, L"other.example");
+    EXPECT_STREQ(after.pools[3]->Password, L"secret");
+    EXPECT_EQ(after.pools[3]->Algo, 99);
+    EXPECT_EQ(after.pools[0]->lastError.Get().code, 5);
+    EXPECT_STREQ(after.DefaultWorkerName, L"rig");
+    ASSERT_EQ(after.configurations.size(), 2u);
+    EXPECT_EQ(after.configurations[0].primaryPool, after.pools[0]);
+    EXPECT_EQ(after.configurations[0].secondaryPool, after.pools[1]);
+    EXPECT_EQ(after.configurations[0].GpuAttributs, 4u);
+    EXPECT_EQ(after.configurations[0].PoolAttributs, 5u);
+    EXPECT_EQ(after.configurations[0].gpus, before->configurations[0].gpus);
+    EXPECT_EQ(after.configurations[1].secondaryPool, rig.unassignedPool);
+    EXPECT_EQ(rig.records[2].assignedPool, after.pools[2].get());
+    EXPECT_EQ(rig.records[2].NGM, -7);
+    EXPECT_EQ(rig.records[2].NGTO, 99u);
+}
+
+TEST(PoolEditModel, RefusesAnAlgorithmThatPartsAPair) {
+    const CGuiRig rig;
+    CPoolEditModel model(rig.Current(), rig.algorithms);
+    for (const std::size_t index : {std::size_t{0}, std::size_t{1}}) {
+        PoolDraft draft = MakePoolDraft(model.Pool(index));
+        draft.algorithm = 5;
+        EXPECT_EQ(Fields(model.Edit(index, draft)), std::vector{PoolField::Algorithm});
+        EXPECT_EQ(model.Pool(index).Algo, 3);
+    }
+    PoolDraft alone = MakePoolDraft(model.Pool(2));
+    alone.algorithm = 3;
+    EXPECT_TRUE(model.Edit(2, alone).empty());
+    EXPECT_FALSE(model.Edit(2, MakePoolDraft(model.Pool(1))).empty()) << "another pool's name";
+}
+
+TEST(PoolEditModel, MovesPools) {
+    const CGuiRig rig;
+    const struct {
+        std::size_t from, to;
+        bool moves;
+        std::vector<std::wstring> names;
+    } cases[] = {
+        {0, 3, true, {L"Two", L"Seven", L"Eight", L"One"}},  {3, 0, true, {L"Eight", L"One", L"Two", L"Seven"}},
+        {2, 1, true, {L"One", L"Seven", L"Two", L"Eight"}},  {1, 1, true, {L"One", L"Two", L"Seven", L"Eight"}},
+        {0, 4, false, {L"One", L"Two", L"Seven", L"Eight"}}, {4, 0, false, {L"One", L"Two", L"Seven", L"Eight"}},
+    };
+    for (const auto& c : cases) {
+        CPoolEditModel model(rig.Current(), rig.algorithms);
+        EXPECT_EQ(model.Move(c.from, c.to), c.moves);
+        EXPECT_EQ(Names(model.Build(rig.Builder())), c.names) << c.from << " to " << c.to;
+    }
+}
+
+TEST(PoolEditModel, TellsWhatARemovalTakesAlong) {
+    const CGuiRig rig;
+    const struct {
+        std::size_t pool;
+        std::vector<std::size_t> removed, cleared;
+        std::size_t left;
+    } cases[] = {{0, {0}, {}, 1}, {1, {}, {0}, 2}, {2, {1}, {}, 1}, {3, {}, {}, 2}};
+    for (const auto& c : cases) {
+        CPoolEditModel model(rig.Current(), rig.algorithms);
+        const PoolRemoval effect = model.RemovalEffect(c.pool);
+        EXPECT_EQ(effect.removed, c.removed) << c.pool;
+        EXPECT_EQ(effect.backupCleared, c.cleared) << c.pool;
+        EXPECT_EQ(model.RemovalText(c.pool).empty(), effect.IsEmpty());
+        const std::uint32_t id = model.Pool(c.pool).ID;
+        model.Remove(c.pool);
+        const MinerConfiguration built = model.Build(rig.Builder());
+        EXPECT_EQ(built.pools.size(), 3u);
+        EXPECT_EQ(built.configurations.size(), c.left) << c.pool;
+        for (const ConfigurationEntry& entry : built.configurations) {
+            EXPECT_NE(entry.primaryPool->ID, id);
+            EXPECT_NE(entry.secondaryPool->ID, id);
+        }
+    }
+    MinerConfiguration withoutId = *rig.Current();
+    withoutId.pools.push_back(std::make_shared<PoolEntry>());
+    const CPoolEditModel model(std::make_shared<const MinerConfiguration>(withoutId), rig.algorithms);
+    EXPECT_EQ(model.RemovalText(0), L"Configuration 1 (GPU#0, GPU#1) mines on this pool and is removed.\n");
+    EXPECT_TRUE(model.RemovalEffect(4).IsEmpty()) << "no backup is no use of the pool that lacks an ID";
+}
+
+TEST(ConfigurationEditModel, MovesAGpuThatIsCheckedElsewhere) {
+    CGuiRig rig;
+    rig.records[2].NGM = 11;
+    CConfigurationEditModel model(rig.Current(), rig.gpus);
+    const GpuMove move = model.SetChecked(0, rig.records[2], true);
+    EXPECT_EQ(move.from, std::vector<std::size_t>{1});
+    EXPECT_EQ(move.emptied, std::vector<std::size_t>{1});
+    EXPECT_EQ(model.OwnerOf(rig.records[2]), 0u);
+    ConfigurationBuild build = model.Build(rig.Builder());
+    ASSERT_EQ(build.reasons.size(), 1u);
+    EXPECT_EQ(build.reasons[0].entry, 1u);
+    EXPECT_EQ(build.reasons[0].field, ConfigurationField::Gpus);
+    EXPECT_FALSE(build.configuration);
+
+    model.Remove(1);
+    build = model.Build(rig.Builder());
+    ASSERT_TRUE(build.configuration);
+    rig.published->Publish(*build.configuration);
+    EXPECT_EQ(rig.records[2].assignedPool->ID, 1u);
+    EXPECT_EQ(rig.records[2].NGM, 11);
+    EXPECT_EQ(rig.Current()->pools.size(), 4u);
+
+    EXPECT_TRUE(model.SetChecked(0, rig.records[0], true).from.empty()) << "it is there already";
+    model.SetChecked(0, rig.records[0], false);
+    EXPECT_FALSE(model.OwnerOf(rig.records[0]));
+    EXPECT_EQ(model.Entry(0).gpus, (std::vector{rig.gpus[1], rig.gpus[2]}));
+}
+
+TEST(ConfigurationEditModel, ChecksThePairOfPools) {
+    using enum ConfigurationField;
+    const struct {
+        const char* name;
+        std::uint32_t primary, backup;
+        std::vector<ConfigurationField> refused;
+    } cases[] = {
+        {"both of one algorithm", 2, 1, {}},       {"no backup", 2, kUnassignedPoolId, {}},
+        {"another algorithm", 1, 7, {BackupPool}}, {"the same pool", 2, 2, {BackupPool}},
+        {"no such backup", 2, 5, {BackupPool}},    {"no primary", kUnassignedPoolId, 2, {PrimaryPool}},
+        {"no such primary", 5, 2, {PrimaryPool}},
+    };
+    CGuiRig rig;
+    for (const auto& c : cases) {
+        CConfigurationEditModel model(rig.Current(), rig.gpus);
+        const std::size_t index = model.Add(kUnassignedPoolId);
+        model.SetChecked(0, rig.records[1], false);
+        model.SetChecked(index, rig.records[1], true);
+        model.SetPrimaryPool(index, c.primary);
+        model.SetBackupPool(index, c.backup);
+        const ConfigurationBuild build = model.Build(rig.Builder());
+        std::vector<ConfigurationField> refused;
+        for (const ConfigurationReason& reason : build.reasons) {
+            EXPECT_EQ(reason.entry, index) << c.name;
+            refused.push_back(reason.field);
+        }
+        EXPECT_EQ(refused, c.refused) << c.name;
+        ASSERT_EQ(build.configuration.has_value(), c.refused.empty()) << c.name;
+        if (!build.configuration) continue;
+        const ConfigurationEntry& entry = build.configuration->configurations.at(index);
+        EXPECT_EQ(entry.primaryPool->ID, c.primary) << c.name;
+        EXPECT_EQ(entry.secondaryPool->ID, c.backup) << c.name;
+        EXPECT_EQ(entry.gpus, std::vector{rig.gpus[1]}) << c.name;
+    }
+    const CConfigurationEditModel model(rig.Current(), rig.gpus);
+    EXPECT_EQ(model.BackupChoices(0), std::vector<std::uint32_t>{2});
+    EXPECT_EQ(model.BackupChoices(1), std::vector<std::uint32_t>{});
+}
+
+TEST(ConfigurationEditModel, ChecksTheWorkerName) {
+    const struct {
+        const wchar_t* name;
+        bool good;
+    } cases[] = {
+        {L"rig-2", true},  {L"12345678901234567", true}, {L"123456789012345678", false}, {L"", false}, {L" \t", false},
+        {L"a\x01", false}, {L"\u0416", false},           {L"  trimmed name ", true}};
+    const CGuiRig rig;
+    for (const auto& c : cases) {
+        CConfigurationEditModel model(rig.Current(), rig.gpus);
+        model.SetWorkerName(c.name);
+        const ConfigurationBuild build = model.Build(rig.Builder());
+        EXPECT_EQ(build.configuration.has_value(), c.good) << c.name;
+        if (build.configuration) {
+            EXPECT_EQ(build.configuration->DefaultWorkerName, model.WorkerName());
+        } else {
+            EXPECT_EQ(build.reasons.at(0).field, ConfigurationField::WorkerName);
+        }
+    }
+}
+
+// A file can hold what the dialog would not make; it must not stand in the way of other changes, nor be lost.
+TEST(ConfigurationEditModel, KeepsWhatTheUserDidNotTouch) {
+    CGuiRig rig;
+    MinerConfiguration odd = *rig.Current();
+    odd.DefaultWorkerName[0] = L'\0';
+    odd.configurations[0].secondaryPool = odd.pools[2];      // another algorithm
+    odd.configurations[1].primaryPool = rig.unassignedPool;  // its pool is gone
+    odd.configurations[1].gpus.push_back(rig.gpus[0]);       // in two configurations
+    rig.published->Publish(odd);
+    CConfigurationEditModel model(rig.Current(), rig.gpus);
+    const std::size_t index = model.Add(8);
+    model.SetChecked(index, rig.records[1], true);
+    const ConfigurationBuild build = model.Build(rig.Builder());
+    EXPECT_EQ(build.reasons.size(), 1u) << "for configuration 0, which lost a GPU";
+
+    CConfigurationEditModel second(rig.Current(), rig.gpus);
+    second.SetWorkerName(L"fresh");
+    const ConfigurationBuild kept = second.Build(rig.Builder());
+    ASSERT_TRUE(kept.configuration);
+    EXPECT_EQ(kept.configuration->configurations[0].secondaryPool->ID, 7u);
+    EXPECT_EQ(kept.configuration->configurations[1].primaryPool, rig.unassignedPool);
+    EXPECT_EQ(kept.configuration->configurations[1].gpus, (std::vector{rig.gpus[2], rig.gpus[0]}));
+    EXPECT_TRUE(second.IsBasedOn(rig.Current()));
+    rig.published->Publish(*kept.configuration);
+    EXPECT_FALSE(second.IsBasedOn(rig.Current())) << "somebody published meanwhile";
+}
+
+}  // namespace
