@@ -4,12 +4,13 @@
 
 #include <stdexcept>
 
-#include "app/MainWindow.h"
-#include "app/res/resource.h"
+#include "app/DialogHost.h"
 #include "common/CodePage.h"
 #include "common/Messages.h"
 #include "common/Version.h"
 #include "gpu/GpuTelemetry.h"
+#include "gui/dialogs/QuorvelMinerDlg.h"
+#include "gui/dialogs/resource.h"
 #include "mining/AlgorithmEnumeration.h"
 #include "net/Ping.h"
 #include "toolkit/TaskDialog.h"
@@ -56,7 +57,7 @@ bool CQuorvelMinerApp::InitInstance() {
     EnumerateAlgorithms(m_folders.algosFolder, m_algorithms);
     if (!DiscoverGpus()) return false;
     LoadConfiguration();
-    RunMainWindow();
+    RunProgram();
     return false;
 }
 
@@ -103,7 +104,7 @@ void CQuorvelMinerApp::LoadConfiguration() {
     }
 }
 
-void CQuorvelMinerApp::RunMainWindow() {
+void CQuorvelMinerApp::RunProgram() {
     m_miningContext = std::make_unique<MiningContext>(MiningContext{
         .algorithms = m_algorithms,
         .stratumHost = *this,
@@ -114,15 +115,39 @@ void CQuorvelMinerApp::RunMainWindow() {
         .feePools = [this](std::int32_t algorithmId) { return BuildFeePools(algorithmId, m_algorithms, m_feePoolIds); },
         .ping = &PingPool});
     m_mining = std::make_unique<CMining>(*m_miningContext);
-    CMainWindow window({m_folders, m_settings, *m_settingsFile, *m_configuration, *m_mining, m_gpus->Gpus(),
-                        [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
-    m_pMainWnd = &window;
-    if (window.Create(LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APPLICATION_ICON)))) {
-        m_mainWindow = window.Handle();
-        RunMessageLoop();
-        m_mainWindow = nullptr;
-    }
+    m_controlHost = std::make_unique<CControlHost>(
+        CControlHost::Parts{.configuration = *m_configuration,
+                            .mining = *m_mining,
+                            .gpus = m_gpus->Gpus(),
+                            .hostName = m_hostName,
+                            .mainWindow = m_mainWindow,
+                            .log = [this](const std::wstring& text) { LogMain(text.c_str()); }});
+    m_control = std::make_unique<CSocketMiner>(*m_controlHost);
+    RunDialog();
+    m_control->Close();
     m_mining->Stop();
+}
+
+void CQuorvelMinerApp::RunDialog() {
+    CDialogHost host({.settings = m_settings,
+                      .settingsFile = *m_settingsFile,
+                      .configuration = *m_configuration,
+                      .algorithms = m_algorithms,
+                      .mining = *m_mining,
+                      .control = *m_control,
+                      .gpus = m_gpus->Gpus(),
+                      .hostName = m_hostName,
+                      .cudaVersion = m_cuda->DriverVersion(),
+                      .updateTelemetry = [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
+    CXTPPaintManager paint;
+    CThemeManager themes(paint, m_folders.installationFolder);
+    CQuorvelMinerDlg dialog(host, {.themes = themes,
+                                   .icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APPLICATION_ICON)),
+                                   .largeFont = m_folders.largeFont.get(),
+                                   .smallFont = m_folders.smallFont.get(),
+                                   .windowChanged = [this](HWND window) { m_mainWindow = window; }});
+    m_pMainWnd = &dialog;
+    dialog.DoModal(nullptr);
     m_pMainWnd = nullptr;
 }
 
@@ -149,6 +174,7 @@ CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {
 
 void CQuorvelMinerApp::PoolErrorHappened(const PoolError& error) {
     m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Pool error %d: %s", error.code, NarrowToWide(error.text).c_str());
+    m_control->SendErrorReport(error);
 }
 
 void CQuorvelMinerApp::RequestStopMining() {

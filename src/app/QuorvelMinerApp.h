@@ -3,9 +3,11 @@
 #include <memory>
 #include <string>
 #include "app/ApplicationFolders.h"
+#include "app/ControlHost.h"
 #include "config/AlgorithmList.h"
 #include "config/ConfigurationStore.h"
 #include "config/RuntimeSettings.h"
+#include "control/SocketMiner.h"
 #include "gpu/CudaRuntime.h"
 #include "gpu/ManagerMinerGpus.h"
 #include "gpu/Nvml.h"
@@ -34,7 +36,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void OpenMainLog();
     bool DiscoverGpus();
     void LoadConfiguration();
-    void RunMainWindow();
+    void RunProgram();
+    void RunDialog();
 
     // IStratumHost; sessions' I/O threads.
     CMiningStatistics* FindStatistics(std::int32_t cudaId) override;
@@ -58,4 +61,6 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     std::unique_ptr<CMining> m_mining;
     CFeePoolIds m_feePoolIds;
     std::atomic<HWND> m_mainWindow = nullptr;
+    std::unique_ptr<CControlHost> m_controlHost;
+    std::unique_ptr<CSocketMiner> m_control;
 };

@@ -70,6 +70,12 @@ bool CCudaRuntime::IsComplete() const {
            m_cuDeviceGetAttribute != nullptr;
 }
 
+std::int32_t CCudaRuntime::DriverVersion() const {
+    std::int32_t version = 0;
+    const bool known = m_cuDriverGetVersion != nullptr && m_cuDriverGetVersion(&version) == CudaError::Success;
+    return known ? version : 0;
+}
+
 CudaError CCudaRuntime::InitializeDriver() {
     // An old driver answers its version before it is initialised, but it need not have the newer functions.
     std::int32_t version = 0;

@@ -17,6 +17,8 @@ class CCudaRuntime final : public ICudaRuntime {
     CudaError GetDeviceCount(std::int32_t& count) override;
     CudaError GetDeviceProperties(std::int32_t index, CudaDeviceProperties& properties) override;
     const char* GetErrorString(CudaError error) const override;
+    // Of CUDA that the driver supports: 1000 * major + 10 * minor; 0: there is no driver.
+    std::int32_t DriverVersion() const;
 
   private:
     // Since CUDA 10.1 the driver's CUresult and the runtime's cudaError number alike whatever these calls return.

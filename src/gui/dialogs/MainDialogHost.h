@@ -27,6 +27,8 @@ class IMainDialogHost : public IMiningView {
     virtual void OpenControl() = 0;
     virtual void CloseControl() = 0;
     virtual bool IsControlOpen() const = 0;
+    // Why the open channel is not safe, for the user; empty when it is.
+    virtual std::wstring ControlWarning() const = 0;
     // To the controller, when one is connected.
     virtual void SendUpdateReport() = 0;
 };

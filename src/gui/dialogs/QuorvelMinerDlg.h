@@ -1,19 +1,18 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
-#include "gui/GpuGrid.h"
 #include "gui/PoolGroup.h"
 #include "gui/dialogs/ExControls.h"
 #include "gui/dialogs/ExDialog.h"
 #include "gui/dialogs/MainDialogHost.h"
 #include "gui/dialogs/NotifyIcon.h"
 #include "gui/dialogs/ReportGPUs.h"
-#include "gui/dialogs/ThemeManager.h"
 
-// The main dialog. GUI thread; other threads reach it by the posted messages of common/Messages.h only. It drives all
-// periodic work of the GUI side by its one-second timer.
+// The main dialog. GUI thread; other threads reach it only by the posted messages of common/Messages.h. Its one-second timer
+// drives all periodic work of the GUI side.
 class CQuorvelMinerDlg final : public CExDialog {
   public:
     struct Looks {
@@ -28,47 +27,66 @@ class CQuorvelMinerDlg final : public CExDialog {
   protected:
     bool OnInitDialog() override;
     void OnOK() override {}  // Enter in a field does not close the program
+    void OnCancel() override {}
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
   private:
-    // In the order of start-up.
-    void SetUpLabels();
+    static constexpr UINT_PTR kTimerId = 1;
+    static constexpr UINT kTimerPeriodMs = 1000;
+    static constexpr std::uint32_t kTelemetryTicks = 5;
+    static constexpr std::uint32_t kSaveTicks = 30;
+    static constexpr UINT kNotifyIconMessage = WM_USER + 0x1100;
+
+    // QuorvelMinerDlgSetUp.cpp: what OnInitDialog does, in order.
+    void TakeControls();
+    void SetFonts();
     void SetUpSystemMenu();
     void FillChoices();
     void FillInterfaces();
     void CreateGrid();
     void SetUpResize();
-    void RestorePlace();
+    void StartAsChosen();
 
-    void OnTimer();
+    // QuorvelMinerDlg.cpp: messages and states.
+    LRESULT OnPosted(UINT message, WPARAM wParam);
     void OnCommand(int id, int code);
-    bool OnSysCommand(UINT id);
+    void OnTimer();
     void OnDestroy();
     void OnMining(bool start);
-    void OnMiningStarted();
-    void OnMiningStopped();
+    bool StartMining();
+    void StopMining();
     void OnControlState(std::uint32_t state);
     void OnListenButton();
-    void OnNotifyIcon(UINT mouseMessage);
-    void OnSelectionChanged();
-    bool PaintIcon();
-
     void StartListening();
     void StopListening();
     void EnableListenFields(bool enable);
+    void OnSelectionChanged();
+    bool PaintIcon();
+
+    // QuorvelMinerDlgMenu.cpp: system menu and notification area.
+    bool OnSysCommand(UINT command);
     void ChooseTheme(int theme);
+    void CheckTheme();
     void CopyDiagnostics();
+    void ToggleHideMinimized();
+    void UpdateNotifyIcon();
+    void OnNotifyIcon(UINT mouseMessage);
     void ShowNotifyMenu();
     void Restore();
     void EditPools();
     void EditWorker();
 
-    void ShowState(CExStatic& label, const LabelLook& look);
+    // QuorvelMinerDlgShow.cpp: what stands in the groups and the grid.
+    void ShowState(int id, const LabelLook& look);
     void RefreshAll();
     void RefreshPoolGroup();
     void RefreshGpuStatic();
     void RefreshGpuLive();
+    void RefreshWorker();
+    void SelectGpu(int row);
     GpuGridSource GridSource() const;
+
+    CExStatic& Label(int id) { return *m_labels.at(id); }
 
     IMainDialogHost& m_host;
     const Looks m_looks;
@@ -80,10 +98,22 @@ class CQuorvelMinerDlg final : public CExDialog {
     CReportGPUs m_grid;
     CNotifyIcon m_notifyIcon;
 
-    ConfigurationPointer m_shown;  // what the grid draws from
+    ConfigurationPointer m_shown;  // what the cells are formatted from; taken anew with every refresh
+    PoolPointer m_unassigned;
+    ddt_datetime m_now;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;
-    COLORREF m_defaultStateColor = 0;
     ddt_datetime m_miningStart;
     std::uint32_t m_tick = 0;
 };
+
+// Numbers of the system menu's own entries: below 0xF000, multiples of 16.
+inline constexpr UINT kMenuAbout = 0x10;
+inline constexpr UINT kMenuPools = 0x20;
+inline constexpr UINT kMenuWorker = 0x30;
+inline constexpr UINT kMenuDiagnostics = 0x40;
+inline constexpr UINT kMenuHideMinimized = 0x50;
+inline constexpr UINT kMenuThemeDefault = 0x60;
+inline constexpr UINT kMenuThemeLight = 0x70;
+inline constexpr UINT kMenuThemeDark = 0x80;
+inline constexpr UINT kMenuThemeOffice = 0x90;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "toolkit/Clipboard.h"
 #include "toolkit/Dpi.h"
 #include "toolkit/report/ReportControl.h"
 #include "toolkit/report/ReportNotification.h"

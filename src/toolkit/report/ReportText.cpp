@@ -1,16 +1,8 @@
 #include "toolkit/report/ReportText.h"
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
-#include <type_traits>
 
 namespace {
-
-struct GlobalMemoryDeleter {
-    void operator()(HGLOBAL memory) const { GlobalFree(memory); }
-};
-using GlobalMemory = std::unique_ptr<std::remove_pointer_t<HGLOBAL>, GlobalMemoryDeleter>;
 
 int TextWidth(HDC dc, const std::wstring& text) {
     SIZE size = {};
@@ -66,19 +58,4 @@ int ReportTextWidth(HWND window, HFONT font, const std::wstring& text) {
     SelectObject(dc, former);
     ReleaseDC(window, dc);
     return width;
-}
-
-bool CopyTextToClipboard(HWND owner, const std::wstring& text) {
-    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
-    GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, bytes));
-    void* place = memory != nullptr ? GlobalLock(memory.get()) : nullptr;
-    if (place == nullptr) return false;
-    std::memcpy(place, text.c_str(), bytes);
-    GlobalUnlock(memory.get());
-    if (!OpenClipboard(owner)) return false;
-    EmptyClipboard();
-    const bool copied = SetClipboardData(CF_UNICODETEXT, memory.get()) != nullptr;
-    if (copied) static_cast<void>(memory.release());  // the clipboard owns it now
-    CloseClipboard();
-    return copied;
 }

@@ -13,4 +13,3 @@ std::wstring ReportText(const ReportState& state, std::size_t enough);
 // measured.
 int ReportContentWidth(HWND window, const ReportState& state, int column);
 int ReportTextWidth(HWND window, HFONT font, const std::wstring& text);
-bool CopyTextToClipboard(HWND owner, const std::wstring& text);

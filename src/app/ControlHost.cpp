@@ -1,0 +1,28 @@
+#include "app/ControlHost.h"
+
+#include "common/Messages.h"
+
+void CControlHost::Post(unsigned message, WPARAM wParam) const {
+    const HWND window = m_parts.mainWindow;
+    if (window != nullptr) PostMessageW(window, message, wParam, 0);
+}
+
+void CControlHost::ControlStateChanged(ControlChannelState state) {
+    Post(kMessageControlState, static_cast<WPARAM>(state));
+}
+
+void CControlHost::SetWorkerName(std::wstring_view name) {
+    m_parts.configuration.SetDefaultWorkerName(name);
+    m_parts.configuration.Save();
+    Post(kMessageWorker, 0);
+}
+
+void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
+    m_parts.configuration.Publish(std::move(configuration));
+    m_parts.configuration.Save();
+    Post(kMessageRefresh, 0);
+}
+
+void CControlHost::RequestMining(bool start) {
+    Post(kMessageMining, start ? 1 : 0);
+}

@@ -1,0 +1,50 @@
+#pragma once
+#include <functional>
+#include <string>
+#include "config/RuntimeSettings.h"
+#include "control/SocketMiner.h"
+#include "gui/dialogs/MainDialogHost.h"
+#include "mining/Mining.h"
+
+// What the main dialog has done by the program. GUI thread.
+class CDialogHost final : public IMainDialogHost {
+  public:
+    struct Parts {
+        RuntimeSettings& settings;
+        CRuntimeSettingsFile& settingsFile;
+        CConfigurationStore& configuration;
+        const CAlgorithmList& algorithms;
+        CMining& mining;
+        CSocketMiner& control;
+        GpuSpan gpus;
+        const std::wstring& hostName;
+        std::int32_t cudaVersion = 0;  // 1000 * major + 10 * minor
+        std::function<void(QvGpuRecord&)> updateTelemetry;
+    };
+    explicit CDialogHost(const Parts& parts) : m_parts(parts) {}
+
+    bool IsRunning() const override { return m_parts.mining.IsRunning(); }
+    std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const override;
+
+    RuntimeSettings& Settings() override { return m_parts.settings; }
+    void SaveSettings() override { m_parts.settingsFile.Save(m_parts.settings); }
+    CConfigurationStore& Configuration() override { return m_parts.configuration; }
+    const CAlgorithmList& Algorithms() const override { return m_parts.algorithms; }
+    GpuSpan Gpus() const override { return m_parts.gpus; }
+    const std::wstring& HostName() const override { return m_parts.hostName; }
+    std::wstring Diagnostics() const override;
+
+    int StartMining() override;
+    void StopMining() override { m_parts.mining.Stop(); }
+    void ReadTelemetry() override;
+
+    void OpenControl() override;
+    void CloseControl() override { m_parts.control.Close(); }
+    bool IsControlOpen() const override { return m_parts.control.IsOpen(); }
+    std::wstring ControlWarning() const override;
+    void SendUpdateReport() override { m_parts.control.SendUpdateReport(); }
+
+  private:
+    const Parts m_parts;
+    ddt_datetime m_miningStart;
+};

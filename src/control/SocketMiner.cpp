@@ -1,0 +1,133 @@
+#include "control/SocketMiner.h"
+#include "control/ControlSecurity.h"
+#include "control/StatusReports.h"
+
+namespace {
+
+// Of a command. A rig of 16 GPUs with 100 pools of the longest texts, all of them escaped, takes half a megabyte; this is
+// several times that, and what a stranger can make the miner hold is still nothing to a machine that mines.
+constexpr std::size_t kMaximumLine = std::size_t{4} * 1024 * 1024;
+// So that nobody can fill the disk by guessing tokens.
+constexpr TimeSpan kRefusalLogInterval = kTicksPerMinute;
+
+}  // namespace
+
+CSocketMiner::CSocketMiner(IControlHost& program, IResolver& resolver)
+    : _NetworkInterfaceSocket(resolver), m_program(program) {
+    SetFraming(true, '\n');
+    SetLineLimit(kMaximumLine);
+}
+
+CSocketMiner::~CSocketMiner() {
+    Close();
+    StopThread(INFINITE);  // nothing of this object may go while its thread is still inside a callback
+}
+
+void CSocketMiner::Open(const EndpointRecord& endpoint, std::string token) {
+    if (IsRunning()) return;
+    StopThread(INFINITE);  // it may still be on its last steps
+    const std::wstring warning =
+        endpoint.host[0] == L'\0' ? ListenWarning(endpoint.address, endpoint.port, !token.empty()) : std::wstring();
+    if (!warning.empty()) m_program.LogLine(warning);
+    m_commands.emplace(m_program, std::move(token));
+    m_closing = false;
+    m_dropping = false;
+    StartServer(endpoint);
+}
+
+void CSocketMiner::Close() {
+    m_closing = true;
+    Stop();
+}
+
+bool CSocketMiner::IsConnected() const {
+    return State() == ConnectionState::Connected && !m_dropping;
+}
+
+void CSocketMiner::SendSystemReport() {
+    if (IsConnected()) SendReport(SystemReport(m_program.HostName(), m_program.IsMining(), m_program.Gpus()));
+}
+
+void CSocketMiner::SendUpdateReport() {
+    if (IsConnected()) SendReport(UpdateReport(m_program.IsMining(), m_program.Gpus()));
+}
+
+void CSocketMiner::SendErrorReport(const PoolError& error) {
+    if (IsConnected()) SendReport(ErrorReport(error));
+}
+
+void CSocketMiner::SendReport(const std::string& report) {
+    std::uint32_t sent = 0;
+    const std::uint32_t result = Send(report, reinterpret_cast<std::uintptr_t>(&sent));
+    if (result == WSAEWOULDBLOCK || (result == 0 && sent < report.size())) DropPeer();
+}
+
+void CSocketMiner::OnDataSent(const char*, std::uint32_t bytesSent, ddt_datetime, std::uint32_t, std::uintptr_t userValue) {
+    if (userValue != 0) *reinterpret_cast<std::uint32_t*>(userValue) = bytesSent;
+}
+
+// The connection can only be closed on its own thread, by the end of its loop; IoLoop then goes on listening. (A controller
+// that came in just this moment is dropped too, and comes again.)
+void CSocketMiner::DropPeer() {
+    if (m_dropping.exchange(true)) return;
+    SetEvent(StopEvent());
+    m_program.LogLine(L"The controller does not read its reports; its connection is closed");
+}
+
+std::uint32_t CSocketMiner::IoLoop(void* argument) {
+    for (;;) {
+        const std::uint32_t exitCode = _NetworkInterfaceSocket::IoLoop(argument);
+        // The event first: a drop that is asked for after the flag is down finds it whole again. Close raises its own flag
+        // before the event, so that one of the two is seen whatever the order.
+        ResetEvent(StopEvent());
+        m_dropping = false;
+        if (m_closing || exitCode != 0) return exitCode;
+    }
+}
+
+void CSocketMiner::OnConnected(std::uint32_t) {
+    m_program.ControlStateChanged(ControlChannelState::Connected);
+}
+
+void CSocketMiner::OnDisconnected(std::uint32_t) {
+    if (!m_closing) m_program.ControlStateChanged(ControlChannelState::Listening);
+}
+
+void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t) {
+    if (m_closing || m_dropping) return;
+    std::string_view line(data, length - 1);  // the NUL behind it is counted
+    line.remove_suffix(1);                    // the line feed
+    switch (m_commands->Execute(line)) {
+        case CommandResult::SystemWanted:
+            SendSystemReport();
+            break;
+        case CommandResult::Refused:
+            LogRefusal(time);
+            break;
+        case CommandResult::Unusable:
+            m_program.LogLine(L"The controller sent a configuration without a usable pool; the present one stays");
+            break;
+        case CommandResult::Ignored:
+        case CommandResult::Done:
+            break;
+    }
+}
+
+void CSocketMiner::LogRefusal(ddt_datetime time) {
+    ++m_refusals;
+    const TimeSpan since = time.ticks - m_lastRefusalLogged.ticks;
+    if (m_lastRefusalLogged.IsSet() && since >= 0 && since < kRefusalLogInterval) return;
+    m_program.LogLine(L"Commands of a controller without the right token were refused: " + std::to_wstring(m_refusals));
+    m_lastRefusalLogged = time;
+    m_refusals = 0;
+}
+
+void CSocketMiner::OnError(const char*, std::uint32_t code) {
+    if (code == WSAECONNABORTED) m_program.LogLine(L"The controller sent a line without end; its connection is closed");
+}
+
+void CSocketMiner::OnStop() {
+    if (m_closing) return;
+    m_program.LogLine(L"The control channel has failed and listens no longer");
+    m_program.ControlStateChanged(ControlChannelState::Offline);
+}

@@ -1,0 +1,60 @@
+#pragma once
+#include <atomic>
+#include <optional>
+#include <string>
+#include <string_view>
+#include "config/PoolError.h"
+#include "control/ControlCommands.h"
+#include "control/ControlHost.h"
+#include "net/NetworkInterfaceSocket.h"
+
+// The control channel: listens for one controller, obeys its commands and sends it reports. Windows only.
+//
+// GUI thread: Open, Close, the destructor. Any thread: the rest. Commands are carried out on the I/O thread, and so the host
+// is called there. After Close has returned nothing more is obeyed and the host is not called from that thread.
+//
+// A report is handed to the system in one send that never waits. A controller that takes its reports so slowly that one
+// cannot be handed over whole is dropped, because the rest of that line could only be waited for.
+class CSocketMiner final : public _NetworkInterfaceSocket {
+  public:
+    explicit CSocketMiner(IControlHost& program, IResolver& resolver = SystemResolver());
+    ~CSocketMiner() override;
+
+    // Does nothing while the channel is open. endpoint names an address rather than a host, so that the log can say when
+    // that address is open to others and there is no token (see CControlCommands).
+    void Open(const EndpointRecord& endpoint, std::string token);
+    // Waits for the I/O thread, at most 5000 ms.
+    void Close();
+    bool IsOpen() const { return IsRunning(); }
+    // A controller is connected, or was the last that was heard of: one that leaves without a word still counts until the
+    // next is accepted.
+    bool IsConnected() const;
+
+    // Each does nothing unless a controller is connected.
+    void SendSystemReport();
+    void SendUpdateReport();
+    void SendErrorReport(const PoolError& error);
+
+  private:
+    void OnConnected(std::uint32_t state) override;
+    void OnDisconnected(std::uint32_t state) override;
+    void OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) override;
+    void OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+                    std::uintptr_t userValue) override;
+    void OnError(const char* operation, std::uint32_t code) override;
+    void OnStop() override;
+    std::uint32_t IoLoop(void* argument) override;
+
+    void SendReport(const std::string& report);
+    void DropPeer();
+    void LogRefusal(ddt_datetime time);
+
+    IControlHost& m_program;
+    std::optional<CControlCommands> m_commands;  // made by Open; then the I/O thread's
+    std::atomic<bool> m_closing{false};          // by Close
+    std::atomic<bool> m_dropping{false};         // from the send that failed until the I/O thread has closed the socket
+
+    // I/O thread.
+    ddt_datetime m_lastRefusalLogged;
+    std::uint32_t m_refusals = 0;  // since then
+};

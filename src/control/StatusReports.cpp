@@ -1,0 +1,140 @@
+#include "control/StatusReports.h"
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <charconv>
+#include <concepts>
+#include <cstring>
+#include "common/CodePage.h"
+#include "common/Hex.h"
+#include "common/Version.h"
+
+namespace {
+
+constexpr std::size_t kFrameBytes = 256;      // of a report without its GPUs
+constexpr std::size_t kGpuStaticBytes = 384;  // at most, of one GPU: numbers at their longest
+constexpr std::size_t kGpuDynamicBytes = 448;
+constexpr std::size_t kUuidDigits = std::size_t{2} * QV_UUID_BYTES;
+
+// Others write the field meanwhile.
+template <typename Number>
+Number Load(const Number& field) {
+    return std::atomic_ref(const_cast<Number&>(field)).load(std::memory_order_relaxed);
+}
+
+template <std::integral Number>
+void AppendNumber(std::string& out, Number value) {
+    std::array<char, 24> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    out.append(digits.data(), end);
+}
+
+// One member with the comma that follows it.
+template <std::integral Number>
+void AppendMember(std::string& out, std::string_view start, Number value) {
+    out.append(start);
+    AppendNumber(out, value);
+    out.push_back(',');
+}
+
+void AppendGpuId(std::string& out, const QvGpuRecord& gpu) {
+    std::array<char, kUuidDigits> digits;
+    HexEncode(std::span(gpu.uuid).first<QV_UUID_BYTES>(), digits);
+    out.append("\"ID\":\"").append(digits.data(), digits.size()).append("\"");
+}
+
+void AppendStatus(std::string& out, bool isMining) {
+    out.append(isMining ? "\"status\":\"mining\"," : "\"status\":\"stopped\",");
+}
+
+void AppendStatic(std::string& out, const QvGpuRecord& gpu) {
+    out.push_back('{');
+    AppendGpuId(out, gpu);
+    out.append(",\"Model\":\"").append(gpu.name, strnlen(gpu.name, sizeof gpu.name)).append("\",");
+    AppendMember(out, "\"CUDA-ID\":", gpu.cudaId);
+    AppendMember(out, "\"CUDA-Major\":", gpu.ccMajor);
+    AppendMember(out, "\"CUDA-Minor\":", gpu.ccMinor);
+    AppendMember(out, "\"MultiProc\":", gpu.multiProcessors);
+    AppendMember(out, "\"CoresPerMultiProc\":", gpu.coresPerMultiProc);
+    AppendMember(out, "\"TotalCores\":", gpu.totalCores);
+    AppendMember(out, "\"Memory\":", gpu.memoryTotal);
+    // These two are written signed, though they are not.
+    AppendMember(out, "\"PCI-Dom\":", static_cast<std::int32_t>(gpu.pci.domain));
+    AppendMember(out, "\"PCI-Bus\":", static_cast<std::int32_t>(gpu.pci.bus));
+    out.append("},");
+}
+
+void AppendDynamic(std::string& out, const QvGpuRecord& gpu) {
+    out.push_back('{');
+    AppendGpuId(out, gpu);
+    out.append(",\"status\":\"OK\",");
+    AppendMember(out, "\"Temp\":", Load(gpu.temperature));
+    AppendMember(out, "\"Fan\":", Load(gpu.fanSpeed));
+    AppendMember(out, "\"MemInUse\":", Load(gpu.memoryUsed));
+    AppendMember(out, "\"CoreClk\":", Load(gpu.coreClock));
+    AppendMember(out, "\"MemClk\":", Load(gpu.memoryClock));
+    if (const std::uint32_t power = Load(gpu.powerUsage); power != 0) AppendMember(out, "\"Power\":", power);
+
+    const CMiningStatistics& statistics = gpu.statistics;
+    AppendMember(out, "\"HashSpeed\":", Load(statistics.hashSpeed));
+    AppendMember(out, "\"SolSpeed\":", Load(statistics.solSpeed));
+    AppendMember(out, "\"SOK\":", Load(statistics.accepted));
+    AppendMember(out, "\"SS\":", Load(statistics.stale));
+    AppendMember(out, "\"SR\":", Load(statistics.rejected));
+    out.append("\"ST\":");
+    AppendNumber(out, static_cast<std::uint64_t>(Load(statistics.lastTime)));
+    out.append("},");
+}
+
+void AppendGpus(std::string& out, GpuSpan gpus, void (*append)(std::string&, const QvGpuRecord&)) {
+    for (const QvGpuRecord* gpu : gpus)
+        append(out, *gpu);
+    if (!gpus.empty()) out.pop_back();  // the comma after the last
+    out.append("]}}\n");
+}
+
+std::string StartReport(std::string_view start, std::size_t bytes) {
+    std::string out;
+    out.reserve(bytes);
+    out.append(start);
+    return out;
+}
+
+}  // namespace
+
+std::string GpuIdText(const QvGpuRecord& gpu) {
+    std::string out;
+    AppendGpuId(out, gpu);
+    return out;
+}
+
+std::string SystemReport(std::wstring_view hostName, bool isMining, GpuSpan gpus) {
+    std::string out = StartReport("{\"cmd\":\"system\",\"params\":{\"hostname\":\"",
+                                  kFrameBytes + hostName.size() + gpus.size() * kGpuStaticBytes);
+    out.append(WideToUtf8(hostName)).append("\",\"ver\":\"").append(kVersionText).append("\",");
+    AppendStatus(out, isMining);
+    out.append("\"GpuStatic\":[");
+    AppendGpus(out, gpus, AppendStatic);
+    return out;
+}
+
+std::string UpdateReport(bool isMining, GpuSpan gpus) {
+    std::string out = StartReport("{\"cmd\":\"update\",\"params\":{", kFrameBytes + gpus.size() * kGpuDynamicBytes);
+    AppendStatus(out, isMining);
+    out.append("\"GpuDynamic\":[");
+    AppendGpus(out, gpus, AppendDynamic);
+    return out;
+}
+
+std::string ErrorReport(const PoolError& error) {
+    std::string out = StartReport("{\"cmd\":\"errorinfo\",\"params\":{", kFrameBytes + sizeof error.text);
+    AppendMember(out, "\"time\":", static_cast<std::uint64_t>(error.time.ticks));
+    AppendMember(out, "\"id\":", error.code);
+    out.append("\"text\":\"");
+    const std::size_t textStart = out.size();
+    out.append(error.text, strnlen(error.text, sizeof error.text));
+    std::replace_if(
+        out.begin() + static_cast<std::ptrdiff_t>(textStart), out.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    out.append("\"}}\n");
+    return out;
+}

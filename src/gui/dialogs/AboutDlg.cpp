@@ -1,0 +1,68 @@
+#include "gui/dialogs/AboutDlg.h"
+
+#include <shellapi.h>
+
+#include "common/CodePage.h"
+#include "common/Version.h"
+#include "gui/dialogs/resource.h"
+#include "toolkit/BufferedPaint.h"
+
+void CHyperlink::Open() const {
+    using Function = HINSTANCE(WINAPI*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT);
+    const HMODULE shell = LoadLibraryW(L"shell32.dll");
+    if (shell == nullptr) return;
+    const auto execute = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(shell, "ShellExecuteW")));
+    if (execute != nullptr) execute(Handle(), L"open", m_target.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+}
+
+LRESULT CHyperlink::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_LBUTTONUP:
+            Open();
+            return 0;
+        case WM_KEYDOWN:
+            if (wParam == VK_SPACE || wParam == VK_RETURN) Open();
+            return 0;
+        case WM_GETDLGCODE:
+            // Enter is for the link, not for the default button, while it has the focus.
+            return lParam != 0 && reinterpret_cast<const MSG*>(lParam)->wParam == VK_RETURN ? DLGC_WANTMESSAGE : 0;
+        case WM_SETCURSOR:
+            SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32649)));  // the hand
+            return TRUE;
+        default:
+            return CXTPControl::OnMessage(message, wParam, lParam);
+    }
+}
+
+void CHyperlink::OnDraw(HDC device, const RECT& area) {
+    FillRect(device, &area, Paint().GetBrush(Paint().GetColor(COLOR_BTNFACE)));
+    const COLORREF color = Paint().GetColor(ThemeColor::SeparatorText);
+    const std::wstring text = Text();
+    DrawControlText(device, Handle(), text.c_str(), area, color, DT_NOPREFIX);
+    if (!IsHot() && !HasFocus()) return;
+    RECT measured = area;
+    const HGDIOBJ previous = SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0)));
+    DrawTextW(device, text.c_str(), -1, &measured, DT_SINGLELINE | DT_CALCRECT | DT_NOPREFIX);
+    SelectObject(device, previous);
+    const RECT line = {area.left, area.bottom - 1, measured.right, area.bottom};
+    FillRect(device, &line, Paint().GetBrush(color));
+}
+
+CAboutDlg::CAboutDlg(CThemeManager& themes, HICON icon, HFONT nameFont)
+    : CExDialog(IDD_ABOUT, themes),
+      m_icon(icon),
+      m_nameFont(nameFont),
+      m_ok(themes.Paint()),
+      m_contact(themes.Paint(), L"mailto:support@quorvel.example"),
+      m_website(themes.Paint(), L"https://www.quorvel.example/") {}
+
+bool CAboutDlg::OnInitDialog() {
+    m_ok.SubclassDlgItem(Handle(), IDOK);
+    m_contact.SubclassDlgItem(Handle(), IDC_ABOUT_CONTACT);
+    m_website.SubclassDlgItem(Handle(), IDC_ABOUT_WEBSITE);
+    SendMessageW(Item(IDC_ABOUT_ICON), STM_SETICON, reinterpret_cast<WPARAM>(m_icon), 0);
+    SendMessageW(Item(IDC_ABOUT_NAME), WM_SETFONT, reinterpret_cast<WPARAM>(m_nameFont), FALSE);
+    SetItemText(IDC_ABOUT_NAME, kApplicationName);
+    SetItemText(IDC_ABOUT_VERSION, L"Version: " + NarrowToWide(kVersionText));
+    return CExDialog::OnInitDialog();
+}

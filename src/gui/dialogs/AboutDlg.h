@@ -1,0 +1,35 @@
+#pragma once
+#include <memory>
+#include <vector>
+#include "gui/dialogs/ExControls.h"
+#include "gui/dialogs/ExDialog.h"
+
+// A label that opens an address when it is clicked, or by Space and Enter when it has the focus.
+class CHyperlink final : public CXTPControl {
+  public:
+    CHyperlink(CXTPPaintManager& paint, std::wstring target) : CXTPControl(paint), m_target(std::move(target)) {}
+
+  protected:
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC device, const RECT& area) override;
+
+  private:
+    void Open() const;
+
+    const std::wstring m_target;
+};
+
+// Name, version and addresses of the program.
+class CAboutDlg final : public CExDialog {
+  public:
+    CAboutDlg(CThemeManager& themes, HICON icon, HFONT nameFont);
+
+  protected:
+    bool OnInitDialog() override;
+
+  private:
+    const HICON m_icon;
+    const HFONT m_nameFont;
+    CExButton m_ok;
+    CHyperlink m_contact, m_website;
+};

@@ -1,0 +1,255 @@
+#include "gui/dialogs/ConfigMiningPoolsDlg.h"
+
+#include <algorithm>
+#include <array>
+
+#include "common/Messages.h"
+#include "common/Version.h"
+#include "gui/dialogs/DialogPlace.h"
+#include "gui/dialogs/resource.h"
+#include "toolkit/TaskDialog.h"
+
+namespace {
+
+struct FieldIds {
+    PoolField field;
+    int control;
+    int error;
+};
+
+// In the order of the template.
+constexpr FieldIds kFields[] = {
+    {PoolField::Name, IDC_POOLEDIT_NAME, IDC_POOLEDIT_NAME_ERROR},
+    {PoolField::Server, IDC_POOLEDIT_SERVER, IDC_POOLEDIT_SERVER_ERROR},
+    {PoolField::Port, IDC_POOLEDIT_POOL_PORT, IDC_POOLEDIT_POOL_PORT_ERROR},
+    {PoolField::Algorithm, IDC_POOLEDIT_ALGORITHM, IDC_POOLEDIT_ALGORITHM_ERROR},
+    {PoolField::WalletUser, IDC_POOLEDIT_WALLET, IDC_POOLEDIT_WALLET_ERROR},
+    {PoolField::Password, IDC_POOLEDIT_PASSWORD, IDC_POOLEDIT_PASSWORD_ERROR},
+    {PoolField::WorkerOverride, IDC_POOLEDIT_OVERRIDE, IDC_POOLEDIT_OVERRIDE_ERROR},
+};
+constexpr int kButtons[] = {IDC_POOL_ADD, IDC_POOL_REMOVE, IDC_POOL_UP, IDC_POOL_DOWN, IDC_SHOW_PASSWORD, IDOK, IDCANCEL};
+constexpr wchar_t kBullet = L'\x2022';
+
+const FieldIds* FindControl(int id) {
+    const auto* found =
+        std::find_if(std::begin(kFields), std::end(kFields), [id](const FieldIds& field) { return field.control == id; });
+    return found == std::end(kFields) ? nullptr : found;
+}
+
+}  // namespace
+
+CConfigMiningPoolsDlg::CConfigMiningPoolsDlg(IMainDialogHost& host, CThemeManager& themes)
+    : CExDialog(IDD_POOLS, themes),
+      m_host(host),
+      m_model(host.Configuration().Current(), host.Algorithms()),
+      m_list(themes.Paint()),
+      m_algorithms(themes.Paint()) {}
+
+bool CConfigMiningPoolsDlg::OnInitDialog() {
+    TakeControls();
+    CExDialog::OnInitDialog();
+    SetUpResize();
+    RestoreDialogPlace(Handle(), m_host.Settings().ConfigMiningPoolsPos);
+    if (m_host.IsRunning()) {
+        SetItemText(IDC_POOLS_STATUS, L"Mining runs: changes take effect at its next start.");
+    }
+    FillList(m_model.Count() > 0 ? std::optional<std::size_t>(0) : std::nullopt);
+    return true;
+}
+
+void CConfigMiningPoolsDlg::TakeControls() {
+    m_list.SubclassDlgItem(Handle(), IDC_POOL_LIST);
+    m_algorithms.SubclassDlgItem(Handle(), IDC_POOLEDIT_ALGORITHM);
+    for (const int id : {IDC_POOLS_SEPARATOR, IDC_POOL_FIELDS_SEPARATOR})
+        (m_separators[id] = std::make_unique<CExSeparator>(Paint()))->SubclassDlgItem(Handle(), id);
+    for (const int id : kButtons)
+        (m_buttons[id] = std::make_unique<CExButton>(Paint()))->SubclassDlgItem(Handle(), id);
+    for (const FieldIds& field : kFields) {
+        (m_errors[field.error] = std::make_unique<CExStatic>(Paint()))->SubclassDlgItem(Handle(), field.error);
+        m_errors[field.error]->SetTextColor(Paint().GetColor(ThemeColor::Error));
+        if (field.control == IDC_POOLEDIT_ALGORITHM) continue;
+        (m_edits[field.control] = std::make_unique<CExEdit>(Paint()))->SubclassDlgItem(Handle(), field.control);
+    }
+}
+
+void CConfigMiningPoolsDlg::SetUpResize() {
+    Resize().Begin(Handle());
+    Resize().SetRule(IDC_POOL_LIST, ResizeRule::StretchDown());
+    for (const int id : {IDC_POOL_ADD, IDC_POOL_REMOVE, IDC_POOL_UP, IDC_POOL_DOWN, IDC_POOLS_STATUS})
+        Resize().SetRule(id, ResizeRule::MoveDown());
+    for (const int id : {static_cast<int>(IDOK), static_cast<int>(IDCANCEL)})
+        Resize().SetRule(id, ResizeRule::MoveRightDown());
+    Resize().SetRule(IDC_POOL_FIELDS_SEPARATOR, ResizeRule::StretchRight());
+    for (const FieldIds& field : kFields) {
+        if (field.control != IDC_POOLEDIT_ALGORITHM) Resize().SetRule(field.control, ResizeRule::StretchRight());
+        Resize().SetRule(field.error, ResizeRule::MoveRight());
+    }
+}
+
+LRESULT CConfigMiningPoolsDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_COMMAND) OnCommand(LOWORD(wParam), HIWORD(wParam));
+    if (message == WM_DESTROY) KeepDialogPlace(Handle(), m_host.Settings().ConfigMiningPoolsPos);
+    return CExDialog::OnMessage(message, wParam, lParam);
+}
+
+void CConfigMiningPoolsDlg::OnCommand(int id, int code) {
+    if (m_filling) return;
+    if (id == IDC_POOL_LIST && code == LBN_SELCHANGE) return SelectPool(m_list.Selected());
+    if (FindControl(id) != nullptr && (code == EN_CHANGE || code == CBN_SELCHANGE)) return OnFieldChanged();
+    if (code != BN_CLICKED) return;
+    switch (id) {
+        case IDC_POOL_ADD:
+            return AddPool();
+        case IDC_POOL_REMOVE:
+            return RemovePool();
+        case IDC_POOL_UP:
+            return MovePool(-1);
+        case IDC_POOL_DOWN:
+            return MovePool(1);
+        case IDC_SHOW_PASSWORD: {
+            const bool show = IsDlgButtonChecked(Handle(), IDC_SHOW_PASSWORD) == BST_CHECKED;
+            SendMessageW(Item(IDC_POOLEDIT_PASSWORD), EM_SETPASSWORDCHAR, show ? 0 : kBullet, 0);
+            InvalidateRect(Item(IDC_POOLEDIT_PASSWORD), nullptr, TRUE);
+            return;
+        }
+        default:
+            return;
+    }
+}
+
+void CConfigMiningPoolsDlg::FillList(std::optional<std::size_t> selected) {
+    m_filling = true;
+    m_list.Clear();
+    for (std::size_t i = 0; i < m_model.Count(); ++i)
+        m_list.Add(m_model.Pool(i).Name);
+    if (m_isNew) m_list.Add(L"New pool");
+    m_current = selected;
+    if (m_isNew) {
+        m_list.Select(static_cast<int>(m_model.Count()));
+    } else if (selected) {
+        m_list.Select(static_cast<int>(*selected));
+    }
+    m_filling = false;
+    FillFields();
+}
+
+void CConfigMiningPoolsDlg::FillFields() {
+    m_filling = true;
+    const bool any = m_isNew || m_current;
+    const PoolDraft draft = m_current ? MakePoolDraft(m_model.Pool(*m_current)) : any ? m_model.NewDraft() : PoolDraft();
+    SetItemText(IDC_POOLEDIT_NAME, draft.name);
+    SetItemText(IDC_POOLEDIT_SERVER, draft.server);
+    SetItemText(IDC_POOLEDIT_POOL_PORT, draft.port);
+    SetItemText(IDC_POOLEDIT_WALLET, draft.walletUser);
+    SetItemText(IDC_POOLEDIT_PASSWORD, draft.password);
+    SetItemText(IDC_POOLEDIT_OVERRIDE, draft.workerOverride);
+    FillAlgorithms(draft.algorithm);
+    for (const FieldIds& field : kFields)
+        EnableItem(field.control, any);
+    m_filling = false;
+    ShowReasons({});
+    EnableButtons();
+}
+
+void CConfigMiningPoolsDlg::FillAlgorithms(std::int32_t selected) {
+    const auto data = [](std::int32_t id) { return static_cast<std::uint64_t>(static_cast<std::uint32_t>(id)); };
+    m_algorithms.Clear();
+    for (const auto& entry : m_host.Algorithms().Entries())
+        m_algorithms.AddItem(entry->record.name, data(entry->record.id));
+    if (!m_isNew && !m_current) return;
+    if (m_algorithms.SelectByData(data(selected)) == 0) return;
+    m_algorithms.AddItem(L"Unknown (" + std::to_wstring(selected) + L")", data(selected));
+    m_algorithms.SelectByData(data(selected));
+}
+
+PoolDraft CConfigMiningPoolsDlg::Draft() const {
+    PoolDraft draft;
+    draft.name = ItemText(IDC_POOLEDIT_NAME);
+    draft.server = ItemText(IDC_POOLEDIT_SERVER);
+    draft.port = ItemText(IDC_POOLEDIT_POOL_PORT);
+    draft.walletUser = ItemText(IDC_POOLEDIT_WALLET);
+    draft.password = ItemText(IDC_POOLEDIT_PASSWORD);
+    draft.workerOverride = ItemText(IDC_POOLEDIT_OVERRIDE);
+    draft.algorithm = static_cast<std::int32_t>(m_algorithms.ItemData());
+    return draft;
+}
+
+void CConfigMiningPoolsDlg::OnFieldChanged() {
+    ShowReasons(m_model.Check(Draft(), m_current));
+}
+
+void CConfigMiningPoolsDlg::ShowReasons(const PoolFieldReasons& reasons) {
+    for (const FieldIds& field : kFields) {
+        const auto found =
+            std::find_if(reasons.begin(), reasons.end(), [&](const auto& reason) { return reason.field == field.field; });
+        SetItemText(field.error, found == reasons.end() ? std::wstring() : found->text);
+    }
+}
+
+bool CConfigMiningPoolsDlg::TakeFields() {
+    if (!m_isNew && !m_current) return true;
+    const PoolFieldReasons reasons = m_isNew ? m_model.Add(Draft()) : m_model.Edit(*m_current, Draft());
+    ShowReasons(reasons);
+    if (reasons.empty()) {
+        if (m_isNew) m_current = m_model.Count() - 1;
+        m_isNew = false;
+        return true;
+    }
+    const auto* first = std::find_if(std::begin(kFields), std::end(kFields),
+                                     [&](const FieldIds& field) { return field.field == reasons.front().field; });
+    SetFocus(Item(first->control));
+    return false;
+}
+
+void CConfigMiningPoolsDlg::SelectPool(int item) {
+    if (TakeFields()) {
+        if (item >= 0) FillList(static_cast<std::size_t>(item));
+        return;
+    }
+    // The fields must be right, or their pool removed, before another one is looked at.
+    m_list.Select(m_isNew ? static_cast<int>(m_model.Count()) : static_cast<int>(*m_current));
+}
+
+void CConfigMiningPoolsDlg::AddPool() {
+    if (!TakeFields()) return;
+    m_isNew = true;
+    FillList(std::nullopt);
+    SetFocus(Item(IDC_POOLEDIT_NAME));
+}
+
+void CConfigMiningPoolsDlg::RemovePool() {
+    std::size_t next = m_model.Count();
+    if (m_isNew) {
+        m_isNew = false;
+    } else if (m_current) {
+        const std::wstring effect = m_model.RemovalText(*m_current);
+        if (!effect.empty()) {
+            const std::wstring question = effect + L"\n\nRemove the pool?";
+            if (MessageBoxW(Handle(), question.c_str(), kApplicationName, MB_OKCANCEL | MB_ICONWARNING) != IDOK) return;
+        }
+        next = *m_current;
+        m_model.Remove(*m_current);
+    }
+    const bool any = m_model.Count() > 0;
+    FillList(any ? std::optional(std::min(next, m_model.Count() - 1)) : std::nullopt);
+    SetFocus(m_list.Handle());
+}
+
+void CConfigMiningPoolsDlg::MovePool(int step) {
+    if (!m_current || !TakeFields()) return;
+    const auto target = static_cast<std::size_t>(static_cast<int>(*m_current) + step);
+    if (m_model.Move(*m_current, target)) FillList(target);
+}
+
+void CConfigMiningPoolsDlg::EnableButtons() {
+    const bool listed = m_current.has_value();
+    EnableItem(IDC_POOL_REMOVE, listed || m_isNew);
+    EnableItem(IDC_POOL_UP, listed && *m_current > 0);
+    EnableItem(IDC_POOL_DOWN, listed && *m_current + 1 < m_model.Count());
+}
+
+void CConfigMiningPoolsDlg::OnOK() {
+    if (!TakeFields()) return;
+    if (m_model.IsChanged() && !PublishEdited(Handle(), m_host, m_model)) return;
+    EndDialog(IDOK);
+}

@@ -1,0 +1,48 @@
+#include "gui/dialogs/DialogPlace.h"
+
+#include <vector>
+
+#include "gui/WindowPlacement.h"
+
+namespace {
+
+BOOL CALLBACK TakeWorkArea(HMONITOR monitor, HDC, LPRECT, LPARAM areas) {
+    MONITORINFO information = {};
+    information.cbSize = sizeof(information);
+    if (GetMonitorInfoW(monitor, &information)) {
+        const RECT& area = information.rcWork;
+        reinterpret_cast<std::vector<SettingsRect>*>(areas)->push_back({area.left, area.top, area.right, area.bottom});
+    }
+    return TRUE;
+}
+
+}  // namespace
+
+void RestoreDialogPlace(HWND dialog, const SettingsRect& place) {
+    if (place.IsEmpty()) return;
+    std::vector<SettingsRect> areas;
+    EnumDisplayMonitors(nullptr, nullptr, &TakeWorkArea, reinterpret_cast<LPARAM>(&areas));
+    const SettingsRect visible = PlaceOnScreen(place, areas);
+    SetWindowPos(dialog, nullptr, visible.left, visible.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+void KeepDialogPlace(HWND dialog, SettingsRect& place) {
+    WINDOWPLACEMENT placement = {};
+    placement.length = sizeof(placement);
+    if (!GetWindowPlacement(dialog, &placement)) return;
+    const RECT& normal = placement.rcNormalPosition;
+    place = {normal.left, normal.top, normal.right, normal.bottom};
+}
+
+bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurrent, MinerConfiguration configuration) {
+    constexpr wchar_t kReplaced[] =
+        L"The configuration was replaced meanwhile, by a remote controller. Save yours all the same, and lose the other?";
+    if (!isBasedOnCurrent && MessageBoxW(dialog, kReplaced, kApplicationName, MB_OKCANCEL | MB_ICONWARNING) != IDOK)
+        return false;
+    host.Configuration().Publish(std::move(configuration));
+    host.Configuration().Save();
+    const HWND owner = GetWindow(dialog, GW_OWNER);
+    PostMessageW(owner, kMessageRefresh, 0, 0);
+    PostMessageW(owner, kMessageWorker, 0, 0);
+    return true;
+}

@@ -1,0 +1,19 @@
+#pragma once
+#include <windows.h>
+#include "common/Messages.h"
+#include "common/Version.h"
+#include "gui/dialogs/MainDialogHost.h"
+
+// Puts a dialog where it was last, as far as that is on a screen; an empty place leaves it where it is.
+void RestoreDialogPlace(HWND dialog, const SettingsRect& place);
+void KeepDialogPlace(HWND dialog, SettingsRect& place);
+
+// Publishes what a dialog edited, saves it and has the main dialog (the owner) show it. False, with nothing changed: another
+// configuration was published meanwhile, and the user wants to keep that one.
+bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurrent, MinerConfiguration configuration);
+
+template <typename Model>
+bool PublishEdited(HWND dialog, IMainDialogHost& host, const Model& model) {
+    CConfigurationStore& store = host.Configuration();
+    return PublishConfiguration(dialog, host, model.IsBasedOn(store.Current()), model.Build(store.MakeBuilder()));
+}

@@ -1,0 +1,232 @@
+#include "gui/dialogs/QuorvelMinerDlg.h"
+
+#include "common/Messages.h"
+#include "common/SystemTime.h"
+#include "common/Version.h"
+#include "gui/DialogState.h"
+#include "gui/PortText.h"
+#include "gui/dialogs/DialogPlace.h"
+#include "gui/dialogs/resource.h"
+#include "toolkit/TaskDialog.h"
+#include "toolkit/report/ReportNotification.h"
+
+namespace {
+
+constexpr wchar_t kNothingToMine[] =
+    L"There are no GPUs/Pool that are configured to mine! Please verify your GPU/Pool configuration first!";
+
+const std::wstring kControlCaption = L"MinerControl connection settings";
+
+}  // namespace
+
+CQuorvelMinerDlg::CQuorvelMinerDlg(IMainDialogHost& host, const Looks& looks)
+    : CExDialog(IDD_MAIN, looks.themes),
+      m_host(host),
+      m_looks(looks),
+      m_interfaces(looks.themes.Paint()),
+      m_controlChoice(looks.themes.Paint()),
+      m_miningChoice(looks.themes.Paint()),
+      m_listenButton(looks.themes.Paint()),
+      m_miningButton(looks.themes.Paint()),
+      m_grid(looks.themes.Paint(), [this] { return GridSource(); }),
+      m_shown(host.Configuration().Current()),
+      m_unassigned(host.Configuration().UnassignedPool()) {}
+
+LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_TIMER:
+            if (wParam == kTimerId) OnTimer();
+            return 0;
+        case WM_COMMAND:
+            OnCommand(LOWORD(wParam), HIWORD(wParam));
+            break;
+        case WM_NOTIFY: {
+            const auto* header = reinterpret_cast<const NMHDR*>(lParam);
+            if (header->idFrom == IDC_GRID && header->code == kReportFocusedRowChanged) OnSelectionChanged();
+            return 0;
+        }
+        case WM_SYSCOMMAND:
+            if (OnSysCommand(static_cast<UINT>(wParam) & 0xFFF0)) return 0;
+            break;
+        case WM_CLOSE:
+            EndDialog(IDCANCEL);
+            return 0;
+        case WM_PAINT:
+            if (PaintIcon()) return 0;
+            break;
+        case WM_QUERYDRAGICON:
+            return reinterpret_cast<LRESULT>(m_looks.icon);
+        case WM_SIZE:
+            if (wParam == SIZE_MINIMIZED && m_host.Settings().HideMinimized != 0) ShowWindow(Handle(), SW_HIDE);
+            break;
+        case WM_DESTROY:
+            OnDestroy();
+            break;
+        case kMessageWorker:
+        case kMessageControlState:
+        case kMessageRefresh:
+        case kMessageMining:
+            return OnPosted(message, wParam);
+        case kNotifyIconMessage:
+            OnNotifyIcon(static_cast<UINT>(lParam));
+            return 0;
+        default:
+            if (message == CNotifyIcon::TaskbarCreated()) m_notifyIcon.ShowAgain();
+            break;
+    }
+    return CExDialog::OnMessage(message, wParam, lParam);
+}
+
+LRESULT CQuorvelMinerDlg::OnPosted(UINT message, WPARAM wParam) {
+    if (message == kMessageWorker) {
+        RefreshWorker();
+    } else if (message == kMessageControlState) {
+        OnControlState(static_cast<std::uint32_t>(wParam));
+    } else if (message == kMessageMining) {
+        OnMining(wParam == 1);
+    } else {
+        const int row = m_grid.FocusedRow();
+        m_grid.Populate(static_cast<int>(m_host.Gpus().size()));
+        m_grid.SetFocusedRow(row);
+        RefreshAll();
+    }
+    return 0;
+}
+
+void CQuorvelMinerDlg::OnCommand(int id, int code) {
+    RuntimeSettings& settings = m_host.Settings();
+    if (code == BN_CLICKED && id == IDC_START_LISTEN) {
+        OnListenButton();
+    } else if (code == BN_CLICKED && id == IDC_START_MINING) {
+        PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
+    } else if (code == CBN_SELCHANGE && id == IDC_CONTROL_CHOICE) {
+        settings.ControlState = static_cast<std::int32_t>(m_controlChoice.ItemData());
+        m_host.SaveSettings();
+    } else if (code == CBN_SELCHANGE && id == IDC_MINING_CHOICE) {
+        settings.MiningState = static_cast<std::int32_t>(m_miningChoice.ItemData());
+        m_host.SaveSettings();
+    }
+}
+
+void CQuorvelMinerDlg::OnTimer() {
+    if (m_host.IsRunning()) {
+        SetItemText(IDC_UPTIME, SpanText(CurrentTime(TimeMode::Utc).ticks - m_miningStart.ticks));
+        m_host.SendUpdateReport();
+    }
+    if (m_tick % kTelemetryTicks == 0) m_host.ReadTelemetry();
+    if (m_tick % kSaveTicks == 0) m_host.Configuration().Save();
+    RefreshAll();
+    ++m_tick;
+}
+
+void CQuorvelMinerDlg::OnDestroy() {
+    KillTimer(Handle(), kTimerId);
+    m_looks.windowChanged(nullptr);
+    m_notifyIcon.Remove();
+    m_host.CloseControl();
+    m_host.StopMining();
+    KeepDialogPlace(Handle(), m_host.Settings().WindowPos);
+}
+
+void CQuorvelMinerDlg::OnMining(bool start) {
+    if (start == m_host.IsRunning()) return;
+    if (start) {
+        if (!StartMining()) return;
+    } else {
+        StopMining();
+    }
+    m_host.SendUpdateReport();
+}
+
+// False: nothing is configured, and the user was told.
+bool CQuorvelMinerDlg::StartMining() {
+    if (m_host.Configuration().Current()->configurations.empty()) {
+        ShowTaskDialog(kApplicationName, kNothingToMine, TaskDialogIcon::Information);
+        return false;
+    }
+    if (m_host.StartMining() != 0) return true;
+    m_miningStart = CurrentTime(TimeMode::Utc);
+    m_host.Settings().LastMiningState = 1;
+    m_selectedGpu = nullptr;
+    OnSelectionChanged();
+    ShowState(IDC_MINING_STATE, MiningStateLook(true));
+    SetItemText(IDC_START_MINING, MiningButtonText(true));
+    RefreshAll();
+    return true;
+}
+
+void CQuorvelMinerDlg::StopMining() {
+    SetItemText(IDC_UPTIME, L"");
+    ShowState(IDC_MINING_STATE, MiningStateLook(false));
+    SetItemText(IDC_START_MINING, MiningButtonText(false));
+    m_host.Settings().LastMiningState = 0;
+    m_host.StopMining();
+    RefreshAll();
+}
+
+void CQuorvelMinerDlg::OnControlState(std::uint32_t state) {
+    if (state == m_controlState) return;
+    m_controlState = state;
+    Label(IDC_CONTROL_STATE).ResetBackgroundColor();
+    ShowState(IDC_CONTROL_STATE, ControlStateLook(state, Label(IDC_CONTROL_STATE).BackgroundColor()));
+    UpdateNotifyIcon();
+}
+
+void CQuorvelMinerDlg::OnListenButton() {
+    RuntimeSettings& settings = m_host.Settings();
+    if (m_host.IsControlOpen()) {
+        settings.LastControlState = 0;
+        StopListening();
+        return;
+    }
+    const PortResult port = ParsePort(ItemText(IDC_PORT));
+    if (!port.reason.empty()) {
+        ShowTaskDialog(kApplicationName, port.reason, TaskDialogIcon::Error);
+        SetFocus(Item(IDC_PORT));
+        return;
+    }
+    settings.HostIP = static_cast<std::uint32_t>(m_interfaces.ItemData());
+    settings.HostPort = port.port;
+    settings.LastControlState = 1;
+    StartListening();
+}
+
+void CQuorvelMinerDlg::StartListening() {
+    m_host.OpenControl();
+    PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Listening), 0);
+    SetItemText(IDC_START_LISTEN, ListenButtonText(true));
+    EnableListenFields(false);
+    SetItemText(IDC_CONTROL_SEPARATOR, kControlCaption + m_host.ControlWarning());
+}
+
+void CQuorvelMinerDlg::StopListening() {
+    m_host.CloseControl();
+    PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Offline), 0);
+    SetItemText(IDC_START_LISTEN, ListenButtonText(false));
+    EnableListenFields(true);
+    SetItemText(IDC_CONTROL_SEPARATOR, kControlCaption);
+}
+
+void CQuorvelMinerDlg::EnableListenFields(bool enable) {
+    for (const int id : {IDC_INTERFACE_LABEL, IDC_PORT_LABEL, IDC_PORT})
+        EnableItem(id, enable);
+    // A list of one is no choice.
+    EnableItem(IDC_INTERFACE, enable && m_interfaces.Count() >= 2);
+}
+
+void CQuorvelMinerDlg::OnSelectionChanged() {
+    SelectGpu(m_grid.FocusedRow());
+}
+
+bool CQuorvelMinerDlg::PaintIcon() {
+    if (!IsIconic(Handle())) return false;
+    PAINTSTRUCT paint = {};
+    const HDC device = BeginPaint(Handle(), &paint);
+    RECT client = {};
+    GetClientRect(Handle(), &client);
+    const int width = GetSystemMetrics(SM_CXICON);
+    const int height = GetSystemMetrics(SM_CYICON);
+    DrawIcon(device, (client.right - width + 1) / 2, (client.bottom - height + 1) / 2, m_looks.icon);
+    EndPaint(Handle(), &paint);
+    return true;
+}

@@ -1,0 +1,125 @@
+// The main dialog's system menu and its icon in the notification area.
+#include "common/Messages.h"
+#include "common/Version.h"
+#include "gui/DialogState.h"
+#include "gui/dialogs/AboutDlg.h"
+#include "gui/dialogs/ConfigMiningPoolsDlg.h"
+#include "gui/dialogs/ConfigWorkerDlg.h"
+#include "gui/dialogs/QuorvelMinerDlg.h"
+#include "toolkit/Clipboard.h"
+
+namespace {
+
+struct ThemeEntry {
+    UINT command;
+    int theme;
+};
+
+constexpr ThemeEntry kThemeEntries[] = {{kMenuThemeDefault, 0},
+                                        {kMenuThemeLight, kThemeLight},
+                                        {kMenuThemeDark, kThemeDark},
+                                        {kMenuThemeOffice, kThemeOfficeWhite}};
+
+constexpr UINT kNotifyOpen = 1;
+constexpr UINT kNotifyMining = 2;
+constexpr UINT kNotifyExit = 3;
+
+}  // namespace
+
+bool CQuorvelMinerDlg::OnSysCommand(UINT command) {
+    for (const ThemeEntry& entry : kThemeEntries) {
+        if (entry.command != command) continue;
+        m_host.Settings().Theme = entry.theme;
+        m_host.SaveSettings();
+        ChooseTheme(entry.theme);
+        return true;
+    }
+    switch (command) {
+        case kMenuAbout:
+            CAboutDlg(Themes(), m_looks.icon, m_looks.largeFont).DoModal(Handle());
+            return true;
+        case kMenuPools:
+            EditPools();
+            return true;
+        case kMenuWorker:
+            EditWorker();
+            return true;
+        case kMenuDiagnostics:
+            CopyDiagnostics();
+            return true;
+        case kMenuHideMinimized:
+            ToggleHideMinimized();
+            return true;
+        default:
+            return false;
+    }
+}
+
+// theme: as in the settings, 0 is the program's choice.
+void CQuorvelMinerDlg::ChooseTheme(int theme) {
+    Themes().SelectTheme(theme == 0 ? kDefaultTheme : theme);
+    CheckTheme();
+    BroadcastThemeChange(Handle());
+}
+
+void CQuorvelMinerDlg::CheckTheme() {
+    const HMENU menu = GetSystemMenu(Handle(), FALSE);
+    for (const ThemeEntry& entry : kThemeEntries) {
+        const bool isChosen = entry.theme == m_host.Settings().Theme;
+        CheckMenuItem(menu, entry.command, isChosen ? MF_CHECKED : MF_UNCHECKED);
+    }
+}
+
+void CQuorvelMinerDlg::CopyDiagnostics() {
+    CopyTextToClipboard(Handle(), m_host.Diagnostics());
+}
+
+void CQuorvelMinerDlg::ToggleHideMinimized() {
+    std::int32_t& setting = m_host.Settings().HideMinimized;
+    setting = setting == 0 ? 1 : 0;
+    m_host.SaveSettings();
+    CheckMenuItem(GetSystemMenu(Handle(), FALSE), kMenuHideMinimized, setting != 0 ? MF_CHECKED : MF_UNCHECKED);
+}
+
+void CQuorvelMinerDlg::UpdateNotifyIcon() {
+    const std::wstring tip = std::wstring(kApplicationName) + L"\n" + MiningStateLook(m_host.IsRunning()).text +
+                             L"\nControl: " + ControlStateLook(m_controlState, 0).text;
+    m_notifyIcon.Show(Handle(), kNotifyIconMessage, m_looks.icon, tip);
+}
+
+void CQuorvelMinerDlg::OnNotifyIcon(UINT mouseMessage) {
+    if (mouseMessage == WM_LBUTTONDBLCLK) Restore();
+    if (mouseMessage == WM_RBUTTONUP) ShowNotifyMenu();
+}
+
+void CQuorvelMinerDlg::ShowNotifyMenu() {
+    const HMENU menu = CreatePopupMenu();
+    AppendMenuW(menu, MF_STRING, kNotifyOpen, L"&Open");
+    AppendMenuW(menu, MF_STRING, kNotifyMining, MiningButtonText(m_host.IsRunning()));
+    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(menu, MF_STRING, kNotifyExit, L"E&xit");
+    SetMenuDefaultItem(menu, kNotifyOpen, FALSE);
+    POINT point = {};
+    GetCursorPos(&point);
+    // Without being in front the window would not hear that the menu was left.
+    SetForegroundWindow(Handle());
+    const auto command = TrackPopupMenu(menu, TPM_RETURNCMD | TPM_NONOTIFY, point.x, point.y, 0, Handle(), nullptr);
+    PostMessageW(Handle(), WM_NULL, 0, 0);
+    DestroyMenu(menu);
+    if (command == kNotifyOpen) Restore();
+    if (command == kNotifyMining) PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
+    if (command == kNotifyExit) PostMessageW(Handle(), WM_CLOSE, 0, 0);
+}
+
+void CQuorvelMinerDlg::Restore() {
+    ShowWindow(Handle(), IsIconic(Handle()) || !IsWindowVisible(Handle()) ? SW_RESTORE : SW_SHOW);
+    SetForegroundWindow(Handle());
+}
+
+void CQuorvelMinerDlg::EditPools() {
+    CConfigMiningPoolsDlg(m_host, Themes()).DoModal(Handle());
+}
+
+void CQuorvelMinerDlg::EditWorker() {
+    CConfigWorkerDlg(m_host, Themes()).DoModal(Handle());
+}

@@ -1,0 +1,190 @@
+// How the main dialog comes up.
+#include <memory>
+
+#include "common/CodePage.h"
+#include "common/Messages.h"
+#include "common/Version.h"
+#include "gui/DialogState.h"
+#include "gui/LocalInterfaces.h"
+#include "gui/dialogs/DialogPlace.h"
+#include "gui/dialogs/QuorvelMinerDlg.h"
+#include "gui/dialogs/SystemText.h"
+#include "gui/dialogs/resource.h"
+
+namespace {
+
+constexpr int kStateLabels[] = {IDC_POOL_CONNECTED, IDC_POOL_ROLE,  IDC_TOTAL_RATE,    IDC_TOTAL_SHARES,
+                                IDC_GPU_RATE,       IDC_GPU_SHARES, IDC_CONTROL_STATE, IDC_MINING_STATE};
+constexpr int kLargeLabels[] = {IDC_CONTROL_STATE, IDC_MINING_STATE, IDC_TOTAL_RATE,
+                                IDC_TOTAL_SHARES,  IDC_GPU_RATE,     IDC_GPU_SHARES};
+constexpr int kSmallLabels[] = {IDC_POOL_CONNECTED, IDC_POOL_ROLE};
+constexpr int kSeparators[] = {IDC_POOL_SEPARATOR, IDC_GPU_SEPARATOR, IDC_CONTROL_SEPARATOR, IDC_MINER_SEPARATOR,
+                               IDC_GRID_SEPARATOR};
+constexpr int kFields[] = {IDC_POOL_NAME,    IDC_DIFFICULTY, IDC_POOL_SERVER, IDC_LAST_SHARE,   IDC_JOB,
+                           IDC_POOL_MESSAGE, IDC_GPU_TYPE,   IDC_GPU_MEMORY,  IDC_MEMORY_CLOCK, IDC_COMPUTE,
+                           IDC_TEMPERATURE,  IDC_FAN,        IDC_CORE_CLOCK,  IDC_HOST_NAME,    IDC_WORKER,
+                           IDC_UPTIME,       IDC_PORT};
+// What grows with the dialog's width; what stands to the right of it moves.
+constexpr int kStretched[] = {IDC_POOL_SEPARATOR, IDC_GPU_SEPARATOR, IDC_CONTROL_SEPARATOR, IDC_MINER_SEPARATOR,
+                              IDC_GRID_SEPARATOR, IDC_POOL_NAME,     IDC_POOL_SERVER,       IDC_JOB,
+                              IDC_POOL_MESSAGE,   IDC_GPU_TYPE};
+constexpr int kMoved[] = {IDC_DIFFICULTY_LABEL,
+                          IDC_DIFFICULTY,
+                          IDC_LAST_SHARE_LABEL,
+                          IDC_LAST_SHARE,
+                          IDC_POOL_CONNECTED,
+                          IDC_POOL_ROLE,
+                          IDC_TOTAL_RATE,
+                          IDC_TOTAL_SHARES,
+                          IDC_GPU_MEMORY_LABEL,
+                          IDC_GPU_MEMORY,
+                          IDC_MEMORY_CLOCK_LABEL,
+                          IDC_MEMORY_CLOCK,
+                          IDC_FAN_LABEL,
+                          IDC_FAN,
+                          IDC_CORE_CLOCK_LABEL,
+                          IDC_CORE_CLOCK,
+                          IDC_GPU_RATE,
+                          IDC_GPU_SHARES,
+                          IDC_INTERFACE_LABEL,
+                          IDC_INTERFACE,
+                          IDC_PORT_LABEL,
+                          IDC_PORT,
+                          IDC_START_LISTEN,
+                          IDC_CONTROL_CHOICE_LABEL,
+                          IDC_CONTROL_CHOICE,
+                          IDC_HOST_NAME_LABEL,
+                          IDC_HOST_NAME,
+                          IDC_WORKER_LABEL,
+                          IDC_WORKER,
+                          IDC_START_MINING,
+                          IDC_UPTIME_LABEL,
+                          IDC_UPTIME,
+                          IDC_MINING_CHOICE_LABEL,
+                          IDC_MINING_CHOICE};
+
+constexpr int kPortCharacters = 5;
+constexpr std::uint64_t kShownPort = 8010;
+
+}  // namespace
+
+bool CQuorvelMinerDlg::OnInitDialog() {
+    TakeControls();
+    CExDialog::OnInitDialog();
+    m_looks.windowChanged(Handle());
+    SetFonts();
+    PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Offline), 0);
+    SetUpSystemMenu();
+    SendMessageW(Handle(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_looks.icon));
+    SendMessageW(Handle(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(m_looks.icon));
+    SetText(std::wstring(kApplicationName) + L" (Version: " + NarrowToWide(kVersionText) + L")");
+    FillChoices();
+    SendMessageW(Item(IDC_PORT), EM_LIMITTEXT, kPortCharacters, 0);
+    m_edits.at(IDC_PORT)->SetNumber(kShownPort);
+    FillInterfaces();
+    SetItemText(IDC_HOST_NAME, m_host.HostName());
+    RefreshWorker();
+    CreateGrid();
+    SetUpResize();
+    ShowState(IDC_MINING_STATE, MiningStateLook(false));
+    SetItemText(IDC_START_MINING, MiningButtonText(false));
+    StartAsChosen();
+    RefreshAll();
+    RefreshGpuStatic();
+    SetTimer(Handle(), kTimerId, kTimerPeriodMs, nullptr);
+    ChooseTheme(m_host.Settings().Theme);
+    RestoreDialogPlace(Handle(), m_host.Settings().WindowPos);
+    UpdateNotifyIcon();
+    return true;
+}
+
+void CQuorvelMinerDlg::TakeControls() {
+    const auto take = [this](auto& map, const auto& ids) {
+        for (const int id : ids) {
+            auto& control = map[id];
+            using Control = typename std::decay_t<decltype(control)>::element_type;
+            control = std::make_unique<Control>(Paint());
+            control->SubclassDlgItem(Handle(), id);
+        }
+    };
+    take(m_labels, kStateLabels);
+    take(m_separators, kSeparators);
+    take(m_edits, kFields);
+    m_interfaces.SubclassDlgItem(Handle(), IDC_INTERFACE);
+    m_controlChoice.SubclassDlgItem(Handle(), IDC_CONTROL_CHOICE);
+    m_miningChoice.SubclassDlgItem(Handle(), IDC_MINING_CHOICE);
+    m_listenButton.SubclassDlgItem(Handle(), IDC_START_LISTEN);
+    m_miningButton.SubclassDlgItem(Handle(), IDC_START_MINING);
+}
+
+void CQuorvelMinerDlg::SetFonts() {
+    for (const int id : kLargeLabels)
+        SendMessageW(Item(id), WM_SETFONT, reinterpret_cast<WPARAM>(m_looks.largeFont), TRUE);
+    for (const int id : kSmallLabels) {
+        SendMessageW(Item(id), WM_SETFONT, reinterpret_cast<WPARAM>(m_looks.smallFont), TRUE);
+        Label(id).SetTextColor(kLightText);
+    }
+}
+
+void CQuorvelMinerDlg::SetUpSystemMenu() {
+    const HMENU menu = GetSystemMenu(Handle(), FALSE);
+    const std::wstring about = LoadText(IDS_ABOUT);
+    if (menu == nullptr || about.empty()) return;
+    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(menu, MF_STRING, kMenuPools, L"Mining &pools...");
+    AppendMenuW(menu, MF_STRING, kMenuWorker, L"&Worker...");
+    const HMENU themes = CreatePopupMenu();
+    AppendMenuW(themes, MF_STRING, kMenuThemeDefault, L"D&efault");
+    AppendMenuW(themes, MF_STRING, kMenuThemeLight, L"&Light");
+    AppendMenuW(themes, MF_STRING, kMenuThemeDark, L"&Dark");
+    AppendMenuW(themes, MF_STRING, kMenuThemeOffice, L"&White");
+    AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(themes), L"&Theme");
+    AppendMenuW(menu, MF_STRING, kMenuHideMinimized, L"&Hide when minimised");
+    AppendMenuW(menu, MF_STRING, kMenuDiagnostics, L"Copy &diagnostics");
+    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(menu, MF_STRING, kMenuAbout, about.c_str());
+    CheckMenuItem(menu, kMenuHideMinimized, m_host.Settings().HideMinimized != 0 ? MF_CHECKED : MF_UNCHECKED);
+}
+
+void CQuorvelMinerDlg::FillChoices() {
+    const auto fill = [](CExComboBox& list, const auto& texts, std::int32_t setting) {
+        for (std::size_t i = 0; i < std::size(texts); ++i)
+            list.AddItem(texts[i], i);
+        if (const auto index = StartChoiceIndex(setting)) list.Select(static_cast<int>(*index));
+    };
+    fill(m_controlChoice, kControlChoices, m_host.Settings().ControlState);
+    fill(m_miningChoice, kMiningChoices, m_host.Settings().MiningState);
+}
+
+void CQuorvelMinerDlg::FillInterfaces() {
+    for (const LocalInterface& entry : LocalInterfaces())
+        m_interfaces.AddItem(entry.text, entry.address);
+    if (m_interfaces.SelectByData(m_host.Settings().HostIP) != 0) m_interfaces.Select(0);
+    EnableItem(IDC_INTERFACE, m_interfaces.Count() >= 2);
+}
+
+void CQuorvelMinerDlg::CreateGrid() {
+    RECT place = {};
+    GetWindowRect(Item(IDC_GRID_PLACE), &place);
+    MapWindowPoints(nullptr, Handle(), reinterpret_cast<POINT*>(&place), 2);
+    m_grid.Create(Handle(), IDC_GRID, place, WS_CHILD | WS_VISIBLE | WS_BORDER | WS_TABSTOP);
+    SendMessageW(m_grid.Handle(), WM_SETFONT, static_cast<WPARAM>(SendMessageW(Handle(), WM_GETFONT, 0, 0)), FALSE);
+    m_grid.SetUpColumns();
+    m_grid.Populate(static_cast<int>(m_host.Gpus().size()));
+}
+
+void CQuorvelMinerDlg::SetUpResize() {
+    Resize().Begin(Handle());
+    for (const int id : kStretched)
+        Resize().SetRule(id, ResizeRule::StretchRight());
+    for (const int id : kMoved)
+        Resize().SetRule(id, ResizeRule::MoveRight());
+    Resize().SetRule(m_grid.Handle(), ResizeRule::StretchBoth());
+}
+
+void CQuorvelMinerDlg::StartAsChosen() {
+    const RuntimeSettings& settings = m_host.Settings();
+    if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
+    if (ShouldStartMining(settings)) OnMining(true);
+    if (ShouldListen(settings)) StartListening();
+}

@@ -1,0 +1,168 @@
+// The channel on real sockets of this machine.
+#include <gtest/gtest.h>
+#include "../net/ScriptedPeer.h"
+#include "RecordingHost.h"
+#include "control/SocketMiner.h"
+
+namespace {
+
+using Events = std::vector<std::string>;
+
+constexpr char kConnect[] = "{\"cmd\":\"connect\",\"params\":{}}\n";
+constexpr char kStart[] = "{\"cmd\":\"start-mining\",\"params\":{}}\n";
+
+// A controller that says all it has to say and ends its half of the connection.
+CPeerLink HalfClosedLink(std::uint32_t port, std::string_view text) {
+    CSocket socket(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<u_short>(port));
+    const bool isOpen = connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    EXPECT_TRUE(isOpen && send(socket.Get(), text.data(), static_cast<int>(text.size()), 0) > 0);
+    EXPECT_EQ(shutdown(socket.Get(), SD_SEND), 0);
+    return CPeerLink(std::move(socket));
+}
+
+class SocketMiner : public testing::Test {
+  protected:
+    void Open(std::string token = {}, std::uint32_t address = htonl(INADDR_LOOPBACK)) {
+        EndpointRecord endpoint;
+        endpoint.address = address;
+        endpoint.port = port;
+        endpoint.reconnectInterval = 50;
+        miner.Open(endpoint, std::move(token));
+    }
+    // A controller that has said "connect" and got its report.
+    CPeerLink Join() {
+        CPeerLink link = CPeerLink::To(port);
+        EXPECT_TRUE(link.Send(kConnect));
+        EXPECT_EQ(link.ReadLine().substr(0, 32), R"({"cmd":"system","params":{"hostn)");
+        return link;
+    }
+
+    CRecordingHost host;
+    CSocketMiner miner{host};
+    const std::uint32_t port = CScriptedPeer::FreePort();
+};
+
+TEST_F(SocketMiner, ControllersComeAndGo) {
+    Open({}, 0);
+    EXPECT_TRUE(miner.IsOpen() && !miner.IsConnected());
+    const Events warning = host.Take();
+    EXPECT_TRUE(warning.size() == 1 && warning[0].starts_with("log Warning: ")) << "open to everybody";
+    miner.SendUpdateReport();
+    CPeerLink first = Join();
+    EXPECT_TRUE(miner.IsConnected());
+    EXPECT_EQ(host.Take(), Events{"state 3"});
+    miner.SendUpdateReport();
+    EXPECT_EQ(first.ReadLine().substr(0, 49), R"({"cmd":"update","params":{"status":"mining","GpuD)");
+    miner.SendErrorReport(PoolError());
+    EXPECT_EQ(first.ReadLine(), R"({"cmd":"errorinfo","params":{"time":0,"id":0,"text":""}})");
+
+    first.Send("{\"cmd\":\"start-mi");  // never finished
+    first.Reset();
+    CPeerLink second = Join();
+    second.Send(kStart);
+    EXPECT_TRUE(host.WaitFor("mining 1"));
+    miner.Close();
+    EXPECT_TRUE(second.IsClosedByOther());
+    EXPECT_FALSE(miner.IsOpen() || miner.IsConnected());
+    EXPECT_EQ(host.Take(), Events{"mining 1"});
+
+    Open();
+    Join();
+    EXPECT_EQ(host.Take(), Events{"state 3"});
+}
+
+TEST_F(SocketMiner, AControllerThatHasFinishedWritingStillGetsReports) {
+    Open();
+    Join().Reset();  // it listens
+    CPeerLink link = HalfClosedLink(port, std::string(kConnect) + kStart);
+    EXPECT_TRUE(host.WaitFor("mining 1"));
+    EXPECT_NE(link.ReadLine(), "");
+    miner.SendUpdateReport();
+    EXPECT_EQ(link.ReadLine().substr(0, 15), R"({"cmd":"update")");
+    EXPECT_TRUE(miner.IsConnected());
+}
+
+TEST_F(SocketMiner, ManyLinesInOnePacketAreObeyedInOrder) {
+    Open();
+    CPeerLink link = CPeerLink::To(port);
+    std::string packet;
+    for (int i = 0; i < 200; ++i)
+        packet += "{\"cmd\":\"workername\",\"params\":{\"workername\":\"" + std::to_string(i) + "\"}}\n\n{]\xFF\n";
+    ASSERT_TRUE(link.Send(packet + kStart));
+    ASSERT_TRUE(host.WaitFor("mining 1"));
+    const Events events = host.Take();
+    ASSERT_EQ(events.size(), 202u);
+    for (std::size_t i = 0; i < 200; ++i)
+        EXPECT_EQ(events[i + 1], "worker " + std::to_string(i));
+}
+
+// One that stops reading costs its sender no waiting, and its connection; the next is served as ever.
+TEST_F(SocketMiner, AControllerThatDoesNotReadIsDropped) {
+    const std::vector<QvGpuRecord*> gpus(500, &host.A());
+    host.manyGpus = gpus;
+    Open();
+    CPeerLink deaf = CPeerLink::To(port);
+    ASSERT_TRUE(host.WaitFor("state 3"));
+    ULONGLONG slowest = 0;
+    for (int i = 0; i < 1000 && miner.IsConnected(); ++i) {
+        const ULONGLONG start = GetTickCount64();
+        miner.SendUpdateReport();
+        slowest = std::max(slowest, GetTickCount64() - start);
+    }
+    EXPECT_FALSE(miner.IsConnected());
+    EXPECT_LT(slowest, 1000u);
+    ASSERT_TRUE(host.WaitFor("state 2"));
+    EXPECT_EQ(host.Take(),
+              (Events{"state 3", "log The controller does not read its reports; its connection is closed", "state 2"}));
+    EXPECT_TRUE(deaf.IsClosedByOther());
+    EXPECT_TRUE(miner.IsOpen());
+
+    host.manyGpus.clear();
+    CPeerLink next = Join();
+    miner.SendUpdateReport();
+    EXPECT_NE(next.ReadLine(), "");
+    EXPECT_EQ(host.Take(), Events{"state 3"});
+    miner.Close();
+    EXPECT_FALSE(miner.IsOpen());
+}
+
+TEST_F(SocketMiner, ALineWithoutEndCostsTheConnection) {
+    Open();
+    CPeerLink flood = CPeerLink::To(port);
+    const std::string block(256 * 1024, 'x');
+    for (int i = 0; i < 40 && flood.Send(block); ++i) {
+    }
+    EXPECT_TRUE(host.WaitFor("log The controller sent a line without end; its connection is closed"));
+    EXPECT_TRUE(flood.IsClosedByOther());
+    Join();
+}
+
+TEST_F(SocketMiner, StrangersAreRefusedInSilence) {
+    Open("secret");
+    CPeerLink link = CPeerLink::To(port);
+    for (int i = 0; i < 20; ++i)
+        link.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"guess\",\"workername\":\"mine\"}}\n");
+    link.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"secret\"}}\n");
+    EXPECT_EQ(link.ReadLine().substr(0, 15), R"({"cmd":"system")");
+    EXPECT_EQ(host.Take(), (Events{"state 3", "log Commands of a controller without the right token were refused: 1"}));
+    miner.SendErrorReport(PoolError());
+    EXPECT_EQ(link.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")") << "nothing was sent for the refused ones";
+}
+
+TEST_F(SocketMiner, HundredsOfConnectionsInARowAreHarmless) {
+    Open();
+    for (int i = 0; i < 200; ++i) {
+        CPeerLink link = CPeerLink::To(port);
+        ASSERT_TRUE(link.IsOpen());
+        link.Send(i % 2 == 0 ? "{\"cmd\":\"stop-mining\",\"par" : "\n");
+        if (i % 3 == 0) link.Reset();
+    }
+    Join();
+    EXPECT_EQ(host.Take(), Events{"state 3"});
+}
+
+}  // namespace
