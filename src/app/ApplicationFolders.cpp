@@ -45,6 +45,7 @@ void SetUpFonts(ApplicationFolders& folders) {
     const LOGFONTW font = DefaultFont();
     folders.largeFont = MakeFont(font, kLargeFontPoints, folders.verticalPixelsPerInch);
     folders.smallFont = MakeFont(font, kSmallFontPoints, folders.verticalPixelsPerInch);
+    folders.textFont.reset(CreateFontIndirectW(&font));
 }
 
 }  // namespace

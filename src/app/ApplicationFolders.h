@@ -12,6 +12,7 @@ using FontHandle = std::unique_ptr<std::remove_pointer_t<HFONT>, FontDeleter>;
 struct ApplicationFolders {
     FontHandle largeFont;  // 19 points
     FontHandle smallFont;  // 13 points
+    FontHandle textFont;   // what the system writes its messages with
     int horizontalPixelsPerInch = 96;
     int verticalPixelsPerInch = 96;
     std::wstring moduleFileName;      // file name alone

@@ -145,6 +145,7 @@ void CQuorvelMinerApp::RunDialog() {
                                    .icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_APPLICATION_ICON)),
                                    .largeFont = m_folders.largeFont.get(),
                                    .smallFont = m_folders.smallFont.get(),
+                                   .gridFont = m_folders.textFont.get(),
                                    .windowChanged = [this](HWND window) { m_mainWindow = window; }});
     m_pMainWnd = &dialog;
     dialog.DoModal(nullptr);

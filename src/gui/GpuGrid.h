@@ -28,12 +28,12 @@ inline constexpr std::uint16_t kEmptyGridTextId = 108;
 // Together as wide as the grid in the dialog as it opens, less a scroll bar.
 inline constexpr std::array<GridColumn, 8> kGpuColumns = {{
     {GpuColumn::Id, 109, 30, 24, GridAlign::Right, false},
-    {GpuColumn::Device, 102, 168, 80, GridAlign::Left, true},
-    {GpuColumn::CudaVersion, 103, 62, 40, GridAlign::Right, false},
-    {GpuColumn::PoolConfig, 104, 126, 60, GridAlign::Left, true},
+    {GpuColumn::Device, 102, 158, 80, GridAlign::Left, true},
+    {GpuColumn::CudaVersion, 103, 76, 40, GridAlign::Right, false},
+    {GpuColumn::PoolConfig, 104, 112, 60, GridAlign::Left, true},
     {GpuColumn::Speed, 105, 96, 60, GridAlign::Right, false},
     {GpuColumn::Shares, 106, 124, 70, GridAlign::Right, false},
-    {GpuColumn::LastShare, 107, 68, 50, GridAlign::Right, false},
+    {GpuColumn::LastShare, 107, 78, 50, GridAlign::Right, false},
     {GpuColumn::Stals, 110, 42, 34, GridAlign::Right, false},
 }};
 

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int kArrowAt96Dpi = 7;
+constexpr int kFieldDialogUnits = 14;
 
 void DrawArrow(HDC device, const RECT& place, COLORREF color) {
     const int half = ScaleForDpi(kArrowAt96Dpi) / 2;
@@ -33,6 +34,18 @@ std::wstring SelectedText(HWND combo) {
 }
 
 }  // namespace
+
+// The system makes it as high as its font wants; the edit fields beside it are given in dialog units.
+void CXTPComboBox::PreSubclassWindow() {
+    RECT field = {0, 0, 0, kFieldDialogUnits};
+    if (!MapDialogRect(GetParent(Handle()), &field)) return;
+    // What its own border adds to the height that is set shows only afterwards.
+    constexpr auto kClosedField = static_cast<WPARAM>(-1);
+    SendMessageW(Handle(), CB_SETITEMHEIGHT, kClosedField, field.bottom);
+    RECT window = {};
+    GetWindowRect(Handle(), &window);
+    SendMessageW(Handle(), CB_SETITEMHEIGHT, kClosedField, 2 * field.bottom - (window.bottom - window.top));
+}
 
 LRESULT CXTPComboBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_CTLCOLORLISTBOX) {

@@ -7,6 +7,7 @@ class CXTPComboBox : public CXTPControl {
     using CXTPControl::CXTPControl;
 
   protected:
+    void PreSubclassWindow() override;
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnDraw(HDC device, const RECT& area) override;
 };

@@ -60,7 +60,6 @@ HFONT CaptionFont() {
     NONCLIENTMETRICSW metrics = {};
     metrics.cbSize = sizeof(metrics);
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics.cbSize, &metrics, 0);
-    metrics.lfCaptionFont.lfWeight = FW_NORMAL;
     return CreateFontIndirectW(&metrics.lfMessageFont);
 }
 

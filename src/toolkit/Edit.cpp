@@ -44,6 +44,9 @@ LRESULT CXTPEdit::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_NCPAINT:
             DrawBorder();
             return 0;
+        case WM_NCHITTEST:
+            // The space around the text belongs to it: a click there sets the caret.
+            return HTCLIENT;
         case WM_SETFOCUS:
         case WM_KILLFOCUS:
         case WM_ENABLE: {

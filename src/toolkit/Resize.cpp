@@ -24,13 +24,18 @@ RECT ResizedPlace(const RECT& place, SIZE growth, const ResizeRule& rule) {
 
 void CXTPResize::Begin(HWND dialog) {
     RECT client = {};
-    RECT window = {};
     GetClientRect(dialog, &client);
-    GetWindowRect(dialog, &window);
     m_dialog = dialog;
     m_first = {client.right, client.bottom};
-    m_minimum = {window.right - window.left, window.bottom - window.top};
     m_entries.clear();
+    NoteFrame(client);
+}
+
+void CXTPResize::NoteFrame(const RECT& client) {
+    if (IsZoomed(m_dialog) || IsIconic(m_dialog)) return;
+    RECT window = {};
+    GetWindowRect(m_dialog, &window);
+    m_frame = {window.right - window.left - client.right, window.bottom - window.top - client.bottom};
 }
 
 void CXTPResize::SetRule(int id, const ResizeRule& rule) {
@@ -44,6 +49,7 @@ void CXTPResize::SetRule(HWND control, const ResizeRule& rule) {
 void CXTPResize::Apply() {
     RECT client = {};
     GetClientRect(m_dialog, &client);
+    NoteFrame(client);
     const SIZE growth = {client.right - m_first.cx, client.bottom - m_first.cy};
     HDWP positions = BeginDeferWindowPos(static_cast<int>(m_entries.size()));
     for (const Entry& entry : m_entries) {
@@ -51,8 +57,7 @@ void CXTPResize::Apply() {
         const RECT place = ResizedPlace(entry.place, growth, entry.rule);
         const SIZE size = {place.right - place.left, place.bottom - place.top};
         // To set the size of a closed drop-down list would take its list away.
-        const bool keepsSize =
-            size.cx == entry.place.right - entry.place.left && size.cy == entry.place.bottom - entry.place.top;
+        const bool keepsSize = entry.rule.left == entry.rule.right && entry.rule.top == entry.rule.bottom;
         positions = DeferWindowPos(positions, entry.control, nullptr, place.left, place.top, size.cx, size.cy,
                                    SWP_NOZORDER | SWP_NOACTIVATE | (keepsSize ? SWP_NOSIZE : 0U));
     }

@@ -27,8 +27,8 @@ class CXTPResize {
     void SetRule(int id, const ResizeRule& rule);
     void SetRule(HWND control, const ResizeRule& rule);
     void Apply();
-    // The least size of the whole window: its first one.
-    SIZE MinimumSize() const { return m_minimum; }
+    // The least size of the whole window: the first client area within the present frame.
+    SIZE MinimumSize() const { return {m_first.cx + m_frame.cx, m_first.cy + m_frame.cy}; }
     bool IsStarted() const { return m_dialog != nullptr; }
 
   private:
@@ -37,8 +37,11 @@ class CXTPResize {
         RECT place;
         ResizeRule rule;
     };
+    // The theme may change the frame at any time.
+    void NoteFrame(const RECT& client);
+
     HWND m_dialog = nullptr;
-    SIZE m_first = {};    // client area
-    SIZE m_minimum = {};  // whole window
+    SIZE m_first = {};  // client area
+    SIZE m_frame = {};  // what the window is larger than its client area
     std::vector<Entry> m_entries;
 };

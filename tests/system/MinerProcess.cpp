@@ -2,12 +2,14 @@
 
 #include <fstream>
 #include <regex>
+#include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr DWORD kWindowMilliseconds = 30000;
+constexpr int kGridId = 100;
 constexpr wchar_t kTitleStart[] = L"Quorvel-Miner (Version";
 
 // The UUIDs of the simulated cards, in the order of the file.
@@ -34,6 +36,9 @@ CMinerRig::CMinerRig(Driver driver) {
     fs::remove_all(m_folder);
     fs::create_directories(m_folder / "Algos");
     fs::create_directories(m_folder / "Settings");
+    fs::create_directories(m_folder / "Styles");
+    for (const char* style : {"Office2013.dll", "VisualStudio2012.dll"})
+        fs::copy_file(fs::path(QV_STYLES) / style, m_folder / "Styles" / style);
     fs::copy_file(QV_MINER, m_folder / "Quorvel-Miner.exe");
     fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder / "Algos" / "EtchashCpu.dll");
     if (driver == Driver::Missing) return;
@@ -78,6 +83,27 @@ HWND CMinerRig::Start() {
         return m_window != nullptr || !m_process.IsRunning();
     });
     return m_window;
+}
+
+std::wstring CMinerRig::ItemText(int id) const {
+    wchar_t text[4000] = {};
+    // Across processes only the message reaches a control's text.
+    DWORD_PTR ignored = 0;
+    SendMessageTimeoutW(GetDlgItem(m_window, id), WM_GETTEXT, 4000, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 5000,
+                        &ignored);
+    return text;
+}
+
+bool CMinerRig::WaitForText(int id, const std::wstring& text, DWORD milliseconds) const {
+    return WaitUntil(milliseconds, [&] { return ItemText(id) == text; });
+}
+
+std::vector<std::wstring> CMinerRig::GridLines() const {
+    std::wistringstream text(ItemText(kGridId));
+    std::vector<std::wstring> lines;
+    for (std::wstring line; std::getline(text, line);)
+        lines.push_back(line);
+    return lines;
 }
 
 int CMinerRig::Close() {

@@ -26,6 +26,15 @@ class CMinerRig {
     HWND Start();
     // Closes the main window and waits for the end of the process: its exit code, -1 when it did not end.
     int Close();
+    HWND Window() const { return m_window; }
+    // Of the main dialog, by the numbers that stay the same from version to version.
+    std::wstring ItemText(int id) const;
+    bool WaitForText(int id, const std::wstring& text, DWORD milliseconds = 15000) const;
+    bool IsItemEnabled(int id) const { return IsWindowEnabled(GetDlgItem(m_window, id)) != FALSE; }
+    // As a click with the mouse.
+    void Click(int id) const { PostMessageW(GetDlgItem(m_window, id), BM_CLICK, 0, 0); }
+    // The lines of the GPU grid, the header first; columns are parted by tabs.
+    std::vector<std::wstring> GridLines() const;
     CChildProcess& Process() { return m_process; }
 
     std::string MainLog() const { return Logs(m_folder / "Logs"); }

@@ -7,6 +7,8 @@
 namespace {
 
 constexpr DWORD kShareMilliseconds = 90000;
+constexpr int kMiningState = 1042;
+constexpr int kPoolMessage = 1075;
 const std::string kEasy = "--difficulty 400 --interval 5 ";
 
 bool Contains(const std::string& text, const std::string& part) {
@@ -74,10 +76,10 @@ TEST(RefusalTest, ARefusedUserStopsMining) {
     CPoolProcess pool(rig.Folder(), "pool", "--mode 1 --refuse-user");
     ASSERT_NE(pool.Port(), 0u) << pool.Output();
     rig.Configure(pool.Port());
-    const HWND window = rig.Start();
-    ASSERT_NE(window, nullptr);
+    ASSERT_NE(rig.Start(), nullptr);
     EXPECT_TRUE(WaitUntil(30000, [&] { return Contains(rig.MainLog(), "Mining stopped."); })) << rig.ConnectionLog();
-    EXPECT_TRUE(WaitUntil(5000, [&] { return WindowText(window).find(L"State: Idle") != std::wstring::npos; }));
+    EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Idle"));
+    EXPECT_TRUE(rig.WaitForText(kPoolMessage, L"Invalid user provided"));
     EXPECT_EQ(rig.Close(), 0);
 }
 
@@ -88,15 +90,12 @@ TEST(StartStopTest, PostedCommandsStartAndStopMining) {
     rig.WriteSettings("MiningState=\"0\"");
     const HWND window = rig.Start();
     ASSERT_NE(window, nullptr);
-    const auto titleHas = [&](const wchar_t* state) {
-        return WaitUntil(10000, [&] { return WindowText(window).find(state) != std::wstring::npos; });
-    };
-    EXPECT_TRUE(titleHas(L"State: Idle"));
+    EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Idle"));
     for (int round = 0; round < 3; ++round) {
         PostMessageW(window, 0x1407, 1, 0);
-        EXPECT_TRUE(titleHas(L"State: Mining"));
+        EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Mining"));
         PostMessageW(window, 0x1407, 0, 0);
-        EXPECT_TRUE(titleHas(L"State: Idle"));
+        EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Idle"));
     }
     EXPECT_EQ(rig.Close(), 0);
     EXPECT_TRUE(Contains(ReadText(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"), "LastMiningState=\"0\""));

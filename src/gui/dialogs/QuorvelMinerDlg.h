@@ -20,6 +20,7 @@ class CQuorvelMinerDlg final : public CExDialog {
         HICON icon = nullptr;
         HFONT largeFont = nullptr;
         HFONT smallFont = nullptr;
+        HFONT gridFont = nullptr;
         std::function<void(HWND)> windowChanged;  // the dialog's window; null when it goes
     };
     CQuorvelMinerDlg(IMainDialogHost& host, const Looks& looks);

@@ -95,6 +95,8 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     ChooseTheme(m_host.Settings().Theme);
     RestoreDialogPlace(Handle(), m_host.Settings().WindowPos);
     UpdateNotifyIcon();
+    // The system would show it only once nothing is posted any more, and the first message may bring a box to the front.
+    ShowWindow(Handle(), SW_SHOW);
     return true;
 }
 
@@ -168,7 +170,7 @@ void CQuorvelMinerDlg::CreateGrid() {
     GetWindowRect(Item(IDC_GRID_PLACE), &place);
     MapWindowPoints(nullptr, Handle(), reinterpret_cast<POINT*>(&place), 2);
     m_grid.Create(Handle(), IDC_GRID, place, WS_CHILD | WS_VISIBLE | WS_BORDER | WS_TABSTOP);
-    SendMessageW(m_grid.Handle(), WM_SETFONT, static_cast<WPARAM>(SendMessageW(Handle(), WM_GETFONT, 0, 0)), FALSE);
+    SendMessageW(m_grid.Handle(), WM_SETFONT, reinterpret_cast<WPARAM>(m_looks.gridFont), FALSE);
     m_grid.SetUpColumns();
     m_grid.Populate(static_cast<int>(m_host.Gpus().size()));
 }
@@ -185,6 +187,7 @@ void CQuorvelMinerDlg::SetUpResize() {
 void CQuorvelMinerDlg::StartAsChosen() {
     const RuntimeSettings& settings = m_host.Settings();
     if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
-    if (ShouldStartMining(settings)) OnMining(true);
+    // Posted: what it may have to say must not keep the dialog from showing and the channel from listening.
+    if (ShouldStartMining(settings)) PostMessageW(Handle(), kMessageMining, 1, 0);
     if (ShouldListen(settings)) StartListening();
 }

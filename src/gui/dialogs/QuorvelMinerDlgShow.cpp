@@ -6,9 +6,21 @@
 #include "gui/dialogs/QuorvelMinerDlg.h"
 #include "gui/dialogs/resource.h"
 
+namespace {
+
+// Dark or light, whichever stands out more on the colour (relative luminance of WCAG 2, roughly).
+COLORREF ReadableText(COLORREF background) {
+    const int luminance = GetRValue(background) * 30 + GetGValue(background) * 59 + GetBValue(background) * 11;
+    return luminance > 255 * 100 * 2 / 5 ? RGB(0x14, 0x14, 0x14) : kLightText;
+}
+
+}  // namespace
+
 void CQuorvelMinerDlg::ShowState(int id, const LabelLook& look) {
     SetItemText(id, look.text);
-    Label(id).SetBackgroundColor(look.background);
+    CExStatic& label = Label(id);
+    label.SetBackgroundColor(look.background);
+    label.SetTextColor(ReadableText(look.background));
     UpdateNotifyIcon();
 }
 
