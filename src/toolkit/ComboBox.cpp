@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int kArrowAt96Dpi = 7;
+constexpr int kItemAt96Dpi = 20;
 constexpr int kFieldDialogUnits = 14;
 
 void DrawArrow(HDC device, const RECT& place, COLORREF color) {
@@ -23,9 +24,8 @@ void DrawArrow(HDC device, const RECT& place, COLORREF color) {
     DeleteObject(pen);
 }
 
-std::wstring SelectedText(HWND combo) {
-    const LRESULT item = SendMessageW(combo, CB_GETCURSEL, 0, 0);
-    if (item == CB_ERR) return {};
+std::wstring ItemText(HWND combo, LRESULT item) {
+    if (item < 0) return {};
     const LRESULT length = SendMessageW(combo, CB_GETLBTEXTLEN, static_cast<WPARAM>(item), 0);
     if (length <= 0) return {};
     std::wstring text(static_cast<std::size_t>(length), L'\0');
@@ -45,6 +45,7 @@ void CXTPComboBox::PreSubclassWindow() {
     RECT window = {};
     GetWindowRect(Handle(), &window);
     SendMessageW(Handle(), CB_SETITEMHEIGHT, kClosedField, 2 * field.bottom - (window.bottom - window.top));
+    SendMessageW(Handle(), CB_SETITEMHEIGHT, 0, ScaleForDpi(kItemAt96Dpi));
 }
 
 LRESULT CXTPComboBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -54,7 +55,22 @@ LRESULT CXTPComboBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         SetBkColor(device, Paint().GetColor(COLOR_WINDOW));
         return reinterpret_cast<LRESULT>(Paint().GetBrush(Paint().GetColor(COLOR_WINDOW)));
     }
+    if (message == WM_DRAWITEM + kReflected) {
+        DrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+        return TRUE;
+    }
     return CXTPControl::OnMessage(message, wParam, lParam);
+}
+
+void CXTPComboBox::DrawItem(const DRAWITEMSTRUCT& item) const {
+    if ((item.itemState & ODS_COMBOBOXEDIT) != 0 || item.itemID == static_cast<UINT>(-1)) return;  // OnDraw's
+    const bool selected = (item.itemState & ODS_SELECTED) != 0;
+    const COLORREF face = selected ? Paint().GetColor(ThemeColor::RowSelected) : Paint().GetColor(COLOR_WINDOW);
+    const COLORREF text = selected ? Paint().GetColor(ThemeColor::RowSelectedText) : Paint().GetColor(COLOR_WINDOWTEXT);
+    FillRect(item.hDC, &item.rcItem, Paint().GetBrush(face));
+    RECT area = item.rcItem;
+    area.left += ScaleForDpi(4);
+    DrawControlText(item.hDC, Handle(), ItemText(Handle(), item.itemID).c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
 }
 
 void CXTPComboBox::OnDraw(HDC device, const RECT& area) {
@@ -66,5 +82,6 @@ void CXTPComboBox::OnDraw(HDC device, const RECT& area) {
     RECT text = area;
     text.left += ScaleForDpi(5);
     text.right = arrow.left;
-    DrawControlText(device, Handle(), SelectedText(Handle()).c_str(), text, color, DT_END_ELLIPSIS | DT_NOPREFIX);
+    DrawControlText(device, Handle(), ItemText(Handle(), SendMessageW(Handle(), CB_GETCURSEL, 0, 0)).c_str(), text, color,
+                    DT_END_ELLIPSIS | DT_NOPREFIX);
 }

@@ -1,7 +1,7 @@
 #pragma once
 #include "toolkit/Control.h"
 
-// A drop-down list (CBS_DROPDOWNLIST).
+// A drop-down list (CBS_DROPDOWNLIST; with CBS_OWNERDRAWFIXED | CBS_HASSTRINGS its items are drawn in the theme, too).
 class CXTPComboBox : public CXTPControl {
   public:
     using CXTPControl::CXTPControl;
@@ -10,4 +10,7 @@ class CXTPComboBox : public CXTPControl {
     void PreSubclassWindow() override;
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnDraw(HDC device, const RECT& area) override;
+
+  private:
+    void DrawItem(const DRAWITEMSTRUCT& item) const;
 };

@@ -8,6 +8,9 @@
 
 namespace {
 
+// Sent by systems with visual styles to draw parts of a caption; not documented, but stable.
+constexpr UINT kDrawCaption = 0xAE;
+constexpr UINT kDrawFrame = 0xAF;
 constexpr int kCaptionAt96Dpi = 31;
 constexpr int kButtonAt96Dpi = 45;
 constexpr int kGlyphAt96Dpi = 10;
@@ -63,6 +66,18 @@ HFONT CaptionFont() {
     return CreateFontIndirectW(&metrics.lfMessageFont);
 }
 
+// Where the desktop is composed, the system would draw its own frame over ours.
+void LetSystemDrawFrame(HWND window, bool let) {
+    using Function = HRESULT(WINAPI*)(HWND, DWORD, LPCVOID, DWORD);
+    constexpr DWORD kRenderingPolicy = 2;  // DWMWA_NCRENDERING_POLICY
+    const DWORD policy = let ? 0 : 1;      // DWMNCRP_USEWINDOWSTYLE, DWMNCRP_DISABLED
+    const HMODULE library = LoadLibraryW(L"dwmapi.dll");
+    if (library == nullptr) return;
+    const auto set = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "DwmSetWindowAttribute")));
+    if (set != nullptr) set(window, kRenderingPolicy, &policy, sizeof(policy));
+    FreeLibrary(library);
+}
+
 std::wstring TitleOf(HWND window) {
     std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
     text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
@@ -90,6 +105,7 @@ void CXTPCommandBarsFrameHook::ChangeFrame(HWND window, HWND hooked) {
     RECT whole = {};
     GetClientRect(window, &before);
     m_window = hooked;
+    LetSystemDrawFrame(window, hooked == nullptr);
     SetWindowPos(window, nullptr, 0, 0, 0, 0, SWP_FRAMECHANGED | SWP_NOSIZE | kFlags);
     if (IsZoomed(window) || IsIconic(window)) return;
     GetClientRect(window, &after);
@@ -145,6 +161,9 @@ std::optional<LRESULT> CXTPCommandBarsFrameHook::OnFrameMessage(UINT message, WP
         case WM_NCLBUTTONDOWN:
         case WM_NCLBUTTONDBLCLK:
             if (!OnButtonDown(static_cast<LRESULT>(wParam))) return std::nullopt;
+            return 0;
+        case kDrawCaption:
+        case kDrawFrame:
             return 0;
         case WM_THEMECHANGED:
             Draw();

@@ -11,7 +11,7 @@ COLORREF CXTPControl::BorderColor() const {
 
 void CXTPControl::TrackHover(UINT message) {
     if (message == WM_MOUSEMOVE && !m_hot) {
-        TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE, Handle(), 0};
+        TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE | TME_HOVER, Handle(), HOVER_DEFAULT};
         m_hot = TrackMouseEvent(&track) != FALSE;
         RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
     } else if (message == WM_MOUSELEAVE) {

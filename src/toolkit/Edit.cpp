@@ -44,6 +44,17 @@ LRESULT CXTPEdit::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_NCPAINT:
             DrawBorder();
             return 0;
+        case WM_MOUSEHOVER:
+            ShowTip();
+            return 0;
+        case WM_MOUSELEAVE:
+        case WM_LBUTTONDOWN:
+        case WM_RBUTTONDOWN:
+        case WM_KEYDOWN:
+        case WM_SETTEXT:
+        case WM_DESTROY:
+            m_tip.Hide();
+            return CWnd::OnMessage(message, wParam, lParam);
         case WM_NCHITTEST:
             // The space around the text belongs to it: a click there sets the caret.
             return HTCLIENT;
@@ -91,4 +102,22 @@ void CXTPEdit::DrawBorder() const {
     FillRect(device, &window, Paint().GetBrush(Paint().GetColor(IsEnabled() ? COLOR_WINDOW : COLOR_BTNFACE)));
     FrameRect(device, &window, Paint().GetBrush(BorderColor()));
     ReleaseDC(Handle(), device);
+}
+
+void CXTPEdit::ShowTip() {
+    const bool isHidden = SendMessageW(Handle(), EM_GETPASSWORDCHAR, 0, 0) != 0;
+    const std::wstring text = Text();
+    if (isHidden || text.empty()) return;
+    const auto font = reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0));
+    const HDC device = GetDC(Handle());
+    const HGDIOBJ previous = font != nullptr ? SelectObject(device, font) : nullptr;
+    SIZE size = {};
+    GetTextExtentPoint32W(device, text.c_str(), static_cast<int>(text.size()), &size);
+    if (previous != nullptr) SelectObject(device, previous);
+    ReleaseDC(Handle(), device);
+    RECT place = {};
+    SendMessageW(Handle(), EM_GETRECT, 0, reinterpret_cast<LPARAM>(&place));
+    if (size.cx <= place.right - place.left) return;
+    GetWindowRect(Handle(), &place);
+    m_tip.Show(Handle(), text, font, place);
 }

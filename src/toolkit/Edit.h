@@ -1,10 +1,11 @@
 #pragma once
 #include "toolkit/Control.h"
+#include "toolkit/Tip.h"
 
-// A single-line edit field: flat border, text centred in its height.
+// A single-line edit field: flat border, text centred in its height. The mouse over it shows a text that does not fit.
 class CXTPEdit : public CXTPControl {
   public:
-    using CXTPControl::CXTPControl;
+    explicit CXTPEdit(CXTPPaintManager& paint) : CXTPControl(paint), m_tip(paint) {}
 
   protected:
     void PreSubclassWindow() override;
@@ -14,4 +15,7 @@ class CXTPEdit : public CXTPControl {
   private:
     void DrawBorder() const;
     LRESULT Colors(HDC device) const;
+    void ShowTip();
+
+    CXTPTip m_tip;
 };

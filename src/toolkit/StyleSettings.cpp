@@ -101,6 +101,8 @@ struct ModuleCloser {
 
 StyleSettings ParseStyleSettings(std::string_view text, const ThemePalette& base) {
     StyleSettings settings = {base, 0};
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
     std::string_view section;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());

@@ -9,7 +9,7 @@
 #include "toolkit/report/ReportPainter.h"
 #include "toolkit/report/ReportScrollBar.h"
 #include "toolkit/report/ReportState.h"
-#include "toolkit/report/ReportTip.h"
+#include "toolkit/Tip.h"
 
 // A grid in virtual mode: every cell is asked for when it is drawn. A child window of the class "QuorvelReport" that sends
 // its parent WM_NOTIFY with a ReportNotification. WM_GETTEXT gives the whole grid as text: cells separated by tabs, rows by
@@ -110,7 +110,7 @@ class CXTPReportControl {
     CReportPainter m_painter;
     CReportScrollBar m_verticalBar{ReportDirection::Vertical};
     CReportScrollBar m_horizontalBar{ReportDirection::Horizontal};
-    CReportTip m_tip;
+    CXTPTip m_tip;
     ReportHit m_hovered;
     ReportWheel m_verticalWheel;
     ReportWheel m_horizontalWheel;

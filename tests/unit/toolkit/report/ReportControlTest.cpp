@@ -224,7 +224,7 @@ TEST_F(ReportControl, TheFontSetsTheRowHeight) {
 
 // The tip is an own window of the thread.
 TEST_F(ReportControl, CutCellsShowTheirTextInATip) {
-    const auto tip = [] { return FindWindowW(L"QuorvelReportTip", nullptr); };
+    const auto tip = [] { return FindWindowW(L"QuorvelTip", nullptr); };
     const auto hover = [this](int x, int y) {
         Mouse(WM_MOUSEMOVE, x, y);
         Send(WM_MOUSEHOVER, 0, MAKELPARAM(x, y));

@@ -4,13 +4,13 @@
 
 #include "toolkit/PaintManager.h"
 
-// A small window that shows the full text of a cut cell. GUI thread.
-class CReportTip {
+// A small window that shows the full text of a cut cell or field. GUI thread.
+class CXTPTip {
   public:
-    explicit CReportTip(const CXTPPaintManager& paintManager) : m_paintManager(paintManager) {}
-    ~CReportTip();
-    CReportTip(const CReportTip&) = delete;
-    CReportTip& operator=(const CReportTip&) = delete;
+    explicit CXTPTip(const CXTPPaintManager& paintManager) : m_paintManager(paintManager) {}
+    ~CXTPTip();
+    CXTPTip(const CXTPTip&) = delete;
+    CXTPTip& operator=(const CXTPTip&) = delete;
 
     // Below the rectangle (screen coordinates), or above it where there is no room; long texts are wrapped. The font is not
     // owned. Showing the text that is shown already changes nothing.

@@ -1,4 +1,4 @@
-#include "toolkit/report/ReportTip.h"
+#include "toolkit/Tip.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr wchar_t kClassName[] = L"QuorvelReportTip";
+constexpr wchar_t kClassName[] = L"QuorvelTip";
 constexpr UINT kFormat = DT_NOPREFIX | DT_WORDBREAK;
 
 RECT WorkArea(const RECT& place) {
@@ -32,14 +32,14 @@ bool RegisterTipClass(WNDPROC procedure) {
 
 }  // namespace
 
-CReportTip::~CReportTip() {
+CXTPTip::~CXTPTip() {
     Hide();
 }
 
-void CReportTip::Show(HWND owner, const std::wstring& text, HFONT font, const RECT& cell) {
+void CXTPTip::Show(HWND owner, const std::wstring& text, HFONT font, const RECT& cell) {
     if (m_handle != nullptr && text == m_text && EqualRect(&cell, &m_cell)) return;
     Hide();
-    if (!RegisterTipClass(&CReportTip::Procedure)) return;
+    if (!RegisterTipClass(&CXTPTip::Procedure)) return;
     m_text = text;
     m_font = font;
     m_cell = cell;
@@ -56,11 +56,11 @@ void CReportTip::Show(HWND owner, const std::wstring& text, HFONT font, const RE
     if (m_handle != nullptr) ShowWindow(m_handle, SW_SHOWNOACTIVATE);
 }
 
-void CReportTip::Hide() {
+void CXTPTip::Hide() {
     if (m_handle != nullptr) DestroyWindow(m_handle);
 }
 
-SIZE CReportTip::Measure(HWND owner) const {
+SIZE CXTPTip::Measure(HWND owner) const {
     const HDC dc = GetDC(owner);
     const HGDIOBJ former = SelectObject(dc, m_font);
     RECT rect = {0, 0, ScaleForDpi(480), 0};
@@ -70,7 +70,7 @@ SIZE CReportTip::Measure(HWND owner) const {
     return {rect.right + 2 * Margin().cx, rect.bottom + 2 * Margin().cy};
 }
 
-void CReportTip::Paint() const {
+void CXTPTip::Paint() const {
     PAINTSTRUCT paint = {};
     const HDC dc = BeginPaint(m_handle, &paint);
     RECT rect = {};
@@ -86,13 +86,13 @@ void CReportTip::Paint() const {
     EndPaint(m_handle, &paint);
 }
 
-LRESULT CALLBACK CReportTip::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK CXTPTip::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_NCCREATE) {
-        auto* self = static_cast<CReportTip*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
+        auto* self = static_cast<CXTPTip*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
         self->m_handle = window;
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
     }
-    auto* self = reinterpret_cast<CReportTip*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* self = reinterpret_cast<CXTPTip*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
     switch (message) {
         case WM_PAINT:
