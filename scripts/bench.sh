@@ -6,14 +6,17 @@ source scripts/wine-env.sh
 wine_environment
 
 build() { cmake --preset "$1" >/dev/null && cmake --build "build/$1" --target "${@:2}"; }
-build windows Quorvel-Miner net_bench empty_dialog template_plugin sim_nvcuda sim_nvml
-build host-release stratum_bench ethash_bench devpool
+build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench empty_dialog template_plugin sim_nvcuda sim_nvml
+build host-release stratum_bench ethash_bench control_bench devpool
 
 printf '\n== One mining.notify line: framing, parse, work block; beside a bare parse of the same line (native)\n'
 build/host-release/tests/bench/stratum/stratum_bench
 
 printf '\n== Hashes from the light cache: items one at a time; beside several at a time (native)\n'
 build/host-release/tests/bench/ethash/ethash_bench
+
+printf '\n== One update report for 16 GPUs; beside printf of the same numbers (native, goal: under 30 us)\n'
+build/host-release/tests/bench/control/control_bench
 
 printf '\n== From pool line to answer on the wire; beside a bare event-select echo (under Wine)\n'
 scripts/wine-run build/windows/tests/bench/net/net_bench.exe
@@ -36,9 +39,10 @@ private_kb() { # image name: pages that the process has to itself and has writte
     awk '/^Private_Dirty:/ {sum += $2} END {print sum}' "/proc/$pid/smaps_rollup"
 }
 
-rm -rf "$folder" && mkdir -p "$folder/Algos" "$folder/Settings"
+rm -rf "$folder" && mkdir -p "$folder/Algos" "$folder/Settings" "$folder/Styles"
 cp build/windows/bin/Quorvel-Miner.exe build/windows/sim/*.dll sim/SimGpus.ini "$folder/"
 cp build/windows/sdk-template/*.dll "$folder/Algos/"
+cp build/windows/Styles/*.dll "$folder/Styles/"
 sync # else the pages of the fresh copies count as written by the process
 build/host-release/tools/devpool/devpool --port 0 --mode 0 >"$folder/pool.log" 2>&1 &
 pool_pid=$!

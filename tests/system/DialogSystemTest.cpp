@@ -17,8 +17,6 @@ enum Item {
     kControlState = 1033,
     kWorker = 1028,
     kPort = 1026,
-    kInterface = 1024,
-    kControlChoice = 1038,
     kMiningChoice = 1040,
     kMiningButton = 1041,
     kMiningState = 1042,
@@ -30,10 +28,25 @@ enum Item {
     kUptime = 1060,
     kTemperature = 1063,
     kFan = 1065,
-    kPower = 1067,
+    kCoreClock = 1067,
     kTotalShares = 1051,
     kConnected = 1077,
     kRole = 1078,
+    kPoolAdd = 1202,
+    kPoolRemove = 1203,
+    kPoolList = 1201,
+    kPoolEditName = 1208,
+    kPoolEditNameError = 1209,
+    kPoolEditServer = 1211,
+    kPoolEditServerError = 1212,
+    kPoolEditPort = 1214,
+    kPoolEditPortError = 1215,
+    kPoolEditWallet = 1220,
+    kPoolEditWalletError = 1221,
+    kWorkerName = 1301,
+    kWorkerNameError = 1302,
+    kConfigurationAdd = 1305,
+    kGpuList = 1315,
 };
 
 // One end of the control channel.
@@ -80,6 +93,15 @@ class DialogTest : public testing::Test {
         const std::size_t at = text.find(from);
         ASSERT_NE(at, std::string::npos);
         std::ofstream(m_rig.Folder() / "SimGpus.ini", std::ios::binary) << text.replace(at, from.size(), to);
+    }
+    // Answers the message over the dialog; one that is just coming up may not hear the first time.
+    bool CloseMessage() const {
+        return WaitUntil(10000, [&] {
+            const HWND popup = GetLastActivePopup(m_rig.Window());
+            if (popup == m_rig.Window()) return true;
+            PostMessageW(popup, WM_COMMAND, IDOK, 0);
+            return false;
+        });
     }
     std::string Settings() const { return ReadText(m_rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"); }
 
@@ -130,7 +152,7 @@ TEST_F(DialogTest, FollowsTheCardsSensors) {
                                   L"C"))
         << "the next look is within five seconds";
     EXPECT_EQ(m_rig.ItemText(kFan), L"55 %") << "a sensor that fails keeps its value";
-    EXPECT_EQ(m_rig.ItemText(kPower), L"1710 MHz");
+    EXPECT_EQ(m_rig.ItemText(kCoreClock), L"1710 MHz");
     EXPECT_EQ(m_rig.Close(), 0);
 }
 
@@ -146,8 +168,7 @@ TEST_F(DialogTest, ListensOnClickAndOnlyOnAPort) {
         ASSERT_TRUE(WaitUntil(5000, [&] {
             return !IsWindowEnabled(m_rig.Window()) || GetLastActivePopup(m_rig.Window()) != m_rig.Window();
         })) << wrong;
-        PostMessageW(GetLastActivePopup(m_rig.Window()), WM_COMMAND, IDOK, 0);
-        ASSERT_TRUE(WaitUntil(5000, [&] { return GetLastActivePopup(m_rig.Window()) == m_rig.Window(); })) << wrong;
+        ASSERT_TRUE(CloseMessage()) << wrong;
         EXPECT_EQ(m_rig.ItemText(kControlState), L"State: Offline");
     }
     SendMessageW(GetDlgItem(m_rig.Window(), kPort), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"18099"));
@@ -214,6 +235,85 @@ TEST_F(DialogTest, StartUpChoicesAreStoredAtOnce) {
     EXPECT_EQ(m_rig.Close(), 0);
 }
 
+// A dialog of the system menu.
+class CEditDialog {
+  public:
+    CEditDialog(const CMinerRig& rig, WPARAM command, const wchar_t* title) {
+        PostMessageW(rig.Window(), WM_SYSCOMMAND, command, 0);
+        WaitUntil(10000, [&] { return (m_window = FindWindowW(L"#32770", title)) != nullptr && IsWindowVisible(m_window); });
+    }
+    HWND Item(int id) const { return GetDlgItem(m_window, id); }
+    void Type(int id, const wchar_t* text) const { SendMessageW(Item(id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text)); }
+    std::wstring Text(int id) const {
+        wchar_t text[300] = {};
+        SendMessageW(Item(id), WM_GETTEXT, 300, reinterpret_cast<LPARAM>(text));
+        return text;
+    }
+    void Click(int id) const { SendMessageW(Item(id), BM_CLICK, 0, 0); }
+    LRESULT Ask(int id, UINT message) const { return SendMessageW(Item(id), message, 0, 0); }
+    bool WaitForEnd() const {
+        return WaitUntil(10000, [&] { return !IsWindow(m_window); });
+    }
+    bool IsOpen() const { return IsWindow(m_window) != FALSE; }
+
+  private:
+    HWND m_window = nullptr;
+};
+
+TEST_F(DialogTest, PoolsAndConfigurationsAreMadeWithoutATextEditor) {
+    m_rig.WriteSettings("MiningState=\"0\"");
+    ASSERT_NE(m_rig.Start(), nullptr);
+    const auto file = [&] { return ReadText(m_rig.ConfigurationFile()); };
+    {
+        const CEditDialog pools(m_rig, 0x20, L"Mining pools");
+        ASSERT_TRUE(pools.IsOpen());
+        pools.Click(kPoolAdd);
+        pools.Type(kPoolEditName, L"K\x00F6ln & \"Co\" <1>");
+        pools.Type(kPoolEditServer, L"two words");
+        pools.Type(kPoolEditPort, L"70000");
+        pools.Click(IDOK);
+        EXPECT_TRUE(pools.IsOpen()) << "nothing wrong is saved";
+        EXPECT_NE(pools.Text(kPoolEditServerError), L"");
+        EXPECT_NE(pools.Text(kPoolEditPortError), L"");
+        EXPECT_NE(pools.Text(kPoolEditWalletError), L"");
+        EXPECT_EQ(pools.Text(kPoolEditNameError), L"");
+        pools.Type(kPoolEditServer, L"127.0.0.1");
+        pools.Type(kPoolEditPort, L"4444");
+        pools.Type(kPoolEditWallet, L"0xabc");
+        EXPECT_EQ(pools.Text(kPoolEditServerError), L"") << "a reason goes when the field is right";
+        pools.Click(kPoolAdd);
+        EXPECT_EQ(pools.Ask(kPoolList, LB_GETCOUNT), 2);
+        pools.Click(kPoolRemove);
+        EXPECT_EQ(pools.Ask(kPoolList, LB_GETCOUNT), 1) << "the new one was not wanted after all";
+        PostMessageW(pools.Item(IDOK), BM_CLICK, 0, 0);
+        EXPECT_TRUE(pools.WaitForEnd());
+    }
+    EXPECT_TRUE(WaitUntil(5000, [&] { return file().find("Port=\"4444\" WalletUser=\"0xabc\"") != std::string::npos; }))
+        << file();
+    EXPECT_NE(file().find("K\xC3\xB6ln &amp; &quot;Co&quot; &lt;1&gt;"), std::string::npos) << file();
+    {
+        const CEditDialog worker(m_rig, 0x30, L"Worker");
+        ASSERT_TRUE(worker.IsOpen());
+        worker.Type(kWorkerName, L"");
+        EXPECT_NE(worker.Text(kWorkerNameError), L"");
+        worker.Type(kWorkerName, L"basement");
+        worker.Click(kConfigurationAdd);
+        EXPECT_EQ(worker.Ask(kGpuList, LB_GETCOUNT), 2);
+        SendMessageW(worker.Item(kGpuList), LB_SETCURSEL, 1, 0);
+        SendMessageW(worker.Item(kGpuList), WM_CHAR, L' ', 0);  // takes the second card out again
+        PostMessageW(worker.Item(IDOK), BM_CLICK, 0, 0);
+        EXPECT_TRUE(worker.WaitForEnd());
+    }
+    EXPECT_TRUE(m_rig.WaitForText(kWorker, L"basement"));
+    EXPECT_TRUE(WaitUntil(5000, [&] { return file().find("DefaultWorkerName=\"basement\"") != std::string::npos; }))
+        << file();
+    EXPECT_NE(file().find("<Gpu ID=\"3f1c9a5e7b2d4860a1e4c70d52b96f38\""), std::string::npos) << file();
+    EXPECT_EQ(file().find("<Gpu ID=\"b7e04d21"), std::string::npos) << file();
+    EXPECT_TRUE(
+        WaitUntil(5000, [&] { return m_rig.GridLines().at(1).find(L"K\x00F6ln & \"Co\" <1>") != std::wstring::npos; }));
+    EXPECT_EQ(m_rig.Close(), 0);
+}
+
 TEST_F(DialogTest, NoCardAndManyCards) {
     const std::string sample = ReadText(m_rig.Folder() / "SimGpus.ini");
     const std::size_t first = sample.find("[Gpu0]\n");
@@ -236,7 +336,7 @@ TEST_F(DialogTest, NoCardAndManyCards) {
             << count;
         // Nothing is configured, and mining was to start: the user is told.
         ASSERT_TRUE(WaitUntil(10000, [&] { return GetLastActivePopup(m_rig.Window()) != m_rig.Window(); }));
-        PostMessageW(GetLastActivePopup(m_rig.Window()), WM_COMMAND, IDOK, 0);
+        ASSERT_TRUE(CloseMessage());
         EXPECT_TRUE(m_rig.WaitForText(kMiningState, L"State: Idle"));
         EXPECT_EQ(m_rig.Close(), 0);
     }

@@ -1,4 +1,5 @@
-// Steers a running miner through its main window, for scripts: miner-window wait|title|start|stop|close
+// Steers a running miner through its main window, for scripts: miner-window wait|title|start|stop|close,
+//     miner-window menu NUMBER (an entry of the system menu), miner-window press ID (a button)
 // Exit code 0; 1 when there is no such window (wait: within 60 s), 2 for wrong usage.
 #include <windows.h>
 
@@ -48,7 +49,8 @@ int Print(HWND window) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    const std::wstring command = argc == 2 ? argv[1] : L"";
+    const std::wstring command = argc == 2 || argc == 3 ? argv[1] : L"";
+    const auto number = static_cast<WPARAM>(argc == 3 ? std::wcstoul(argv[2], nullptr, 0) : 0);
     if (command == L"wait") return Wait(true) ? 0 : 1;
     const HWND window = FindMiner();
     if (window == nullptr) return 1;
@@ -56,6 +58,11 @@ int wmain(int argc, wchar_t** argv) {
     if (command == L"start") return PostMessageW(window, kMessageMining, 1, 0) ? 0 : 1;
     if (command == L"stop") return PostMessageW(window, kMessageMining, 0, 0) ? 0 : 1;
     if (command == L"close") return PostMessageW(window, WM_CLOSE, 0, 0) && Wait(false) ? 0 : 1;
-    std::fputs("usage: miner-window wait|title|start|stop|close\n", stderr);
+    if (command == L"menu" && number != 0) return PostMessageW(window, WM_SYSCOMMAND, number, 0) ? 0 : 1;
+    if (command == L"press" && number != 0) {
+        const HWND button = GetDlgItem(window, static_cast<int>(number));
+        return button != nullptr && PostMessageW(button, BM_CLICK, 0, 0) ? 0 : 1;
+    }
+    std::fputs("usage: miner-window wait|title|start|stop|close|menu NUMBER|press ID\n", stderr);
     return 2;
 }

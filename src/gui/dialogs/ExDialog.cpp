@@ -1,8 +1,21 @@
 #include "gui/dialogs/ExDialog.h"
 
+#include <algorithm>
+
 bool CExDialog::OnInitDialog() {
     UpdateFrame();
+    CenterOverOwner();
     return true;
+}
+
+void CExDialog::CenterOverOwner() const {
+    const HWND owner = GetWindow(Handle(), GW_OWNER);
+    RECT frame = {};
+    RECT own = {};
+    if (owner == nullptr || IsIconic(owner) || !GetWindowRect(owner, &frame) || !GetWindowRect(Handle(), &own)) return;
+    SetWindowPos(Handle(), nullptr, (frame.left + frame.right - own.right + own.left) / 2,
+                 std::max(frame.top, (frame.top + frame.bottom - own.bottom + own.top) / 2), 0, 0,
+                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void CExDialog::UpdateFrame() {

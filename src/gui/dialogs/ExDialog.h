@@ -15,6 +15,7 @@ class CExDialog : public CXTPResizeDialog, private CXTPCommandBarsFrameHook {
 
   private:
     void UpdateFrame();
+    void CenterOverOwner() const;
 
     CThemeManager& m_themes;
 };
