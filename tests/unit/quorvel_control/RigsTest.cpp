@@ -1,0 +1,216 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "MinerThread.h"
+#include "TestFolder.h"
+#include "quorvel_control/cli/CommandRunner.h"
+#include "quorvel_control/cli/RigJob.h"
+#include "quorvel_control/cli/Watch.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds kLong{8000};
+constexpr std::chrono::milliseconds kShort{400};
+
+FakeSettings Mannered(Manner manner, bool mining = true) {
+    FakeSettings settings;
+    settings.manner = manner;
+    settings.mining = mining;
+    return settings;
+}
+
+RigResult Ask(Manner manner, std::chrono::milliseconds timeout) {
+    const CMinerThread miner(Mannered(manner));
+    return RunOnRigs({miner.Address()}, "", timeout, {WantUpdate::WhileMining, {}}).front();
+}
+
+struct Outcome {
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+Outcome Carry(const Options& options) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int exitCode = RunCommand(options, out, err);
+    return {exitCode, out.str(), err.str()};
+}
+
+Options For(Command command, std::vector<RigAddress> rigs, double timeout = 8) {
+    Options options;
+    options.command = command;
+    options.rigs = std::move(rigs);
+    options.timeout = timeout;
+    return options;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST(Rigs, GoodOnesAnswerWhateverElseTheySend) {
+    for (const Manner manner : {Manner::Good, Manner::Garbage, Manner::HalfLines, Manner::QuotedError}) {
+        const RigResult result = Ask(manner, kLong);
+        ASSERT_TRUE(result.good) << static_cast<int>(manner) << ": " << result.message;
+        EXPECT_EQ(result.system->gpus.size(), 2u);
+        EXPECT_EQ(result.update->gpus.size(), 2u);
+    }
+}
+
+TEST(Rigs, BadOnesAreToldApartInBoundedTime) {
+    const struct {
+        Manner manner;
+        std::chrono::milliseconds timeout;
+        const char* message;
+    } kCases[] = {
+        {Manner::NeverAnswers, kShort, "no answer (another controller connected"},
+        {Manner::ClosesAtOnce, kLong, ""},
+        {Manner::OnlyGarbage, kLong, "does not speak the miner's protocol"},
+        {Manner::EndlessLine, kLong, "sends a line without an end"},
+    };
+    for (const auto& [manner, timeout, message] : kCases) {
+        const RigResult result = Ask(manner, timeout);
+        EXPECT_FALSE(result.good);
+        EXPECT_FALSE(result.message.empty());
+        EXPECT_TRUE(manner == Manner::NeverAnswers
+                        ? Contains(result.message, "no answer") || Contains(result.message, "timed out")
+                        : result.message.starts_with(message))
+            << result.message;
+    }
+}
+
+TEST(Rigs, ARigThatIsDownIsARowAmongTheOthers) {
+    const CMinerThread mining(Mannered(Manner::Good));
+    const CMinerThread stopped(Mannered(Manner::Good, false), 1);
+    const CMinerThread garbage(Mannered(Manner::OnlyGarbage), 2);
+    const RigAddress dead = DeadAddress();
+    const Outcome outcome = Carry(For(Command::Status, {mining.Address(), dead, garbage.Address(), stopped.Address()}));
+    EXPECT_EQ(outcome.exitCode, kExitRigFailed);
+    for (const std::string& part : {dead.Text(), std::string("connection refused"), std::string("does not speak"),
+                                    mining.Address().Text() + " (FAKE)", std::string("MH/s"), std::string("stopped")})
+        EXPECT_TRUE(Contains(outcome.out, part)) << part << " in\n" << outcome.out;
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1 + 2 + 1 + 1 + 2);
+    EXPECT_EQ(Carry(For(Command::Status, {mining.Address()})).exitCode, kExitGood);
+}
+
+TEST(Rigs, RawReports) {
+    const CMinerThread miner(Mannered(Manner::Good));
+    Options options = For(Command::System, {miner.Address()});
+    options.json = true;
+    const Outcome one = Carry(options);
+    EXPECT_TRUE(one.out.starts_with(R"({"cmd":"system","params":{"hostname":"FAKE",)")) << one.out;
+    EXPECT_TRUE(one.out.ends_with("]}}\n"));
+    options.command = Command::Update;
+    options.rigs.push_back(DeadAddress());
+    const Outcome two = Carry(options);
+    EXPECT_EQ(two.exitCode, kExitRigFailed);
+    EXPECT_TRUE(two.out.starts_with(R"({"rig":")" + miner.Address().Text() + R"(","report":{"cmd":"update",)")) << two.out;
+    EXPECT_TRUE(Contains(two.out, R"(,"error":"connection refused"})")) << two.out;
+}
+
+TEST(Rigs, StartAndStopWaitForTheState) {
+    const CMinerThread miner(Mannered(Manner::Good, false));
+    EXPECT_EQ(Carry(For(Command::Start, {miner.Address()})).out, miner.Address().Text() + ": mining\n");
+    EXPECT_EQ(Carry(For(Command::Start, {miner.Address()})).out, miner.Address().Text() + ": mines already\n");
+    EXPECT_EQ(Carry(For(Command::Stop, {miner.Address()})).out, miner.Address().Text() + ": stopped\n");
+    const auto received = miner.Received();
+    EXPECT_EQ(std::count(received.begin(), received.end(), R"({"cmd":"start-mining","params":{}})"), 1);
+
+    const CMinerThread lazy(Mannered(Manner::NeverStarts, false));
+    const Outcome outcome = Carry(For(Command::Start, {lazy.Address()}, 0.8));
+    EXPECT_EQ(outcome.exitCode, kExitRigFailed);
+    EXPECT_TRUE(Contains(outcome.err, "does not report that it mines")) << outcome.err;
+}
+
+TEST(Rigs, TokenOpensTheChannel) {
+    FakeSettings settings;
+    settings.token = "s3cret";
+    const CMinerThread miner(settings);
+    Options options = For(Command::Worker, {miner.Address()}, 0.4);
+    options.worker = "rig-7";
+    EXPECT_EQ(Carry(options).exitCode, kExitRigFailed);
+    options.timeout = 8;
+    options.token = "s3cret";
+    EXPECT_EQ(Carry(options).exitCode, kExitGood);
+    const auto received = miner.Received();
+    EXPECT_EQ(std::count(received.begin(), received.end(),
+                         R"({"cmd":"workername","params":{"token":"s3cret","workername":"rig-7"}})"),
+              1);
+}
+
+TEST(Rigs, ConfigureChecksResolvesSendsAndRemembers) {
+    const CTestFolder folder;
+    const CMinerThread miner(Mannered(Manner::Good, false), 5);
+    Options options = For(Command::Configure, {miner.Address()});
+    options.stateFolder = folder.Path() / "state";
+    options.file = (folder.Path() / "pools.json").string();
+    std::ofstream(options.file)
+        << R"({"pools":[{"id":1,"name":"A","server":"p","port":70000,"algo":2,"wallet":"w"}],"config":[]})";
+    const Outcome mistaken = Carry(options);
+    EXPECT_EQ(mistaken.exitCode, kExitUsage);
+    EXPECT_TRUE(Contains(mistaken.err, "pools[0].port: ") && Contains(mistaken.err, "config: ")) << mistaken.err;
+    EXPECT_TRUE(miner.Received().empty());
+
+    std::ofstream(options.file) << R"({"pools":[{"id":1,"name":"A","server":"p","port":7000,"algo":2,"wallet":"w"}],)"
+                                   R"("config":[{"primary-poolid":1,"secondary-poolid":1,"gpus":[1]}]})";
+    options.dryRun = true;
+    const std::string gpus = R"("gpus":[")" + FakeUuid(5, 1) + "\"]";
+    EXPECT_TRUE(Contains(Carry(options).out, gpus));
+    EXPECT_EQ(miner.Received().size(), 1u);  // the "connect" alone
+    options.dryRun = false;
+    EXPECT_EQ(Carry(options).exitCode, kExitGood);
+    const auto received = miner.Received();
+    EXPECT_TRUE(std::any_of(received.begin(), received.end(), [&](const std::string& line) {
+        return line.starts_with(R"({"cmd":"configuration")") && Contains(line, gpus);
+    }));
+
+    options.command = Command::Export;
+    options.file.clear();
+    const ConfigReading reading = ReadConfigFile(Carry(options).out);
+    ASSERT_TRUE(reading.mistakes.empty()) << reading.mistakes.front();
+    EXPECT_EQ(reading.file.pools.front().port, 7000);
+    options.rigs = {DeadAddress()};
+    EXPECT_TRUE(Contains(Carry(options).out, "\"_comment\": \"A sample"));
+}
+
+TEST(Rigs, NonceGeneratorGoesToEachGpuNamed) {
+    const CMinerThread miner(Mannered(Manner::Good));
+    Options options = For(Command::NonceGenerator, {miner.Address()});
+    options.mode = 3;
+    EXPECT_EQ(Carry(options).exitCode, kExitGood);
+    options.gpus = {"9"};
+    const Outcome absent = Carry(options);
+    EXPECT_EQ(absent.exitCode, kExitRigFailed);
+    EXPECT_TRUE(Contains(absent.err, "no GPU 9"));
+    const auto received = miner.Received();
+    EXPECT_EQ(
+        std::count_if(received.begin(), received.end(), [](const std::string& line) { return Contains(line, "\"NGM\":3"); }),
+        2);
+}
+
+TEST(Backoff, PausesDoubleUpToTheLimitAndStartAnew) {
+    using std::chrono::milliseconds;
+    CBackoff backoff(milliseconds(100), milliseconds(1000), 7);
+    for (const int expected : {100, 200, 400, 800, 1000, 1000}) {
+        const auto pause = backoff.Next();
+        EXPECT_GE(pause.count(), expected * 4 / 5);
+        EXPECT_LE(pause.count(), expected * 6 / 5);
+    }
+    backoff.Reset();
+    EXPECT_LE(backoff.Next().count(), 120);
+}
+
+TEST(Rigs, WatchComesBackToARigThatDroppedIt) {
+    const CMinerThread miner(Mannered(Manner::DropsFirst));
+    Options options = For(Command::Watch, {miner.Address()});
+    options.seconds = 2.5;
+    std::ostringstream out;
+    EXPECT_EQ(RunWatch(options, out, false), kExitGood) << out.str();
+    EXPECT_TRUE(Contains(out.str(), "1 of 1 rigs up, 1 mining, 2 GPUs")) << out.str();
+}
+
+}  // namespace

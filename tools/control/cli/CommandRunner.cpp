@@ -1,0 +1,198 @@
+#include "CommandRunner.h"
+
+#include <algorithm>
+#include <fstream>
+#include <ostream>
+#include <stdexcept>
+
+#include "../Commands.h"
+#include "../ConfigFile.h"
+#include "../JsonText.h"
+#include "../StateFolder.h"
+#include "RigJob.h"
+#include "Tables.h"
+
+namespace {
+
+std::vector<RigResult> Run(const Options& options, const RigJob& job) {
+    return RunOnRigs(options.rigs, options.token, std::chrono::milliseconds(static_cast<long>(options.timeout * 1000)), job);
+}
+
+int ExitCode(const std::vector<RigResult>& results) {
+    const bool good = std::all_of(results.begin(), results.end(), [](const RigResult& result) { return result.good; });
+    return good ? kExitGood : kExitRigFailed;
+}
+
+int ShowStatus(const Options& options, std::ostream& out) {
+    const auto results = Run(options, {WantUpdate::WhileMining, {}});
+    std::vector<RigSight> sights;
+    sights.reserve(results.size());
+    for (const RigResult& result : results)
+        sights.push_back({result.rig.Text(), result.good ? std::string() : result.message,
+                          result.system ? &*result.system : nullptr, result.update ? &*result.update : nullptr});
+    out << StatusTable(sights);
+    return ExitCode(results);
+}
+
+std::string ErrorObject(const RigResult& result) {
+    rapidjson::StringBuffer buffer;
+    JsonWriter json(buffer);
+    json.StartObject();
+    WriteMember(json, "rig", result.rig.Text());
+    WriteMember(json, "error", result.message);
+    json.EndObject();
+    return buffer.GetString();
+}
+
+int ShowReports(const Options& options, std::ostream& out, std::ostream& err) {
+    const bool system = options.command == Command::System;
+    const auto results = Run(options, {system ? WantUpdate::No : WantUpdate::Yes, {}});
+    for (const RigResult& result : results) {
+        const std::string& line = system ? result.systemLine : result.updateLine;
+        const std::string rig = result.rig.Text();
+        if (!result.good && options.json && results.size() > 1) {
+            out << ErrorObject(result) << '\n';
+        } else if (!result.good) {
+            err << rig << ": " << result.message << '\n';
+        } else if (!options.json) {
+            out << rig << ": " << (system ? SystemTable(*result.system) : UpdateTable(*result.update));
+        } else if (results.size() == 1) {
+            out << line << '\n';
+        } else {
+            out << R"({"rig":")" << rig << R"(","report":)" << line << "}\n";
+        }
+    }
+    return ExitCode(results);
+}
+
+int Report(const std::vector<RigResult>& results, std::ostream& out, std::ostream& err) {
+    for (const RigResult& result : results)
+        (result.good ? out : err) << result.rig.Text() << ": " << result.message << '\n';
+    return ExitCode(results);
+}
+
+RigPlan StartPlan(const CCommands& commands, const SystemReport& system) {
+    if (system.status == MiningStatus::Mining) return {{}, {}, Confirm::None, "mines already"};
+    return {{}, {commands.StartMining()}, Confirm::Mining, "mining"};
+}
+
+RigPlan StopPlan(const CCommands& commands, const SystemReport& system) {
+    if (system.status == MiningStatus::Stopped) return {{}, {}, Confirm::None, "does not mine"};
+    return {{}, {commands.StopMining()}, Confirm::Stopped, "stopped"};
+}
+
+RigPlan NoncePlan(const CCommands& commands, const Options& options, const SystemReport& system) {
+    std::vector<GpuSelector> selectors;
+    for (const std::string& gpu : options.gpus)
+        selectors.push_back(ParseGpuSelector(gpu).value_or(GpuSelector{}));
+    if (selectors.empty()) selectors.emplace_back();
+    const SelectedGpus selected = SelectGpus(selectors, system);
+    RigPlan plan{selected.error, {}, Confirm::Read, "sent for " + std::to_string(selected.uuids.size()) + " GPU(s)"};
+    for (const std::string& uuid : selected.uuids)
+        plan.lines.push_back(commands.NonceGenerator(uuid, options.mode, options.setting));
+    return plan;
+}
+
+// The words of the commands that only send.
+RigPlan PlanOf(const Options& options, const SystemReport& system) {
+    const CCommands commands(options.token);
+    switch (options.command) {
+        case Command::Start:
+            return StartPlan(commands, system);
+        case Command::Stop:
+            return StopPlan(commands, system);
+        case Command::Worker:
+            return {{}, {commands.Worker(options.worker)}, Confirm::Read, "worker name sent"};
+        default:
+            return NoncePlan(commands, options, system);
+    }
+}
+
+int Send(const Options& options, std::ostream& out, std::ostream& err) {
+    return Report(Run(options, {WantUpdate::No,
+                                [&](const RigAddress&, const SystemReport& system) { return PlanOf(options, system); }}),
+                  out, err);
+}
+
+RigPlan ConfigurePlan(const Options& options, const ConfigFile& file, const SystemReport& system) {
+    const ResolvedConfig resolved = ResolveConfig(file, system);
+    if (!resolved.error.empty()) return {resolved.error, {}, Confirm::None, {}};
+    // What is shown does not hold the rigs' token.
+    if (options.dryRun) {
+        std::string line = CCommands().Configuration(file, resolved.gpus);
+        line.pop_back();
+        return {{}, {}, Confirm::None, "would be sent: " + line};
+    }
+    const std::string done =
+        std::to_string(file.pools.size()) + " pool(s) and " + std::to_string(file.configs.size()) + " configuration(s) sent";
+    return {{}, {CCommands(options.token).Configuration(file, resolved.gpus)}, Confirm::Read, done};
+}
+
+void Remember(const Options& options, const ConfigFile& file, const std::vector<RigResult>& results, std::ostream& err) {
+    const CStateFolder state(options.stateFolder);
+    for (const RigResult& result : results) {
+        if (!result.good) continue;
+        try {
+            state.Write(state.SentFile(result.rig), ConfigFileText(file, "Sent last to " + result.rig.Text()));
+        } catch (const std::runtime_error& failure) {
+            err << "note: " << failure.what() << ": \"export\" will not know what was sent\n";
+            return;
+        }
+    }
+}
+
+int Configure(const Options& options, std::ostream& out, std::ostream& err) {
+    const auto text = ReadWholeFile(std::filesystem::path(options.file));
+    if (!text) {
+        err << "cannot read " << options.file << '\n';
+        return kExitUsage;
+    }
+    const ConfigReading reading = ReadConfigFile(*text);
+    for (const std::string& mistake : reading.mistakes)
+        err << options.file << ": " << mistake << '\n';
+    if (!reading.mistakes.empty()) return kExitUsage;
+    const auto results = Run(options, {WantUpdate::No, [&](const RigAddress&, const SystemReport& system) {
+                                           return ConfigurePlan(options, reading.file, system);
+                                       }});
+    if (!options.dryRun) Remember(options, reading.file, results, err);
+    return Report(results, out, err);
+}
+
+int Export(const Options& options, std::ostream& out, std::ostream& err) {
+    const CStateFolder state(options.stateFolder);
+    const auto known = ReadWholeFile(state.SentFile(options.rigs.front()));
+    const std::string text =
+        known ? *known
+              : ConfigFileText(
+                    SampleConfigFile(),
+                    "A sample: nothing was sent to this rig from here yet. algo: 2 Etchash, 12 Ubqhash, or the number of "
+                    "another plug-in. gpus: \"all\", CUDA indices (0, 1, ...) or UUIDs. password and workeroverride may "
+                    "be left out. Members whose names begin with _ are comments.");
+    if (options.file.empty()) {
+        out << text;
+        return kExitGood;
+    }
+    std::ofstream file(std::filesystem::path(options.file), std::ios::binary | std::ios::trunc);
+    file << text;
+    if (file.flush()) return kExitGood;
+    err << "cannot write " << options.file << '\n';
+    return kExitRigFailed;
+}
+
+}  // namespace
+
+int RunCommand(const Options& options, std::ostream& out, std::ostream& err) {
+    switch (options.command) {
+        case Command::Status:
+            return ShowStatus(options, out);
+        case Command::System:
+        case Command::Update:
+            return ShowReports(options, out, err);
+        case Command::Configure:
+            return Configure(options, out, err);
+        case Command::Export:
+            return Export(options, out, err);
+        default:
+            return Send(options, out, err);
+    }
+}

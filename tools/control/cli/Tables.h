@@ -1,0 +1,21 @@
+#pragma once
+#include <optional>
+#include <string>
+
+#include "../Reports.h"
+
+// What is known of one rig, for the tables of "status" and "watch".
+struct RigSight {
+    std::string rig;
+    std::string problem;  // not empty: why nothing more is known; the rig is a row all the same
+    const SystemReport* system = nullptr;
+    const UpdateReport* update = nullptr;  // null: no recent one
+};
+
+// "61.24 MH/s"; three to four figures.
+std::string HashRateText(double hashesPerSecond);
+std::string StatusText(MiningStatus status);
+
+std::string StatusTable(const std::vector<RigSight>& sights);
+std::string SystemTable(const SystemReport& system);
+std::string UpdateTable(const UpdateReport& update);

@@ -1,0 +1,52 @@
+#include "Token.h"
+
+#include <array>
+#include <cstdint>
+#include <stdexcept>
+
+#include "../CleanText.h"
+#include "common/Hex.h"
+#ifdef _WIN32
+#include <windows.h>
+// Needs the types of windows.h.
+#include <bcrypt.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace {
+
+constexpr std::size_t kTokenBytes = 32;
+
+bool FillRandom(std::array<std::uint8_t, kTokenBytes>& bytes) {
+#ifdef _WIN32
+    return BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()), BCRYPT_USE_SYSTEM_PREFERRED_RNG) == 0;
+#else
+    return getentropy(bytes.data(), bytes.size()) == 0;
+#endif
+}
+
+}  // namespace
+
+std::string NewToken() {
+    std::array<std::uint8_t, kTokenBytes> bytes{};
+    if (!FillRandom(bytes)) throw std::runtime_error("the system gives no random numbers");
+    return HexText(bytes);
+}
+
+bool EqualInConstantTime(std::string_view first, std::string_view second) noexcept {
+    if (first.size() != second.size()) return false;
+    volatile unsigned char difference = 0;
+    for (std::size_t i = 0; i < first.size(); ++i)
+        difference = static_cast<unsigned char>(difference | (first[i] ^ second[i]));
+    return difference == 0;
+}
+
+WebToken LoadWebToken(const CStateFolder& state, bool makeNew) {
+    const auto stored = ReadWholeFile(state.TokenFile(), 4096);
+    const std::string_view known = stored ? Trimmed(*stored) : std::string_view();
+    if (!makeNew && known.size() == 2 * kTokenBytes) return {std::string(known), false};
+    WebToken token{NewToken(), true};
+    state.Write(state.TokenFile(), token.text + "\n");
+    return token;
+}
