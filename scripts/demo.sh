@@ -43,34 +43,45 @@ start_pool() {
     exit 1
 }
 
+free_port() { # a port that nobody listens on
+    local port
+    while :; do
+        port=$((20000 + RANDOM % 20000))
+        (: <"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
+    done
+    echo "$port"
+}
+
 prepare_miner() {
     rm -rf "$folder/miner"
     mkdir -p "$folder/miner/Settings"
     cp -r build/Quorvel-Miner/. "$folder/miner/"
     cp build/sim/* "$folder/miner/"
-    local gpus
-    gpus=$(sed -n 's|^Uuid=\([0-9a-fA-F]*\).*|        <Gpu ID="\1" NGM="0" NGTO="0"/>|p' build/sim/SimGpus.ini)
-    cat >"$folder/miner/Settings/ConfigMiner.xml" <<XML
+    control_port=$(free_port)
+    cat >"$folder/miner/Settings/RuntimeSettingsMiner.xml" <<XML
 <?xml version="1.0" encoding="utf-8"?>
-<MinerConfig DefaultWorkerName="demo">
-  <Pools>
-    <Pool ID="1" Name="Local pool" Server="127.0.0.1" Port="$port" WalletUser="0x0000000000000000000000000000000000000000" Password="x" WorkerOverride="" Algo="2"/>
-  </Pools>
-  <Configurations>
-    <Config PrimaryPoolID="1" SecondaryPoolID="-1" GpuAttributs="0" PoolAttributs="0">
-      <Gpus>
-$gpus
-      </Gpus>
-    </Config>
-  </Configurations>
-</MinerConfig>
-XML
-    cat >"$folder/miner/Settings/RuntimeSettingsMiner.xml" <<'XML'
-<?xml version="1.0" encoding="utf-8"?>
-<RuntimeSettings MiningState="1">
+<RuntimeSettings HostPort="$control_port" ControlState="1">
   <Logging MainLog="1" ConnectionLog="1"/>
 </RuntimeSettings>
 XML
+    cat >"$folder/configuration.json" <<JSON
+{
+    "pools": [
+        {"id": 1, "name": "Local pool", "server": "127.0.0.1", "port": $port, "algo": 2,
+         "wallet": "0x0000000000000000000000000000000000000000", "password": "x"}
+    ],
+    "config": [
+        {"primary-poolid": 1, "secondary-poolid": 1, "gpus": "all"}
+    ]
+}
+JSON
+}
+
+control() { XDG_STATE_HOME=$PWD/$folder/state build/tools/quorvel-control "$@" --rig "127.0.0.1:$control_port"; }
+
+# As an owner does it from afar: name the rig, send pools and configurations, start.
+configure_and_start() {
+    control worker demo && control configure "$folder/configuration.json" && control start && control status
 }
 
 # A display of the user's is used; without one the miner runs in an X server of our own.
@@ -150,6 +161,7 @@ scripts/wine-run "$folder/miner/Quorvel-Miner.exe" &
 miner_pid=$!
 window wait || { echo "demo: the miner's window did not open" >&2 && exit 1; }
 result=0
+configure_and_start || { echo "demo: the miner did not obey its controller" >&2 && exit 1; }
 wait_for_shares || result=1
 import -window root -trim +repage "$screenshot" || echo "demo: no picture could be taken" >&2
 window close || echo "demo: the miner's window did not close" >&2

@@ -137,7 +137,9 @@ std::optional<Report> ParseReport(std::string_view line) {
     if (line.size() > kMaxReportBytes) return std::nullopt;
     rapidjson::Document document;
     // Iterative: deep nesting must not use up the stack.
-    document.Parse<rapidjson::kParseIterativeFlag>(line.data(), line.size());
+    // Miners end each GPU of a system report with a comma.
+    constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseTrailingCommasFlag;
+    document.Parse<kFlags>(line.data(), line.size());
     if (document.HasParseError()) return BrokenError(line);
     if (!document.IsObject()) return std::nullopt;
     const std::string command = Text(document, "cmd");

@@ -26,7 +26,7 @@ TEST(Reports, SystemReportOfTwoGpus) {
     const auto report = ParseReport(
         R"({"cmd":"system","params":{"hostname":"RIG","ver":"18.12.50.41","status":"stopped","GpuStatic":[)"
         R"({"ID":"00112233445566778899aabbccddeeff","Model":"Card A","CUDA-ID":0,"CUDA-Major":8,"CUDA-Minor":6,"MultiProc":46,)"
-        R"("CoresPerMultiProc":128,"TotalCores":5888,"Memory":8589934592,"PCI-Dom":0,"PCI-Bus":1},)"
+        R"("CoresPerMultiProc":128,"TotalCores":5888,"Memory":8589934592,"PCI-Dom":0,"PCI-Bus":1,},)"
         R"({"ID":"ffeeddccbbaa99887766554433221100","Model":"Card B","CUDA-ID":1,"Memory":4294967296,"PCI-Bus":2}]}})"
         "\r");
     ASSERT_TRUE(report);
