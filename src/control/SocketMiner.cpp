@@ -122,7 +122,15 @@ void CSocketMiner::LogRefusal(ddt_datetime time) {
     m_refusals = 0;
 }
 
-void CSocketMiner::OnError(const char*, std::uint32_t code) {
+void CSocketMiner::OnError(const char* operation, std::uint32_t code) {
+    if (std::string_view(operation) == "Listen") {
+        if (code != 0 && !m_listenFailed) {
+            m_program.LogLine(L"The control channel cannot listen (" + std::to_wstring(code) + L"): is the port taken?");
+        }
+        m_listenFailed = code != 0;
+        m_program.ControlStateChanged(m_listenFailed ? ControlChannelState::Offline : ControlChannelState::Listening);
+        return;
+    }
     if (code == WSAECONNABORTED) m_program.LogLine(L"The controller sent a line without end; its connection is closed");
 }
 

@@ -55,6 +55,7 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     std::atomic<bool> m_dropping{false};         // from the send that failed until the I/O thread has closed the socket
 
     // I/O thread.
+    bool m_listenFailed = false;
     ddt_datetime m_lastRefusalLogged;
     std::uint32_t m_refusals = 0;  // since then
 };

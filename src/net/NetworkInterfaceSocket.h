@@ -41,6 +41,7 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     void SetLineLimit(std::size_t bytes) { m_lineLimit = bytes; }
 
     void OnDataSent(const char*, std::uint32_t, ddt_datetime, std::uint32_t, std::uintptr_t) override {}
+    // "ReadData" with the error; "Listen" with the error, or with 0 when it works after all.
     void OnError(const char*, std::uint32_t) override {}
     std::uint32_t OnConnectError(const char*, std::uint32_t) override { return kKeepTrying; }
     void OnHook1() override {}

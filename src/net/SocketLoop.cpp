@@ -262,6 +262,7 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Listen(Loop& loop) {
     }
     ListenResult result = OpenListeningSocket(address, m_port, loop.listenEvent.Get());
     m_listening = std::move(result.socket);
+    if (!m_listening.IsOpen() || loop.listenTries > 0) OnError("Listen", result.error);
     ++loop.listenTries;
     // The port of a connection just ended may be taken for a moment.
     loop.timeout = result.error == WSAEADDRINUSE ? m_reconnectInterval : WSA_INFINITE;

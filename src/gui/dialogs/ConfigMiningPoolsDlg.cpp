@@ -1,13 +1,10 @@
 #include "gui/dialogs/ConfigMiningPoolsDlg.h"
 
 #include <algorithm>
-#include <array>
 
-#include "common/Messages.h"
 #include "common/Version.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
-#include "toolkit/TaskDialog.h"
 
 namespace {
 

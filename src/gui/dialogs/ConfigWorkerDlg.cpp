@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-#include "common/Version.h"
 #include "gui/GpuText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
-#include "toolkit/TaskDialog.h"
 
 namespace {
 

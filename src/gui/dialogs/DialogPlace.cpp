@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "common/Messages.h"
+#include "common/Version.h"
 #include "gui/WindowPlacement.h"
 
 namespace {

@@ -1,7 +1,5 @@
 #pragma once
 #include <windows.h>
-#include "common/Messages.h"
-#include "common/Version.h"
 #include "gui/dialogs/MainDialogHost.h"
 
 // Puts a dialog where it was last, as far as that is on a screen; an empty place leaves it where it is.

@@ -75,6 +75,22 @@ TEST_F(SocketMiner, ControllersComeAndGo) {
     EXPECT_EQ(host.Take(), Events{"state 3"});
 }
 
+TEST_F(SocketMiner, ATakenPortIsSaidAndUsedOnceItIsFree) {
+    CSocket other(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<u_short>(port));
+    ASSERT_EQ(bind(other.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(other.Get(), 1), 0);
+    Open();
+    EXPECT_TRUE(host.WaitFor("log The control channel cannot listen (10048): is the port taken?"));
+    EXPECT_TRUE(host.WaitFor("state 1"));
+    other.Close();
+    EXPECT_TRUE(host.WaitFor("state 2"));
+    Join();
+}
+
 TEST_F(SocketMiner, AControllerThatHasFinishedWritingStillGetsReports) {
     Open();
     Join().Reset();  // it listens
