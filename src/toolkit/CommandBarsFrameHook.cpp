@@ -1,10 +1,9 @@
 #include "toolkit/CommandBarsFrameHook.h"
 
-#include <windowsx.h>
-
 #include <string>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Wnd.h"
 
 namespace {
 
@@ -76,12 +75,6 @@ void LetSystemDrawFrame(HWND window, bool let) {
     const auto set = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "DwmSetWindowAttribute")));
     if (set != nullptr) set(window, kRenderingPolicy, &policy, sizeof(policy));
     FreeLibrary(library);
-}
-
-std::wstring TitleOf(HWND window) {
-    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-    text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
-    return text;
 }
 
 }  // namespace
@@ -199,7 +192,8 @@ LRESULT CXTPCommandBarsFrameHook::OnCalcSize(WPARAM wParam, LPARAM lParam) const
 LRESULT CXTPCommandBarsFrameHook::OnHitTest(LPARAM lParam) const {
     RECT window = {};
     GetWindowRect(m_window, &window);
-    return HitTestFrame(Layout(), {GET_X_LPARAM(lParam) - window.left, GET_Y_LPARAM(lParam) - window.top});
+    return HitTestFrame(Layout(),
+                        {static_cast<short>(LOWORD(lParam)) - window.left, static_cast<short>(HIWORD(lParam)) - window.top});
 }
 
 void CXTPCommandBarsFrameHook::Hover(LRESULT hit) {
@@ -292,7 +286,7 @@ void CXTPCommandBarsFrameHook::DrawCaption(HDC device, const RECT& area, const F
     SetBkMode(device, TRANSPARENT);
     SetTextColor(device, m_paint->GetColor(m_active ? ThemeColor::CaptionText : ThemeColor::CaptionTextInactive));
     RECT text = {textLeft, layout.inset, textRight, layout.inset + layout.caption};
-    const std::wstring title = TitleOf(m_window);
+    const std::wstring title = TextOfWindow(m_window);
     DrawTextW(device, title.c_str(), -1, &text, DT_SINGLELINE | DT_VCENTER | DT_END_ELLIPSIS | DT_NOPREFIX);
     SelectObject(device, previous);
     DeleteObject(font);

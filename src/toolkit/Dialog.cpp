@@ -25,18 +25,8 @@ void CDialog::EndDialog(INT_PTR result) {
     ::EndDialog(Handle(), result);
 }
 
-namespace {
-
-std::wstring TextOf(HWND window) {
-    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-    text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
-    return text;
-}
-
-}  // namespace
-
 std::wstring CDialog::ItemText(int id) const {
-    return TextOf(Item(id));
+    return TextOfWindow(Item(id));
 }
 
 void CDialog::SetItemText(int id, const std::wstring& text) {

@@ -12,17 +12,17 @@ Function FindFunction(const wchar_t* library, const char* name) {
 }
 
 HRESULT CALLBACK OnTaskDialog(HWND window, UINT message, WPARAM, LPARAM lParam, LONG_PTR) {
-    if (message == TDN_HYPERLINK_CLICKED) {
-        // Loaded for this only: the shell's libraries would double the memory of a process that never needs them.
-        using Function = HINSTANCE(WINAPI*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT);
-        const auto execute = FindFunction<Function>(L"shell32.dll", "ShellExecuteW");
-        if (execute != nullptr)
-            execute(window, L"open", reinterpret_cast<const wchar_t*>(lParam), nullptr, nullptr, SW_SHOWNORMAL);
-    }
+    if (message == TDN_HYPERLINK_CLICKED) OpenAddress(window, reinterpret_cast<const wchar_t*>(lParam));
     return S_OK;
 }
 
 }  // namespace
+
+void OpenAddress(HWND owner, const wchar_t* address) {
+    using Function = HINSTANCE(WINAPI*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT);
+    const auto execute = FindFunction<Function>(L"shell32.dll", "ShellExecuteW");
+    if (execute != nullptr) execute(owner, L"open", address, nullptr, nullptr, SW_SHOWNORMAL);
+}
 
 void ShowTaskDialog(const std::wstring& title, const std::wstring& content, TaskDialogIcon icon) {
     TASKDIALOGCONFIG config = {};

@@ -10,6 +10,12 @@ CWnd* ObjectOf(HWND window) {
 
 }  // namespace
 
+std::wstring TextOfWindow(HWND window) {
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
+    text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1)));
+    return text;
+}
+
 CWnd::~CWnd() {
     // The derived part is gone: what the destruction sends is not for it any more.
     if (m_handle == nullptr) return;
@@ -65,12 +71,6 @@ void CWnd::Release() {
 
 void CWnd::DestroyWindow() {
     if (m_handle != nullptr) ::DestroyWindow(m_handle);
-}
-
-std::wstring CWnd::Text() const {
-    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(m_handle)), L'\0');
-    text.resize(static_cast<std::size_t>(GetWindowTextW(m_handle, text.data(), static_cast<int>(text.size()) + 1)));
-    return text;
 }
 
 void CWnd::SetText(const std::wstring& text) {

@@ -16,6 +16,9 @@ struct WindowSpec {
 // the dialog. Likewise for WM_DRAWITEM and WM_MEASUREITEM (TRUE when done).
 inline constexpr UINT kReflected = WM_USER + 0x1C00;
 
+// Of any window of this process.
+std::wstring TextOfWindow(HWND window);
+
 // A window whose messages go to a virtual operation. All of it belongs to one thread. The window is destroyed with the
 // object, unless it was there before (SubclassWindow): then it gets its own procedure back.
 class CWnd {
@@ -33,7 +36,7 @@ class CWnd {
     void DestroyWindow();
     HWND Handle() const { return m_handle; }
 
-    std::wstring Text() const;
+    std::wstring Text() const { return TextOfWindow(m_handle); }
     // Does not touch the window when it shows that text already.
     void SetText(const std::wstring& text);
 

@@ -2,6 +2,7 @@
 
 #include "CleanText.h"
 #include "JsonText.h"
+#include "PoolJson.h"
 
 namespace {
 
@@ -29,19 +30,6 @@ class CMessage {
     rapidjson::StringBuffer m_buffer;
     JsonWriter m_json;
 };
-
-void WritePool(JsonWriter& json, const PoolRecord& pool) {
-    json.StartObject();
-    WriteMember(json, "id", std::int64_t{pool.id});
-    WriteMember(json, "name", pool.name);
-    WriteMember(json, "server", pool.server);
-    WriteMember(json, "port", std::int64_t{pool.port});
-    WriteMember(json, "algo", std::int64_t{pool.algo});
-    WriteMember(json, "wallet", pool.wallet);
-    if (pool.password) WriteMember(json, "password", *pool.password);
-    if (pool.workerOverride) WriteMember(json, "workeroverride", *pool.workerOverride);
-    json.EndObject();
-}
 
 }  // namespace
 

@@ -5,23 +5,11 @@
 #include <algorithm>
 
 #include "JsonText.h"
+#include "PoolJson.h"
 
 namespace {
 
 using PrettyWriter = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
-
-void WritePool(PrettyWriter& json, const PoolRecord& pool) {
-    json.StartObject();
-    WriteMember(json, "id", std::int64_t{pool.id});
-    WriteMember(json, "name", pool.name);
-    WriteMember(json, "server", pool.server);
-    WriteMember(json, "port", std::int64_t{pool.port});
-    WriteMember(json, "algo", std::int64_t{pool.algo});
-    WriteMember(json, "wallet", pool.wallet);
-    if (pool.password) WriteMember(json, "password", *pool.password);
-    if (pool.workerOverride) WriteMember(json, "workeroverride", *pool.workerOverride);
-    json.EndObject();
-}
 
 void WriteConfig(PrettyWriter& json, const ConfigRecord& config) {
     json.StartObject();

@@ -1,27 +1,18 @@
 #include "gui/dialogs/AboutDlg.h"
 
-#include <shellapi.h>
-
 #include "common/CodePage.h"
 #include "common/Version.h"
 #include "gui/dialogs/resource.h"
 #include "toolkit/BufferedPaint.h"
-
-void CHyperlink::Open() const {
-    using Function = HINSTANCE(WINAPI*)(HWND, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT);
-    const HMODULE shell = LoadLibraryW(L"shell32.dll");
-    if (shell == nullptr) return;
-    const auto execute = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(shell, "ShellExecuteW")));
-    if (execute != nullptr) execute(Handle(), L"open", m_target.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
-}
+#include "toolkit/TaskDialog.h"
 
 LRESULT CHyperlink::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_LBUTTONUP:
-            Open();
+            OpenAddress(Handle(), m_target.c_str());
             return 0;
         case WM_KEYDOWN:
-            if (wParam == VK_SPACE || wParam == VK_RETURN) Open();
+            if (wParam == VK_SPACE || wParam == VK_RETURN) OpenAddress(Handle(), m_target.c_str());
             return 0;
         case WM_GETDLGCODE:
             // Enter is for the link, not for the default button, while it has the focus.

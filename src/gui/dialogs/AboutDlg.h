@@ -14,8 +14,6 @@ class CHyperlink final : public CXTPControl {
     void OnDraw(HDC device, const RECT& area) override;
 
   private:
-    void Open() const;
-
     const std::wstring m_target;
 };
 
