@@ -7,8 +7,8 @@
 #include <mutex>
 #include "ethash/Ethash.h"
 
-// The light caches of one loaded library, shared by its sessions: the two used last are kept (the user's chain and the one
-// of the fee). Any thread.
+// The light caches of one loaded library, shared by its sessions: the three used last are kept (the user's chain, the one of
+// the fee, and an epoch made ahead). Any thread.
 class CCacheStore {
   public:
     explicit CCacheStore(EthashVariant variant) : m_variant(variant) {}
@@ -28,5 +28,5 @@ class CCacheStore {
     std::mutex m_lock;  // guards the following
     std::condition_variable m_free;
     bool m_making = false;
-    std::array<std::shared_ptr<const CEthashCache>, 2> m_kept;  // used last first
+    std::array<std::shared_ptr<const CEthashCache>, 3> m_kept;  // used last first
 };

@@ -12,6 +12,8 @@ class IEngineHost {
     virtual void Log(std::string_view text) = 0;
     // A text of a work block, in the code page in which the miner logs in.
     virtual std::string Narrow(std::wstring_view text) = 0;
-    // Called first on each hashing thread.
+    // Called first on each thread that keeps a CPU core busy.
     virtual void HashingThreadStarted() = 0;
+    // A thread had to be given up: its code must stay until the process ends.
+    virtual void KeepCodeLoaded() = 0;
 };

@@ -1,7 +1,8 @@
+#include "ethash/CpuWorker.h"
 #include "ethash/Plugin.h"
 
 namespace {
-CPlugin g_plugin({2, L"Etchash (CPU)", L"EtchashCpu", EthashVariant::Etchash});
+CPlugin g_plugin({2, L"Etchash (CPU)", L"EtchashCpu", EthashVariant::Etchash, {MakeCpuWorker}});
 }
 
 extern "C" __declspec(dllexport) std::uintptr_t GetInterface(std::uintptr_t argument) {

@@ -30,6 +30,13 @@ EthashEpoch EpochOfBlock(EthashVariant variant, std::uint64_t block);
 std::optional<EthashEpoch> EpochOfSeed(EthashVariant variant, const Hash256& seed);
 Hash256 SeedOfIndex(std::uint32_t seedIndex);
 
+struct EpochAndSeed {
+    EthashEpoch epoch;
+    Hash256 seed{};
+};
+// The epoch that follows this one.
+EpochAndSeed NextEpoch(EthashVariant variant, const EthashEpoch& epoch, const Hash256& seed);
+
 // The light cache of one epoch: 16 MiB and up, made in a fraction of a second. Immutable; shared between threads.
 class CEthashCache {
   public:

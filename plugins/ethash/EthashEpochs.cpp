@@ -74,3 +74,13 @@ Hash256 SeedOfIndex(std::uint32_t seedIndex) {
         seed = Keccak256(seed);
     return seed;
 }
+
+EpochAndSeed NextEpoch(EthashVariant variant, const EthashEpoch& epoch, const Hash256& seed) {
+    const std::uint64_t nextBlock = (std::uint64_t{epoch.seedIndex} + 1) * kEpochBlocks;
+    EpochAndSeed next{EpochOfBlock(variant, nextBlock), seed};
+    // Within a long epoch the next step of the seed chain still belongs to it.
+    if (next.epoch.epoch == epoch.epoch) next.epoch = EpochOfBlock(variant, nextBlock + kEpochBlocks);
+    for (std::uint32_t index = epoch.seedIndex; index < next.epoch.seedIndex; ++index)
+        next.seed = Keccak256(next.seed);
+    return next;
+}

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "ethash/ThisLibrary.h"
+
 namespace {
 
 template <class Function>
@@ -41,4 +43,10 @@ std::string CExecutableHost::Narrow(std::wstring_view text) {
 void CExecutableHost::HashingThreadStarted() {
     // The miner's own threads go first: the dialog stays alive and a share is on its way at once.
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+}
+
+void CExecutableHost::KeepCodeLoaded() {
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<const wchar_t*>(&ThisLibrary), &library);
 }

@@ -18,8 +18,11 @@ std::string Printable(std::string_view text) {
 
 }  // namespace
 
-CMiningEngine::CMiningEngine(CCacheStore& store, IEngineHost& host)
-    : m_store(store), m_host(host), m_maker(store, host, [this](const auto& cache) { CacheMade(cache); }) {}
+CMiningEngine::CMiningEngine(CCacheStore& store, IEngineHost& host, HashingKind hashing)
+    : m_store(store),
+      m_host(host),
+      m_hashing(std::move(hashing)),
+      m_maker(store, host, [this](const auto& cache) { CacheMade(cache); }) {}
 
 CMiningEngine::~CMiningEngine() {
     Stop();
@@ -37,7 +40,7 @@ void CMiningEngine::Start() {
     if (m_stopped || !m_workers.empty()) return;
     const auto parts = static_cast<std::uint32_t>(m_gpus.size());
     for (std::uint32_t part = 0; part < parts; ++part) {
-        m_workers.push_back(std::make_unique<CCpuWorker>(*m_gpus[part], part, parts, m_board, m_host));
+        m_workers.push_back(m_hashing.makeWorker({*m_gpus[part], part, parts}, m_board, m_host));
     }
 }
 
@@ -53,7 +56,7 @@ void CMiningEngine::Update(const StratumWorkBlock* block) {
 void CMiningEngine::Stop() {
     m_stopped = true;
     m_block = nullptr;
-    m_board.Close();
+    m_board->Close();
     m_workers.clear();
     m_maker.Cancel();
     m_gpus.clear();
@@ -107,26 +110,40 @@ bool CMiningEngine::KnowSeed(const Hash256& seed) {
 }
 
 void CMiningEngine::SetWork(EthashWork work) {
-    {
-        const std::lock_guard lock(m_lock);
-        work.cache = m_store.Find(*m_epoch, m_seed);
-        if (work.cache != nullptr) {
-            m_waiting.reset();
-            PublishLocked(std::move(work));
-            return;
-        }
-        m_waiting = std::move(work);
-        if (m_current != nullptr) m_board.Publish(nullptr);
-        m_current = nullptr;
+    if (PublishOrWait(std::move(work))) {
+        if (m_hashing.preparesNextEpoch) PrepareNextEpoch();
+    } else {
+        m_maker.Make(*m_epoch, m_seed);
     }
-    // Not under the lock: it waits for the maker's thread, which may be about to take it.
-    m_maker.Make(*m_epoch, m_seed);
+}
+
+// True: published. Takes the lock for itself: the maker, which is asked for a missing cache next, waits for its thread,
+// which may be about to take it.
+bool CMiningEngine::PublishOrWait(EthashWork work) {
+    const std::lock_guard lock(m_lock);
+    work.cache = m_store.Find(*m_epoch, m_seed);
+    if (work.cache != nullptr) {
+        m_waiting.reset();
+        PublishLocked(std::move(work));
+        return true;
+    }
+    m_waiting = std::move(work);
+    if (m_current != nullptr) m_board->Publish(nullptr);
+    m_current = nullptr;
+    return false;
+}
+
+void CMiningEngine::PrepareNextEpoch() {
+    if (m_preparedAfter == m_seed) return;
+    m_preparedAfter = m_seed;
+    const auto [epoch, seed] = NextEpoch(m_store.Variant(), *m_epoch, m_seed);
+    m_maker.Make(epoch, seed);
 }
 
 void CMiningEngine::DropWork() {
     const std::lock_guard lock(m_lock);
     m_waiting.reset();
-    if (m_current != nullptr) m_board.Publish(nullptr);
+    if (m_current != nullptr) m_board->Publish(nullptr);
     m_current = nullptr;
 }
 
@@ -146,5 +163,5 @@ void CMiningEngine::PublishLocked(EthashWork work) {
     work.searchId = sameSearch ? current->searchId : ++m_searches;
     work.nonceBase = sameSearch ? current->nonceBase : m_random();
     m_current = std::make_shared<const EthashWork>(std::move(work));
-    m_board.Publish(m_current);
+    m_board->Publish(m_current);
 }

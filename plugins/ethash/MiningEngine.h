@@ -9,8 +9,8 @@
 #include <vector>
 #include "ethash/CacheMaker.h"
 #include "ethash/CacheStore.h"
-#include "ethash/CpuWorker.h"
 #include "ethash/EngineHost.h"
+#include "ethash/HashWorker.h"
 #include "ethash/JobBoard.h"
 
 // One mining session: follows the work block it is told to, has the light cache made and keeps the workers in work.
@@ -19,7 +19,7 @@
 class CMiningEngine {
   public:
     // store and host outlive the engine.
-    CMiningEngine(CCacheStore& store, IEngineHost& host);
+    CMiningEngine(CCacheStore& store, IEngineHost& host, HashingKind hashing);
     ~CMiningEngine();
 
     // The records stay valid until Stop has returned.
@@ -40,7 +40,9 @@ class CMiningEngine {
     void Refuse(const ParsedJob& parsed);
     void LogOnce(const std::string& line);
     bool KnowSeed(const Hash256& seed);
+    void PrepareNextEpoch();
     void SetWork(EthashWork work);
+    bool PublishOrWait(EthashWork work);
     void DropWork();
     void CacheMade(const std::shared_ptr<const CEthashCache>& cache);
     void PublishLocked(EthashWork work);
@@ -53,6 +55,7 @@ class CMiningEngine {
     std::string m_lastLine;  // the latest refusal: not repeated at each message of one job
     Hash256 m_seed{};        // the latest seed seen, and its epoch when it has one
     std::optional<EthashEpoch> m_epoch;
+    std::optional<Hash256> m_preparedAfter;  // the seed whose successor's cache was asked for last
 
     std::mutex m_lock;                            // guards the following: the cache maker's thread publishes, too
     std::optional<EthashWork> m_waiting;          // for its cache
@@ -60,7 +63,8 @@ class CMiningEngine {
     std::uint64_t m_searches = 0;
     std::mt19937_64 m_random{std::random_device{}()};
 
-    CJobBoard m_board;
-    std::vector<std::unique_ptr<CCpuWorker>> m_workers;
+    const HashingKind m_hashing;
+    const std::shared_ptr<CJobBoard> m_board = std::make_shared<CJobBoard>();
+    std::vector<std::unique_ptr<IHashWorker>> m_workers;
     CCacheMaker m_maker;
 };

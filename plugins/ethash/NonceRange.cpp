@@ -18,3 +18,13 @@ std::size_t CNonceRange::Take(std::span<std::uint64_t> nonces) noexcept {
     m_left -= count;
     return count;
 }
+
+NonceRun CNonceRange::TakeRun(std::uint32_t count) noexcept {
+    const std::uint64_t counter = m_next & m_mask;
+    const std::uint64_t behind = m_mask - counter;  // before the counter begins anew
+    std::uint64_t taken = std::min<std::uint64_t>(count, m_left);
+    if (taken > behind) taken = behind + 1;  // fits: taken is a 32-bit count
+    m_next += taken;
+    m_left -= taken;
+    return {m_prefix | counter, static_cast<std::uint32_t>(taken)};
+}

@@ -4,6 +4,11 @@
 #include <span>
 #include "ethash/EthashJob.h"
 
+struct NonceRun {
+    std::uint64_t first = 0;
+    std::uint32_t count = 0;
+};
+
 // One GPU's share of a job's free nonces: the space is cut into equal parts that never overlap, each counted through once,
 // beginning at base plus the part's place (base makes two searches of one job unlikely to repeat each other).
 class CNonceRange {
@@ -13,6 +18,8 @@ class CNonceRange {
 
     // Fills the front of nonces and returns how many: fewer than asked for at the end of the range, then 0.
     std::size_t Take(std::span<std::uint64_t> nonces) noexcept;
+    // Up to count nonces that follow one another; none at the end of the range.
+    NonceRun TakeRun(std::uint32_t count) noexcept;
 
   private:
     std::uint64_t m_prefix = 0;

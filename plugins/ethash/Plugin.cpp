@@ -1,12 +1,13 @@
 #include "ethash/Plugin.h"
 
 #include <cwchar>
+#include <utility>
 
 #include "ethash/SessionThreads.h"
 
-CPlugin::CPlugin(const PluginIdentity& identity) : m_identity(identity), m_caches(identity.variant) {
-    m_descriptor.id = identity.id;
-    std::wcsncpy(m_descriptor.name, identity.name, QV_NAME_CHARS - 1);
+CPlugin::CPlugin(PluginIdentity identity) : m_identity(std::move(identity)), m_caches(m_identity.variant) {
+    m_descriptor.id = m_identity.id;
+    std::wcsncpy(m_descriptor.name, m_identity.name, QV_NAME_CHARS - 1);
 }
 
 std::uintptr_t CPlugin::Interface(std::uintptr_t argument) {
@@ -14,7 +15,7 @@ std::uintptr_t CPlugin::Interface(std::uintptr_t argument) {
         case QV_INTERFACE_DESCRIPTOR:
             return reinterpret_cast<std::uintptr_t>(&m_descriptor);
         case QV_INTERFACE_WINDOW:
-            return reinterpret_cast<std::uintptr_t>(OpenPluginSession(m_identity.logName, m_caches));
+            return reinterpret_cast<std::uintptr_t>(OpenPluginSession(m_identity, m_caches));
         default:
             return 0;
     }

@@ -8,7 +8,8 @@
 #include "ethash/ThisLibrary.h"
 #include "quorvel/plugin.h"
 
-CPluginSession::CPluginSession(CCacheStore& store, IEngineHost& host) : m_host(host), m_engine(store, host) {
+CPluginSession::CPluginSession(CCacheStore& store, IEngineHost& host, const HashingKind& hashing)
+    : m_host(host), m_engine(store, host, hashing) {
     // A class per session: it has to be gone before the library is, whatever other sessions do at the time.
     _snwprintf(m_className, std::size(m_className) - 1, L"QuorvelEthash-%p-%lu", static_cast<void*>(ThisLibrary()),
                GetCurrentThreadId());

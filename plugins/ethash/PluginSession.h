@@ -8,7 +8,7 @@
 class CPluginSession {
   public:
     // store and host outlive the session.
-    CPluginSession(CCacheStore& store, IEngineHost& host);
+    CPluginSession(CCacheStore& store, IEngineHost& host, const HashingKind& hashing);
     ~CPluginSession();
     CPluginSession(const CPluginSession&) = delete;
     CPluginSession& operator=(const CPluginSession&) = delete;

@@ -22,10 +22,10 @@ using UniqueHandle = std::unique_ptr<HANDLE, HandleCloser>;
 // A session on its way to having a window: shared between the caller who waits and the thread, whichever lasts longer.
 class COpening {
   public:
-    COpening(const wchar_t* logName, CCacheStore& caches)
-        : m_logName(logName), m_caches(caches), m_settled(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    COpening(const PluginIdentity& identity, CCacheStore& caches)
+        : m_identity(identity), m_caches(caches), m_settled(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-    const wchar_t* LogName() const { return m_logName; }
+    const PluginIdentity& Identity() const { return m_identity; }
     CCacheStore& Caches() const { return m_caches; }
 
     // False when nobody waits any more.
@@ -46,7 +46,7 @@ class COpening {
   private:
     enum class State { Waiting, Offered, Abandoned };
 
-    const wchar_t* const m_logName;
+    const PluginIdentity& m_identity;
     CCacheStore& m_caches;
     std::atomic<State> m_state{State::Waiting};
     HWND m_window = nullptr;
@@ -56,9 +56,9 @@ using OpeningPointer = std::shared_ptr<COpening>;
 
 DWORD WINAPI SessionThread(void* argument) {
     OpeningPointer opening = std::move(*std::unique_ptr<OpeningPointer>(static_cast<OpeningPointer*>(argument)));
-    CExecutableHost host(opening->LogName());
+    CExecutableHost host(opening->Identity().logName);
     try {
-        CPluginSession session(opening->Caches(), host);
+        CPluginSession session(opening->Caches(), host, opening->Identity().hashing);
         HWND const window = session.CreateMessageWindow();
         const bool wanted = opening->Offer(window) && window != nullptr;
         opening.reset();
@@ -89,13 +89,13 @@ DWORD WINAPI KeeperThread(void* argument) {
 
 }  // namespace
 
-HWND OpenPluginSession(const wchar_t* logName, CCacheStore& caches) {
+HWND OpenPluginSession(const PluginIdentity& identity, CCacheStore& caches) {
     HMODULE reference = nullptr;  // the keeper's
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&OpenPluginSession),
                             &reference)) {
         return nullptr;
     }
-    const OpeningPointer opening = std::make_shared<COpening>(logName, caches);
+    const OpeningPointer opening = std::make_shared<COpening>(identity, caches);
     auto forKeeper = std::make_unique<OpeningPointer>(opening);
     const UniqueHandle keeper(CreateThread(nullptr, 0, KeeperThread, forKeeper.get(), 0, nullptr));
     if (keeper == nullptr) {

@@ -1,7 +1,8 @@
+#include "ethash/CpuWorker.h"
 #include "ethash/Plugin.h"
 
 namespace {
-CPlugin g_plugin({12, L"Ubqhash (CPU)", L"UbqhashCpu", EthashVariant::Ubqhash});
+CPlugin g_plugin({12, L"Ubqhash (CPU)", L"UbqhashCpu", EthashVariant::Ubqhash, {MakeCpuWorker}});
 }
 
 extern "C" __declspec(dllexport) std::uintptr_t GetInterface(std::uintptr_t argument) {

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "FakeHost.h"
 #include "Shares.h"
 #include "WorkBlocks.h"
 #include "ethash/CpuWorker.h"
@@ -19,42 +20,6 @@ namespace {
 
 const std::string kSeed = std::string(64, '0');  // epoch 0
 const std::string kEverything(64, 'f');
-
-class CFakeHost final : public IEngineHost {
-  public:
-    int Send(void* session, std::string_view line) override {
-        if (onSend) onSend();
-        if (sendResult == 0) collector.AddShare(session, line);
-        return sendResult;
-    }
-    void Log(std::string_view text) override { collector.AddLog(std::string(text)); }
-    std::string Narrow(std::wstring_view text) override {
-        std::string narrow;
-        for (const wchar_t character : text)
-            narrow += static_cast<char>(character);
-        return narrow;
-    }
-    void HashingThreadStarted() override {}
-
-    CCollector collector;
-    std::function<void()> onSend;
-    std::atomic<int> sendResult{0};
-};
-
-template <class Word>
-Word Read(Word& word) {
-    return std::atomic_ref(word).load();
-}
-
-// Waits for what no notification tells of; false after half a minute.
-bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 // The cache of epoch 0 is made once for all tests of the engine.
 CCacheStore& Store() {
@@ -77,7 +42,7 @@ class Engine : public testing::Test {
     QvGpuRecord m_gpus[2]{};
     StratumWorkBlock m_block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
     CFakeHost m_host;
-    CMiningEngine m_engine{Store(), m_host};
+    CMiningEngine m_engine{Store(), m_host, {MakeCpuWorker}};
 };
 
 TEST_F(Engine, SendsWhatItFindsAndKeepsTheStatistics) {
@@ -204,7 +169,7 @@ TEST(EngineCaches, StopEndsTheMakingAndTheNextSessionMakesItAnew) {
     QvGpuRecord* const gpus[] = {&gpu};
     const StratumWorkBlock block = EthProxyBlock(HeaderText(1), Digits(SeedOfIndex(1)), kEverything);
     for (int round = 0; round < 2; ++round) {
-        CMiningEngine engine(store, host);
+        CMiningEngine engine(store, host, {MakeCpuWorker});
         engine.SetGpus(gpus);
         engine.Start();
         engine.Activate(&block);
@@ -225,7 +190,7 @@ TEST(EngineCaches, SessionsThatStartTogetherShareOneAndAnotherEpochReplacesIt) {
     QvGpuRecord* const second[] = {&gpus[1]};
     StratumWorkBlock block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
     gpus[1].cudaId = 1;
-    CMiningEngine engines[] = {{store, host}, {store, host}};
+    CMiningEngine engines[] = {{store, host, {MakeCpuWorker}}, {store, host, {MakeCpuWorker}}};
     engines[0].SetGpus(first);
     engines[1].SetGpus(second);
     for (CMiningEngine& engine : engines) {
@@ -248,6 +213,26 @@ TEST(EngineCaches, SessionsThatStartTogetherShareOneAndAnotherEpochReplacesIt) {
     EXPECT_TRUE(Eventually([&] { return Read(gpus[0].statistics.hashSpeed) > 0; }));
     const auto log = host.collector.Log();
     EXPECT_TRUE(std::none_of(log.begin(), log.end(), [](auto& line) { return line.find("epoch 1 is") != line.npos; }));
+}
+
+TEST(EngineCaches, TheNextEpochsIsMadeAheadAndThenUsed) {
+    CCacheStore store(EthashVariant::Ethash);
+    CFakeHost host;
+    QvGpuRecord gpu{};
+    QvGpuRecord* const gpus[] = {&gpu};
+    StratumWorkBlock block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
+    CMiningEngine engine(store, host, {MakeCpuWorker, true});
+    engine.SetGpus(gpus);
+    engine.Start();
+    engine.Activate(&block);
+    ASSERT_TRUE(host.collector.WaitForLog("epoch 0 is done in "));
+    SetSlot(block.jobId, "0x" + HeaderText(2));
+    engine.Update(&block);
+    ASSERT_TRUE(host.collector.WaitForLog("epoch 1 is done in "));
+    SetSlot(block.parameters[0], Digits(SeedOfIndex(1)));
+    engine.Update(&block);
+    ASSERT_TRUE(host.collector.WaitForLog("epoch 2 is done in "));
+    EXPECT_EQ(host.collector.Log().size(), 6u) << "one was made twice";
 }
 
 // A worker that sees the closing of the board as just another publication must not wait for the next one.
@@ -286,18 +271,18 @@ TEST(Worker, SolutionsOfAReplacedJobAreStale) {
     for (const Case& each : cases) {
         SCOPED_TRACE(each.what);
         CFakeHost host;
-        CJobBoard board;
+        const auto board = std::make_shared<CJobBoard>();
         QvGpuRecord gpu{};
         std::atomic<bool> replaced{false};
         host.onSend = [&] {
-            if (!replaced.exchange(true)) board.Publish(each.next);
+            if (!replaced.exchange(true)) board->Publish(each.next);
         };
         {
-            CCpuWorker worker(gpu, 0, 1, board, host);
-            board.Publish(work(1, 1, 0xff));
+            CCpuWorker worker({gpu, 0, 1}, board, host);
+            board->Publish(work(1, 1, 0xff));
             EXPECT_TRUE(host.collector.WaitForShares(1));
             EXPECT_TRUE(Eventually([&] { return each.stale == 0 || Read(gpu.statistics.stale) == each.stale; }));
-            board.Close();
+            board->Close();
         }
         EXPECT_EQ(gpu.statistics.stale, each.stale);
         // Of the harder target every 256th hash or fewer may follow.

@@ -131,6 +131,26 @@ TEST(Ethash, EpochsOfBlocks) {
     }
 }
 
+TEST(EthashEpochs, TheNextOneIsThatOfTheBlocksThatFollow) {
+    const struct {
+        EthashVariant variant;
+        std::uint64_t block, nextBlock;
+    } cases[] = {{EthashVariant::Ethash, 0, 30'000},
+                 {EthashVariant::Ethash, 11'729'999, 11'730'000},
+                 {EthashVariant::Etchash, 11'699'999, 11'700'000},
+                 {EthashVariant::Etchash, 11'700'000, 11'760'000},
+                 {EthashVariant::Etchash, 20'000'000, 20'040'000}};
+    for (const auto& each : cases) {
+        const EthashEpoch epoch = EpochOfBlock(each.variant, each.block);
+        const EthashEpoch expected = EpochOfBlock(each.variant, each.nextBlock);
+        const EpochAndSeed next = NextEpoch(each.variant, epoch, SeedOfIndex(epoch.seedIndex));
+        EXPECT_EQ(next.epoch.epoch, expected.epoch) << each.block;
+        EXPECT_EQ(next.epoch.seedIndex, expected.seedIndex) << each.block;
+        EXPECT_EQ(next.epoch.datasetBytes, expected.datasetBytes) << each.block;
+        EXPECT_EQ(next.seed, SeedOfIndex(expected.seedIndex)) << each.block;
+    }
+}
+
 TEST(Ethash, SeedsThatBelongToNoEpoch) {
     EXPECT_EQ(Digits(SeedOfIndex(50)), "abad8f99f3918bf903c6a909d9bbc0fdfa5a2f4b9cb1196175ec825c6610126c");
     EXPECT_TRUE(EpochOfSeed(EthashVariant::Ethash, SeedOfIndex(2047)));

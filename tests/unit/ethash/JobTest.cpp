@@ -167,6 +167,25 @@ TEST(NonceRange, PartsCoverTheSpaceOnceWithoutOverlap) {
     }
 }
 
+TEST(NonceRange, RunsFollowOneAnotherWithoutWrapping) {
+    for (const std::uint32_t parts : {1u, 3u}) {
+        std::set<std::uint64_t> seen;
+        for (std::uint32_t part = 0; part < parts; ++part) {
+            CNonceRange range({0xab00000000000000, 8}, 250, part, parts);
+            for (NonceRun run = range.TakeRun(40); run.count != 0; run = range.TakeRun(40)) {
+                EXPECT_LE(run.count, 40u);
+                EXPECT_EQ(run.first >> 8, (run.first + run.count - 1) >> 8) << "leaves the free bits";
+                for (std::uint32_t i = 0; i < run.count; ++i)
+                    EXPECT_TRUE(seen.insert(run.first + i).second);
+            }
+        }
+        EXPECT_EQ(seen.size(), 256 / parts * parts);
+    }
+    CNonceRange whole({0, 64}, ~0ULL, 0, 1);
+    EXPECT_EQ(whole.TakeRun(10).count, 1u);
+    EXPECT_EQ(whole.TakeRun(~0U).count, ~0U);
+}
+
 TEST(NonceRange, TheWholeSpaceOf64Bits) {
     const std::uint64_t base = 0xfffffffffffffff0;
     std::uint64_t first[3], second[3];

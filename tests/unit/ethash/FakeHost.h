@@ -1,0 +1,47 @@
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include "Shares.h"
+#include "ethash/EngineHost.h"
+
+// The program around an engine, collecting what it is told.
+class CFakeHost final : public IEngineHost {
+  public:
+    int Send(void* session, std::string_view line) override {
+        if (onSend) onSend();
+        if (sendResult == 0) collector.AddShare(session, line);
+        return sendResult;
+    }
+    void Log(std::string_view text) override { collector.AddLog(std::string(text)); }
+    std::string Narrow(std::wstring_view text) override {
+        std::string narrow;
+        for (const wchar_t character : text)
+            narrow += static_cast<char>(character);
+        return narrow;
+    }
+    void HashingThreadStarted() override {}
+    void KeepCodeLoaded() override { ++keptLoaded; }
+
+    CCollector collector;
+    std::function<void()> onSend;
+    std::atomic<int> sendResult{0};
+    std::atomic<int> keptLoaded{0};
+};
+
+template <class Word>
+Word Read(Word& word) {
+    return std::atomic_ref(word).load();
+}
+
+// Waits for what no notification tells of; false after half a minute.
+inline bool Eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
