@@ -1,9 +1,9 @@
 # Sourced by ./dev: the Debian packages that each kind of work needs, installed when missing.
-packages_build=(g++ g++-mingw-w64-x86-64-posix cmake ninja-build ccache libgtest-dev rapidjson-dev libboost-dev libcli11-dev)
+packages_build=(clang g++ g++-mingw-w64-x86-64-posix cmake ninja-build ccache libgtest-dev rapidjson-dev libboost-dev libcli11-dev)
 packages_run=(wine64 xvfb imagemagick fonts-wine fonts-liberation2 fonts-open-sans)
 packages_bench=(libbenchmark-dev)
 packages_lint=(clang-format clang-tidy cppcheck git)
-packages_fuzz=(clang libclang-rt-14-dev)
+packages_fuzz=(libclang-rt-14-dev)
 
 package_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 

@@ -1,6 +1,9 @@
 // Mining end to end: the real program, simulated cards, the CPU plug-in and the local pool, which verifies every share.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "MinerProcess.h"
 #include "PoolProcess.h"
 
@@ -81,6 +84,29 @@ TEST(RefusalTest, ARefusedUserStopsMining) {
     EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Idle"));
     EXPECT_TRUE(rig.WaitForText(kPoolMessage, L"Invalid user provided"));
     EXPECT_EQ(rig.Close(), 0);
+}
+
+// Simulated cards cannot hash: each says so plainly, and nothing claims a speed.
+TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
+    CMinerRig rig;
+    CPoolProcess pool(rig.Folder(), "pool", kEasy + "--mode 0");
+    ASSERT_NE(pool.Port(), 0u) << pool.Output();
+    for (const char* const name : {"Etchash.dll", "Ethash.dll", "Ubqhash.dll"})
+        std::filesystem::copy_file(std::filesystem::path(QV_ALGOS) / name, rig.Folder() / "Algos" / name);
+    rig.Configure(pool.Port());
+    std::string configuration = ReadText(rig.ConfigurationFile());
+    for (std::size_t at = 0; (at = configuration.find("Algo=\"2\"", at)) != std::string::npos;)
+        configuration.replace(at, 8, "Algo=\"1\"");
+    std::ofstream(rig.ConfigurationFile()) << configuration;
+    ASSERT_NE(rig.Start(), nullptr);
+    for (const char* const gpu : {"GPU 0", "GPU 1"}) {
+        const std::string line =
+            std::string("Etchash: ") + gpu + ": not hashing: cuCtxCreate: operation not supported (simulated GPU)";
+        EXPECT_TRUE(WaitUntil(30000, [&] { return Contains(rig.MainLog(), line); })) << rig.MainLog();
+    }
+    EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Mining"));
+    EXPECT_EQ(rig.Close(), 0);
+    EXPECT_EQ(rig.ClosingCounts(), (std::vector<unsigned>{0, 0, 0}));
 }
 
 TEST(StartStopTest, PostedCommandsStartAndStopMining) {

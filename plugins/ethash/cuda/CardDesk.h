@@ -1,0 +1,76 @@
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include "ethash/HashWorker.h"
+#include "ethash/ShareSender.h"
+#include "ethash/SpeedRecorder.h"
+
+// Why a card's thread has ended.
+struct CardEnd {
+    enum class Kind {
+        Stopped,   // the board was closed
+        Lost,      // the card does not answer as it should: opening it anew may help
+        Unusable,  // it would not help
+    };
+    Kind kind = Kind::Stopped;
+    std::string reason;
+};
+
+// What the thread of one card and the worker that watches it share. A driver's call may never return; then the desk is
+// closed, and whatever the thread may still do reaches nothing that could be gone by then. Any thread.
+class CCardDesk {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    // The records and services of place and host are touched until the desk is closed.
+    CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host);
+
+    const CJobBoard& Board() const { return *m_board; }
+
+    // The card's thread. -------------------------------------------------------------------------------------------------
+    bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
+    // One line in the main log, about this card.
+    void Log(const std::string& text);
+    void Hashed(std::uint64_t hashes, std::uint64_t solutions);
+    void Idle();
+    // Nonces that meet, or on the CPU do not meet, the target.
+    void Found(const CJobBoard::View& seen, std::uint64_t nonce, const EthashResult& result);
+    void HardwareError(std::uint64_t nonce);
+    // The thread gets on; it may take so long until the next time.
+    void Beat(Clock::duration allowance);
+    // Where a running grid looks whether it still matters; null: nowhere.
+    void SetGenerationWord(unsigned* word);
+    void End(CardEnd end);
+
+    // Both.
+    // A running grid is told the board's present generation.
+    void TellGeneration();
+
+    // The worker. --------------------------------------------------------------------------------------------------------
+    void Close();
+    // Keeps the speed up to date while the thread waits. False when it has waited for longer than it was allowed.
+    bool Look(Clock::time_point now);
+    // What the thread ended with; nothing when that takes longer.
+    std::optional<CardEnd> WaitForEnd(Clock::time_point deadline);
+
+  private:
+    const std::int32_t m_cudaId;
+    const std::shared_ptr<const CJobBoard> m_board;
+
+    std::mutex m_lock;  // guards the following
+    std::condition_variable m_ended;
+    std::atomic<bool> m_closed{false};  // written under the lock
+    IEngineHost& m_host;
+    CMiningStatistics& m_statistics;
+    CSpeedRecorder m_recorder;
+    CShareSender m_sender;
+    bool m_hashing = false;
+    Clock::time_point m_late;  // from then on the thread is taken for stuck
+    unsigned* m_generationWord = nullptr;
+    std::optional<CardEnd> m_end;
+};

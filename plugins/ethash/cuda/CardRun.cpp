@@ -1,0 +1,235 @@
+#include "ethash_cuda/CardRun.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <span>
+#include <string>
+#include <utility>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr std::chrono::seconds kBetweenProgressLines{5};
+constexpr unsigned kCheckedItems = 256;
+
+std::string Decimal(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", value);
+    return text;
+}
+
+std::string MegabyteText(std::uint64_t bytes) {
+    return std::to_string(bytes >> 20) + " MB";
+}
+
+std::string EpochText(const EthashEpoch& epoch) {
+    return "the dataset of epoch " + std::to_string(epoch.epoch);
+}
+
+}  // namespace
+
+CCardRun::CCardRun(const CudaDriverApi& api, std::int32_t cudaId, std::uint32_t part, std::uint32_t parts, CCardDesk& desk,
+                   const CardPatience& patience)
+    : m_api(api), m_cudaId(cudaId), m_part(part), m_parts(parts), m_desk(desk), m_patience(patience) {}
+
+CardEnd CCardRun::Run() {
+    using enum CardEnd::Kind;
+    try {
+        m_desk.Beat(m_patience.opening);
+        const CCudaContext context(m_api, m_cudaId);
+        Card card(context);
+        m_desk.Log("the kernels are ready after " + Decimal(context.CompileTime().count()) + " s");
+        // Declared last: the word is forgotten before its memory goes.
+        const std::unique_ptr<CCardDesk, void (*)(CCardDesk*)> word(
+            &m_desk, [](CCardDesk* desk) { desk->SetGenerationWord(nullptr); });
+        m_desk.SetGenerationWord(&card.search.GenerationWord());
+        while (!IsOver())
+            Step(context, card);
+        m_desk.Beat(m_patience.opening);
+        Drain(card);
+        return {Stopped, {}};
+    } catch (const CCudaError& error) {
+        return {error.IsPermanent() ? Unusable : Lost, error.what()};
+    } catch (const std::runtime_error& error) {
+        return {Unusable, error.what()};
+    } catch (const std::bad_alloc&) {
+        return {Lost, "not enough memory"};
+    }
+}
+
+void CCardRun::Step(const CCudaContext& context, Card& card) {
+    m_desk.Beat(m_patience.grid);
+    if (m_desk.Board().Generation().load(std::memory_order_acquire) != m_view.generation) TakeWork();
+    if (m_view.work == nullptr || m_exhausted || !HasDataset(context, card)) {
+        Rest(card);
+    } else {
+        Pump(card);
+    }
+}
+
+void CCardRun::TakeWork() {
+    const std::shared_ptr<const EthashWork> before = std::move(m_view.work);
+    m_view = m_desk.Board().Current();
+    m_desk.TellGeneration();
+    const EthashWork* const work = m_view.work.get();
+    // A new target alone does not begin the search anew.
+    if (work == nullptr || (before != nullptr && before->searchId == work->searchId)) return;
+    m_nonces = CNonceRange(work->job.nonces, work->nonceBase, m_part, m_parts);
+    m_exhausted = false;
+}
+
+void CCardRun::Rest(Card& card) {
+    Drain(card);
+    m_desk.Idle();
+    m_desk.Board().WaitForChange(m_view.generation, Clock::now() + std::chrono::seconds(1));
+}
+
+// ---- The dataset ---------------------------------------------------------------------------------------------------------
+
+bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
+    const CEthashCache& cache = *m_view.work->cache;
+    if (card.dataset.IsThere() && card.dataset.Seed() == cache.Seed()) return true;
+    if (m_refused == cache.Seed()) return false;
+    Drain(card);
+    m_desk.Idle();
+    m_refused.reset();
+    card.dataset.Drop();
+    try {
+        if (HasRoom(context, cache.Epoch())) {
+            // When it gave up, or while it was made, other work came.
+            return BuildChecked(card, cache) && m_desk.Board().Generation() == m_view.generation;
+        }
+    } catch (const CCudaError& error) {
+        if (error.Result() != kCudaOutOfMemory) throw;
+        m_desk.Log(EpochText(cache.Epoch()) + " does not fit into its memory: not hashing until the epoch changes");
+    }
+    m_refused = cache.Seed();
+    return false;
+}
+
+bool CCardRun::HasRoom(const CCudaContext& context, const EthashEpoch& epoch) {
+    const CCudaContext::Memory memory = context.GetMemory();
+    const std::uint64_t needed = CCudaDataset::MemoryNeeded(epoch);
+    if (memory.freeBytes >= needed) return true;
+    m_desk.Log(EpochText(epoch) + " needs " + MegabyteText(needed) + " of memory, of " + MegabyteText(memory.totalBytes) +
+               " there are " + MegabyteText(memory.freeBytes) + " free: not hashing until the epoch changes");
+    return false;
+}
+
+bool CCardRun::BuildChecked(Card& card, const CEthashCache& cache) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (!Build(card, cache)) return false;
+        const unsigned wrong = card.dataset.CountWrong(cache, kCheckedItems, m_random);
+        if (wrong == 0) return true;
+        m_desk.Log(std::to_string(wrong) + " of " + std::to_string(kCheckedItems) + " items of " + EpochText(cache.Epoch()) +
+                   " are wrong");
+    }
+    throw std::runtime_error("its memory does not keep what is written: less overclocking may help");
+}
+
+bool CCardRun::Build(Card& card, const CEthashCache& cache) {
+    const std::string name = EpochText(cache.Epoch());
+    m_desk.Log("making " + name + " (" + MegabyteText(cache.Epoch().datasetBytes) + ")");
+    const auto begun = Clock::now();
+    auto nextLine = begun + kBetweenProgressLines;
+    const bool built = card.dataset.Build(cache, [&](double done) {
+        m_desk.Beat(m_patience.grid);
+        if (Clock::now() >= nextLine) {
+            m_desk.Log(name + ": " + std::to_string(static_cast<int>(done * 100)) + " %");
+            nextLine += kBetweenProgressLines;
+        }
+        return !IsOver() && StillWanted(cache.Seed());
+    });
+    if (built) m_desk.Log(name + " is done in " + Decimal(Seconds(Clock::now() - begun).count()) + " s");
+    return built;
+}
+
+bool CCardRun::StillWanted(const Hash256& seed) const {
+    if (m_desk.Board().Generation().load(std::memory_order_acquire) == m_view.generation) return true;
+    // Without work for the moment it is likely to be the same epoch's again.
+    const CJobBoard::View now = m_desk.Board().Current();
+    return now.work == nullptr || now.work->job.seed == seed;
+}
+
+// ---- The search ----------------------------------------------------------------------------------------------------------
+
+// The free slot gets its next grid before the results of its last one are looked at: the card goes on meanwhile.
+void CCardRun::Pump(Card& card) {
+    const std::size_t slot = std::exchange(m_nextSlot, (m_nextSlot + 1) % CCudaSearch::kSlots);
+    if (!card.search.IsBusy(slot)) {
+        LaunchNext(card, slot);
+        return;
+    }
+    const SearchOutcome outcome = Collect(card, slot);
+    const InFlight grid = std::move(m_inFlight[slot]);
+    Measure(card, grid, outcome);
+    LaunchNext(card, slot);
+    Account(grid, outcome);
+}
+
+bool CCardRun::LaunchNext(Card& card, std::size_t slot) {
+    // What has changed since is taken first.
+    if (m_desk.Board().Generation().load(std::memory_order_acquire) != m_view.generation) return false;
+    const EthashJob& job = m_view.work->job;
+    const NonceRun nonces = m_nonces.TakeRun(card.sizer.Nonces(TopOf(job.target)));
+    m_exhausted = nonces.count == 0;
+    if (m_exhausted) return false;
+    const unsigned variant = card.trial.Current();
+    card.search.Launch(slot, card.dataset,
+                       {.header = job.header,
+                        .target = job.target,
+                        .nonces = nonces,
+                        .variant = variant,
+                        .generation = static_cast<unsigned>(m_view.generation)});
+    m_inFlight[slot] = {m_view, variant, Clock::now()};
+    return true;
+}
+
+void CCardRun::Drain(Card& card) {
+    // The older of the two first.
+    for (std::size_t i = 0; i < CCudaSearch::kSlots; ++i) {
+        const std::size_t slot = (m_nextSlot + i) % CCudaSearch::kSlots;
+        if (!card.search.IsBusy(slot)) continue;
+        const SearchOutcome outcome = Collect(card, slot);
+        Account(m_inFlight[slot], outcome);
+        m_inFlight[slot] = {};
+    }
+}
+
+SearchOutcome CCardRun::Collect(Card& card, std::size_t slot) {
+    SearchOutcome outcome = card.search.Wait(slot);
+    m_desk.Beat(m_patience.grid);
+    return outcome;
+}
+
+void CCardRun::Measure(Card& card, const InFlight& grid, const SearchOutcome& outcome) {
+    const auto now = Clock::now();
+    const Seconds time = now - std::max(grid.launched, m_lastEnd);
+    m_lastEnd = now;
+    if (outcome.stopped) return;
+    card.sizer.Ran(outcome.hashes, time);
+    if (!card.trial.Ran(grid.variant, outcome.hashes, time)) return;
+    const unsigned best = card.trial.Current();
+    m_desk.Log(std::to_string(kSearchVariants[best]) +
+               " hashes in flight are the fastest: " + Decimal(card.trial.Speed(best) / 1e6) + " MH/s");
+}
+
+void CCardRun::Account(const InFlight& grid, const SearchOutcome& outcome) {
+    m_desk.Hashed(outcome.hashes, outcome.nonces.size() + outcome.lost);
+    for (const std::uint64_t nonce : outcome.nonces)
+        Verify(grid.view, nonce);
+}
+
+void CCardRun::Verify(const CJobBoard::View& view, std::uint64_t nonce) {
+    const EthashWork& work = *view.work;
+    EthashResult result;
+    HashimotoBatch(*work.cache, work.job.header, std::span(&nonce, 1), std::span(&result, 1));
+    if (result.final <= work.job.target) {
+        m_desk.Found(view, nonce, result);
+    } else if (TopOf(result.final) > TopOf(work.job.target)) {
+        m_desk.HardwareError(nonce);
+    }
+}

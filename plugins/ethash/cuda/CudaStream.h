@@ -1,0 +1,29 @@
+#pragma once
+#include "ethash_cuda/CudaContext.h"
+
+// A stream, and the event by which its thread waits for what was queued in it without keeping a CPU core busy.
+class CCudaStream {
+  public:
+    explicit CCudaStream(const CCudaContext& context) : m_api(context.Api()) {
+        CheckCuda(m_api, m_api.StreamCreate(&m_stream, kCudaStreamNonBlocking), "cuStreamCreate");
+        const CudaResult result = m_api.EventCreate(&m_event, kCudaEventBlockingSync | kCudaEventDisableTiming);
+        if (result != kCudaSuccess) m_api.StreamDestroy(m_stream);
+        CheckCuda(m_api, result, "cuEventCreate");
+    }
+    ~CCudaStream() {
+        m_api.EventDestroy(m_event);
+        m_api.StreamDestroy(m_stream);
+    }
+    CCudaStream(const CCudaStream&) = delete;
+    CCudaStream& operator=(const CCudaStream&) = delete;
+
+    CudaStreamObject* Get() const { return m_stream; }
+    // After the last launch of what is to be waited for.
+    void Mark() { CheckCuda(m_api, m_api.EventRecord(m_event, m_stream), "cuEventRecord"); }
+    void WaitForMark() { CheckCuda(m_api, m_api.EventSynchronize(m_event), "cuEventSynchronize"); }
+
+  private:
+    const CudaDriverApi& m_api;
+    CudaStreamObject* m_stream = nullptr;
+    CudaEventObject* m_event = nullptr;
+};

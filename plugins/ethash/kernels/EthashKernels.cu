@@ -1,0 +1,251 @@
+#include "DeviceBuiltins.h"
+#include "DeviceKeccak.h"
+#include "DeviceMath.h"
+#include "KernelParameters.h"
+
+// The kernels of the Ethash family. Lanes work in groups, each lane with a share of four words of a mix, so that a group
+// reads a row or page of the memory as a whole.
+
+// Blocks of a search that a multiprocessor must be able to hold, which bounds the registers of a thread.
+#ifdef QV_MIN_BLOCKS
+#define QV_MIN_BLOCKS_2 QV_MIN_BLOCKS
+#define QV_MIN_BLOCKS_4 QV_MIN_BLOCKS
+#define QV_MIN_BLOCKS_8 QV_MIN_BLOCKS
+#else
+#define QV_MIN_BLOCKS_2 6
+#define QV_MIN_BLOCKS_4 5
+#define QV_MIN_BLOCKS_8 4
+#endif
+
+static constexpr unsigned kLanesPerItem = 4;
+static constexpr unsigned kParents = 256;
+static constexpr unsigned kLanesPerHash = 8;
+static constexpr unsigned kAccesses = 64;
+static constexpr unsigned kLanesPerWarp = 32;
+
+// The first 64 bytes of a state are four quarters.
+QV_DEVICE Words4 QuarterOf(const KeccakState& state, unsigned number) {
+    const unsigned long long first = state.words[2 * number];
+    const unsigned long long second = state.words[2 * number + 1];
+    return {LowWord(first), HighWord(first), LowWord(second), HighWord(second)};
+}
+
+QV_DEVICE void SetQuarter(KeccakState& state, unsigned number, const Words4& quarter) {
+    state.words[2 * number] = JoinWords(quarter.x, quarter.y);
+    state.words[2 * number + 1] = JoinWords(quarter.z, quarter.w);
+}
+
+// ---- The dataset
+
+QV_DEVICE void KeccakItem(Words4 (&row)[4]) {
+    KeccakState state{};
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) SetQuarter(state, i, row[i]);
+    state.words[8] = 0x8000000000000001;  // both bits of the padding
+    KeccakPermute(state);
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) row[i] = QuarterOf(state, i);
+}
+
+// A lower lane's second and the upper lane's first change places.
+QV_DEVICE void ExchangeWords(unsigned& first, unsigned& second, unsigned distance, bool upper) {
+    const unsigned received = ShuffleXor(upper ? first : second, distance);
+    first = upper ? received : first;
+    second = upper ? second : received;
+}
+
+QV_DEVICE void Exchange(Words4& first, Words4& second, unsigned distance, bool upper) {
+    ExchangeWords(first.x, second.x, distance, upper);
+    ExchangeWords(first.y, second.y, distance, upper);
+    ExchangeWords(first.z, second.z, distance, upper);
+    ExchangeWords(first.w, second.w, distance, upper);
+}
+
+// Of four lanes with four quarters each: afterwards lane i holds quarter i of all four. Its own inverse.
+QV_DEVICE void Transpose(Words4 (&quarters)[4], unsigned lane) {
+    Exchange(quarters[0], quarters[1], 1, (lane & 1) != 0);
+    Exchange(quarters[2], quarters[3], 1, (lane & 1) != 0);
+    Exchange(quarters[0], quarters[2], 2, (lane & 2) != 0);
+    Exchange(quarters[1], quarters[3], 2, (lane & 2) != 0);
+}
+
+// One parent for each of the group's four items; kWord is step % 4.
+template <unsigned kWord>
+QV_DEVICE void MixParents(Words4 (&mixes)[4], const Words4* rows, const EthashDivisor& rowCount, unsigned firstItem,
+                          unsigned step) {
+    const unsigned owner = step / 4 % kLanesPerItem;
+    Words4 parents[4];
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) {
+        const unsigned number = Fnv((firstItem + i) ^ (step + kWord), Component<kWord>(mixes[i]));
+        const unsigned parent = ShuffleFrom<kLanesPerItem>(Remainder(number, rowCount), owner);
+        parents[i] = LoadReadOnly(rows + static_cast<unsigned long long>(parent) * 4);
+    }
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) mixes[i] = Fnv(mixes[i], parents[i]);
+}
+
+QV_KERNEL(256, 3) ethash_build_dataset(EthashBuildParameters parameters) {
+    const unsigned index = BlockInGrid() * ThreadsPerBlock() + ThreadInBlock();
+    const unsigned item = parameters.firstItem + index;
+    const unsigned lane = index % kLanesPerItem;
+    const EthashDivisor rowCount = parameters.cacheRows;
+    const auto* const cache = static_cast<const Words4*>(parameters.cache);
+
+    Words4 quarters[4];
+    const Words4* const start = cache + static_cast<unsigned long long>(Remainder(item, rowCount)) * 4;
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) quarters[i] = LoadReadOnly(start + i);
+    quarters[0].x ^= item;
+    KeccakItem(quarters);
+    Transpose(quarters, lane);
+    QV_UNROLL_BY_1 for (unsigned step = 0; step < kParents; step += 4) {
+        MixParents<0>(quarters, cache + lane, rowCount, item - lane, step);
+        MixParents<1>(quarters, cache + lane, rowCount, item - lane, step);
+        MixParents<2>(quarters, cache + lane, rowCount, item - lane, step);
+        MixParents<3>(quarters, cache + lane, rowCount, item - lane, step);
+    }
+    Transpose(quarters, lane);
+    KeccakItem(quarters);
+    if (index >= parameters.itemCount) return;
+    Words4* const made = static_cast<Words4*>(parameters.dataset) + static_cast<unsigned long long>(item) * 4;
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) made[i] = quarters[i];
+}
+
+// ---- The search
+
+// Of one nonce, as four quarters. They wait in shared memory while the registers are the walk's.
+struct SeedHash {
+    Words4 quarters[4];
+};
+
+// The eight words that the group's lanes give as the mix of one hash.
+struct ReducedMix {
+    unsigned words[8];
+};
+
+QV_DEVICE SeedHash KeccakSeed(const EthashSearchParameters& parameters, unsigned long long nonce) {
+    KeccakState state{};
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) state.words[i] = parameters.header[i];
+    state.words[4] = nonce;
+    state.words[5] = 1;
+    state.words[8] = 0x8000000000000000;
+    KeccakPermute(state);
+    return {{QuarterOf(state, 0), QuarterOf(state, 1), QuarterOf(state, 2), QuarterOf(state, 3)}};
+}
+
+// The most significant 64 bits of the hash.
+QV_DEVICE unsigned long long KeccakFinal(const SeedHash& seed, const ReducedMix& mix) {
+    KeccakState state{};
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) SetQuarter(state, i, seed.quarters[i]);
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) state.words[8 + i] = JoinWords(mix.words[2 * i], mix.words[2 * i + 1]);
+    state.words[12] = 1;
+    state.words[16] = 0x8000000000000000;
+    KeccakPermute(state);
+    return ReverseBytes(state.words[0]);
+}
+
+// Some of the group's hashes on their way through the dataset, a lane's share of each.
+template <unsigned kInFlight>
+struct Walks {
+    Words4 mixes[kInFlight];
+    unsigned firstWords[kInFlight];
+};
+
+// One access of each hash; kWord is access % 4. All reads are on their way before the first is waited for.
+template <unsigned kWord, unsigned kInFlight>
+QV_DEVICE void MixPages(Walks<kInFlight>& walks, const Words4* dataset, const EthashDivisor& pageCount, unsigned access) {
+    const unsigned owner = access / 4 % kLanesPerHash;
+    const unsigned number = Opaque(access + kWord);
+    Words4 pages[kInFlight];
+    QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
+        const unsigned chosen = Fnv(number ^ walks.firstWords[i], Component<kWord>(walks.mixes[i]));
+        const unsigned page = ShuffleFrom<kLanesPerHash>(Remainder(chosen, pageCount), owner);
+        pages[i] = LoadDataset(dataset + static_cast<unsigned long long>(page) * kLanesPerHash);
+    }
+    QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) walks.mixes[i] = Fnv(walks.mixes[i], pages[i]);
+}
+
+// Takes the hashes of the lanes from first on through the dataset; the lanes they belong to get their mix. seeds: of the
+// group's eight lanes.
+template <unsigned kInFlight>
+QV_DEVICE void WalkDataset(const EthashSearchParameters& parameters, const SeedHash* seeds, unsigned first, unsigned lane,
+                           ReducedMix& mix) {
+    const EthashDivisor pageCount = parameters.pages;
+    const Words4* const dataset = static_cast<const Words4*>(parameters.dataset) + lane;
+    Walks<kInFlight> walks;
+    QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
+        walks.mixes[i] = seeds[first + i].quarters[lane % 4];
+        walks.firstWords[i] = seeds[first + i].quarters[0].x;
+    }
+    QV_UNROLL_BY_1 for (unsigned access = 0; access < kAccesses; access += 4) {
+        MixPages<0>(walks, dataset, pageCount, access);
+        MixPages<1>(walks, dataset, pageCount, access);
+        MixPages<2>(walks, dataset, pageCount, access);
+        MixPages<3>(walks, dataset, pageCount, access);
+    }
+    QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
+        const Words4& words = walks.mixes[i];
+        const unsigned reduced = Fnv(Fnv(Fnv(words.x, words.y), words.z), words.w);
+        QV_UNROLL for (unsigned from = 0; from < kLanesPerHash; ++from) {
+            const unsigned word = ShuffleFrom<kLanesPerHash>(reduced, from);
+            if (lane == first + i) mix.words[from] = word;
+        }
+    }
+}
+
+// Whether the host still wants this block's hashes; the same answer for all of its threads.
+QV_DEVICE bool BlockIsCurrent(const EthashSearchParameters& parameters) {
+    QV_SHARED unsigned current;
+    if (ThreadInBlock() == 0) current = *parameters.generationWord == parameters.generation ? 1 : 0;
+    SynchronizeBlock();
+    return current != 0;
+}
+
+// By one thread of the block, as it ends. The grid's last block tells the host how many were skipped.
+QV_DEVICE void CountBlock(const EthashSearchParameters& parameters, bool skipped) {
+    EthashSearchProgress* const progress = parameters.progress;
+    if (skipped) AtomicAdd(&progress->skippedBlocks, 1);
+    FenceDevice();
+    if (AtomicAdd(&progress->finishedBlocks, 1) != BlocksInGrid() - 1) return;
+    FenceDevice();
+    parameters.results->skippedBlocks = AtomicAdd(&progress->skippedBlocks, 0);
+    progress->finishedBlocks = 0;
+    progress->skippedBlocks = 0;
+    FenceSystem();
+}
+
+QV_DEVICE void Report(EthashSearchResults* results, unsigned long long nonce) {
+    const unsigned slot = AtomicAdd(&results->solutionCount, 1);
+    if (slot < kEthashMaxSolutions) results->nonces[slot] = nonce;
+}
+
+template <unsigned kInFlight>
+QV_DEVICE void Search(const EthashSearchParameters& parameters) {
+    static_assert(kLanesPerHash % kInFlight == 0, "a group's hashes in whole rounds");
+    const unsigned index = BlockInGrid() * kEthashSearchThreads + ThreadInBlock();
+    const bool current = BlockIsCurrent(parameters);
+    // Warps that lie wholly beyond the nonces have nothing to do; in the others every lane takes part in the exchange.
+    if (current && index / kLanesPerWarp * kLanesPerWarp < parameters.nonceCount) {
+        const unsigned long long nonce = parameters.firstNonce + index;
+        const unsigned lane = index % kLanesPerHash;
+        QV_SHARED SeedHash seeds[kEthashSearchThreads];
+        SeedHash& seed = seeds[ThreadInBlock()];
+        seed = KeccakSeed(parameters, nonce);
+        SynchronizeWarp();
+        ReducedMix mix{};
+        QV_UNROLL_BY_1 for (unsigned first = 0; first < kLanesPerHash; first += kInFlight) {
+            WalkDataset<kInFlight>(parameters, &seed - lane, first, lane, mix);
+        }
+        const unsigned long long hash = KeccakFinal(seed, mix);
+        if (index < parameters.nonceCount && hash <= parameters.target) Report(parameters.results, nonce);
+    }
+    if (ThreadInBlock() == 0) CountBlock(parameters, !current);
+}
+
+QV_KERNEL(kEthashSearchThreads, QV_MIN_BLOCKS_2) ethash_search_2(EthashSearchParameters parameters) {
+    Search<2>(parameters);
+}
+
+QV_KERNEL(kEthashSearchThreads, QV_MIN_BLOCKS_4) ethash_search_4(EthashSearchParameters parameters) {
+    Search<4>(parameters);
+}
+
+QV_KERNEL(kEthashSearchThreads, QV_MIN_BLOCKS_8) ethash_search_8(EthashSearchParameters parameters) {
+    Search<8>(parameters);
+}

@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "FakeCudaDriver.h"
+#include "FakeHost.h"
+#include "WorkBlocks.h"
+#include "ethash/EthashJob.h"
+#include "ethash_cuda/CudaWorker.h"
+#include "ethash_kernels/KernelParameters.h"
+
+namespace {
+
+constexpr std::uint8_t kEasy = 0x1f;  // every eighth hash
+
+// Epochs small enough for a CPU; they differ in all that a driver sees.
+std::shared_ptr<const CEthashCache> TinyCache(std::uint32_t epoch) {
+    constexpr std::uint64_t kRows[] = {1009, 1013}, kPages[] = {509, 521};
+    return CEthashCache::Make(EthashVariant::Ethash, {epoch, epoch, 64 * kRows[epoch], 128 * kPages[epoch]},
+                              SeedOfIndex(epoch), nullptr);
+}
+
+class CudaWorker : public testing::Test {
+  protected:
+    CudaWorker() {
+        for (const auto& cache : m_caches)
+            m_fake.Knows(cache);
+        m_gpu.cudaId = 3;
+    }
+    ~CudaWorker() override {
+        m_fake.stuck = false;
+        Stop();
+        // Threads that were given up end, too; nothing is left behind by any.
+        EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 0; }));
+        EXPECT_EQ(m_fake.Allocations(), 0u);
+    }
+
+    std::shared_ptr<EthashWork> Work(std::uint8_t header, std::uint8_t highestByte = kEasy, std::uint32_t epoch = 0) {
+        auto work = std::make_shared<EthashWork>();
+        work->job = ParseEthashJob(EthProxyBlock(HeaderText(header), Digits(SeedOfIndex(epoch)), std::string(64, 'f'))).job;
+        work->job.target[0] = highestByte;
+        work->block = &m_block;
+        work->cache = m_caches[epoch];
+        work->searchId = header;
+        work->nonceBase = 1000;
+        return work;
+    }
+    void Start() {
+        m_worker = std::make_unique<CCudaWorker>(m_fake.Driver(), WorkerPlace{m_gpu, 0, 1}, m_board, m_host, m_patience);
+    }
+    void Stop() {
+        m_board->Close();
+        m_worker.reset();
+    }
+    bool WaitForLog(const std::string& part, std::size_t count = 1) { return m_host.collector.WaitForLog(part, count); }
+    bool WaitForShares(std::size_t count) { return m_host.collector.WaitForShares(count); }
+    std::uint64_t Speed() { return Read(m_gpu.statistics.hashSpeed); }
+    std::size_t SharesSent() const { return m_host.collector.Shares().size(); }
+
+    const std::shared_ptr<const CEthashCache> m_caches[2] = {TinyCache(0), TinyCache(1)};
+    const StratumWorkBlock m_block = EthProxyBlock(HeaderText(1), std::string(64, '0'), std::string(64, 'f'));
+    CFakeCudaDriver m_fake;
+    CFakeHost m_host;
+    QvGpuRecord m_gpu{};
+    CardPatience m_patience;
+    const std::shared_ptr<CJobBoard> m_board = std::make_shared<CJobBoard>();
+    std::unique_ptr<CCudaWorker> m_worker;
+};
+
+TEST_F(CudaWorker, SendsVerifiedSolutionsOfEachNonceOnceAndKeepsTheStatistics) {
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(20));
+    EXPECT_TRUE(Eventually([&] { return Speed() > 0 && Read(m_gpu.statistics.lastTime) != 0; }));
+    m_board->Publish(Work(2));
+    m_board->Publish(Work(2, 0x0f));  // a harder target goes on where the search is
+    ASSERT_TRUE(WaitForShares(40));
+    Stop();
+    EXPECT_EQ(Speed(), 0u);
+    EXPECT_TRUE(WaitForLog("GPU 3: the dataset of epoch 0 is done in "));
+    std::set<std::pair<std::string, std::uint64_t>> nonces;
+    for (const SentShare& share : m_host.collector.Shares()) {
+        EXPECT_TRUE(nonces.insert({share.Parameter(1), share.Nonce(0)}).second) << "found twice";
+        EXPECT_EQ(share.Id() >> 16, 4u);
+        const EthashResult result = Hashimoto(*m_caches[0], Bytes<32>(share.Parameter(1).substr(2)), share.Nonce(0));
+        EXPECT_EQ(share.Parameter(2), "0x" + Digits(result.mix));
+        EXPECT_LE(result.final[0], kEasy);
+    }
+}
+
+TEST_F(CudaWorker, TheFreeNoncesAreSearchedOnceAndThenItRests) {
+    auto work = Work(1, 0xff);
+    work->job.nonces = {0xab00000000000000, 8};
+    Start();
+    m_board->Publish(work);
+    ASSERT_TRUE(WaitForShares(256));
+    ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
+    std::set<std::uint64_t> nonces;
+    for (const SentShare& share : m_host.collector.Shares())
+        nonces.insert(share.Nonce(0));
+    EXPECT_EQ(nonces.size(), 256u);
+    EXPECT_EQ(SharesSent(), 256u);
+}
+
+TEST_F(CudaWorker, SolutionsOfAReplacedJobAreStale) {
+    Start();
+    // The board changes while the first grid that finds something runs.
+    std::atomic<bool> replaced{false};
+    m_host.onSend = [&] {
+        if (!replaced.exchange(true)) m_board->Publish(nullptr);
+    };
+    m_board->Publish(Work(1, 0xff));
+    ASSERT_TRUE(Eventually([&] { return Read(m_gpu.statistics.stale) >= 7; }));
+    EXPECT_EQ(SharesSent(), 1u);
+    EXPECT_TRUE(Eventually([&] { return Speed() == 0; }));
+}
+
+TEST_F(CudaWorker, ACardThatIsTooSmallRestsUntilTheEpochChanges) {
+    m_fake.freeMemory = CCudaDataset::MemoryNeeded(m_caches[0]->Epoch()) - 1;
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForLog("GPU 3: the dataset of epoch 0 needs 64 MB of memory, of 8192 MB there are "));
+    m_fake.freeMemory = 1ULL << 40;
+    m_board->Publish(Work(2));  // the same epoch: not tried again
+    m_board->Publish(Work(3, kEasy, 1));
+    ASSERT_TRUE(WaitForShares(1));
+    EXPECT_EQ(m_host.collector.Shares()[0].Parameter(1), "0x" + HeaderText(3));
+    m_fake.Fail("cuMemAlloc", kCudaOutOfMemory);
+    m_board->Publish(Work(4));
+    ASSERT_TRUE(WaitForLog("epoch 0 does not fit into its memory"));
+    EXPECT_TRUE(Eventually([&] { return Speed() == 0; }));
+    m_fake.Fail("cuMemAlloc", 0);
+    EXPECT_EQ(m_fake.Calls("cuCtxCreate"), 1u);
+}
+
+TEST_F(CudaWorker, AWrongDatasetIsMadeOnceMore) {
+    m_fake.spoiledBuilds = 1;
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(1));
+    EXPECT_TRUE(WaitForLog("256 of 256 items of the dataset of epoch 0 are wrong"));
+
+    m_fake.spoiledBuilds = 2;
+    m_board->Publish(Work(2, kEasy, 1));
+    ASSERT_TRUE(WaitForLog("GPU 3: not hashing: its memory does not keep what is written"));
+    EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 0; }));
+    EXPECT_EQ(Speed(), 0u);
+    EXPECT_EQ(m_fake.Calls("cuCtxCreate"), 1u);
+}
+
+TEST_F(CudaWorker, AWrongSolutionIsAHardwareErrorAndNotSent) {
+    m_fake.wrongSolutions = true;
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForLog("GPU 3: hardware error 2: nonce 00000000000003"));
+    EXPECT_GE(Read(m_gpu.statistics.reserved0), 2u);
+    Stop();
+    EXPECT_EQ(SharesSent(), 0u);
+}
+
+TEST_F(CudaWorker, ADriverThatCannotRunTheCodeIsNotAskedAgain) {
+    const struct {
+        const char* function;
+        CudaResult result;
+    } cases[] = {{"cuCtxCreate", 801}, {"cuModuleLoadDataEx", 218}, {"cuModuleLoadDataEx", 222}};
+    for (const auto& each : cases) {
+        const unsigned before = m_fake.Calls(each.function);
+        m_fake.Fail(each.function, each.result);
+        CFakeHost host;
+        const auto board = std::make_shared<CJobBoard>();
+        board->Publish(Work(1));
+        {
+            CCudaWorker worker(m_fake.Driver(), {m_gpu, 0, 1}, board, host);
+            EXPECT_TRUE(host.collector.WaitForLog(std::string("GPU 3: not hashing: ") + each.function + ": as told"));
+            board->Close();
+        }
+        EXPECT_EQ(m_fake.Calls(each.function), before + 1);
+        m_fake.Fail(each.function, 0);
+    }
+    const CudaDriver none{nullptr, "there is no NVIDIA driver"};
+    const auto board = std::make_shared<CJobBoard>();
+    CCudaWorker worker(none, {m_gpu, 0, 1}, board, m_host);
+    EXPECT_TRUE(WaitForLog("GPU 3: not hashing: there is no NVIDIA driver"));
+    board->Close();
+}
+
+TEST_F(CudaWorker, ACardThatFailsIsStartedAgainThreeTimes) {
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(1));
+    m_fake.Fail("cuEventSynchronize", 700);
+    ASSERT_TRUE(WaitForLog("GPU 3: lost: cuEventSynchronize: as told (700). It is started again"));
+    m_fake.Fail("cuEventSynchronize", 0);
+    const std::size_t sent = SharesSent();
+    ASSERT_TRUE(WaitForShares(sent + 10)) << "does not hash again";
+
+    m_fake.Fail("cuEventSynchronize", 719);
+    ASSERT_TRUE(WaitForLog("lost again: cuEventSynchronize: as told (719). It is left out"));
+    EXPECT_EQ(m_fake.Calls("cuCtxCreate"), 4u);
+    EXPECT_EQ(Speed(), 0u);
+    EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 0; }));
+    EXPECT_EQ(m_host.keptLoaded, 0);
+}
+
+TEST_F(CudaWorker, AStuckCardIsGivenUpAndReachesNothingAnyMore) {
+    m_patience.grid = std::chrono::milliseconds(300);
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(1));
+    m_fake.stuck = true;
+    ASSERT_TRUE(WaitForLog("GPU 3: lost: it does not get on. It is started again"));
+    EXPECT_EQ(m_host.keptLoaded, 1);
+    EXPECT_EQ(Speed(), 0u);
+    m_fake.stuck = false;
+    const std::size_t sent = SharesSent();
+    ASSERT_TRUE(WaitForShares(sent + 10));
+    EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 1; })) << "the thread that was given up has not ended";
+}
+
+TEST_F(CudaWorker, StoppingDoesNotWaitForAStuckCard) {
+    m_patience.stopping = std::chrono::milliseconds(50);
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(1));
+    m_fake.stuck = true;
+    const unsigned waits = m_fake.Calls("cuEventSynchronize");
+    const auto begun = std::chrono::steady_clock::now();
+    Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(10));
+    EXPECT_EQ(m_host.keptLoaded, 1);
+    const std::size_t sent = SharesSent();
+    m_fake.stuck = false;
+    EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 0; }));
+    EXPECT_GT(m_fake.Calls("cuEventSynchronize"), waits);
+    EXPECT_EQ(SharesSent(), sent);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include "ethash_cuda/CudaWorker.h"
+#include "ethash_cuda/GridSizer.h"
+#include "ethash_cuda/VariantTrial.h"
+#include "ethash_kernels/KernelParameters.h"
+
+namespace {
+
+using Seconds = CGridSizer::Duration;
+
+TEST(GridSizer, SettlesAtTenMilliseconds) {
+    for (const double speed : {2e6, 60e6, 130e6, 900e6}) {
+        CGridSizer sizer(82);
+        std::uint32_t nonces = sizer.Nonces(0);
+        for (int grid = 0; grid < 20; ++grid) {
+            sizer.Ran(nonces, Seconds(nonces / speed));
+            EXPECT_LE(sizer.Nonces(0), 2.1 * nonces) << "one step at a time";
+            nonces = sizer.Nonces(0);
+        }
+        EXPECT_NEAR(nonces / speed, 0.010, 0.006);
+        EXPECT_EQ(nonces % (82 * kEthashSearchThreads), 0u);
+    }
+}
+
+TEST(GridSizer, KeepsItsBoundsWhateverIsMeasured) {
+    CGridSizer sizer(10);
+    for (int grid = 0; grid < 100; ++grid)
+        sizer.Ran(1, Seconds(1e6));
+    EXPECT_EQ(sizer.Nonces(0), 10u * kEthashSearchThreads);
+    for (int grid = 0; grid < 100; ++grid)
+        sizer.Ran(~0ULL, Seconds(1e-9));
+    EXPECT_GT(sizer.Nonces(0), 1U << 27);
+    EXPECT_LE(sizer.Nonces(0), 1U << 28);
+    sizer.Ran(0, Seconds(0));
+    sizer.Ran(5, Seconds(0));
+    EXPECT_GT(sizer.Nonces(0), 1U << 27);
+}
+
+TEST(GridSizer, LeavesRoomForTheSolutionsOfAnEasyTarget) {
+    const CGridSizer sizer(82);
+    for (const std::uint64_t target : {~0ULL, ~0ULL >> 1, ~0ULL >> 5, ~0ULL >> 12}) {
+        const double expected = sizer.Nonces(target) * (static_cast<double>(target) / 0x1p64);
+        EXPECT_GE(sizer.Nonces(target), 1u);
+        EXPECT_LE(expected, kEthashMaxSolutions / 2);
+    }
+    EXPECT_EQ(sizer.Nonces(~0ULL >> 40), sizer.Nonces(0));
+}
+
+TEST(VariantTrial, TheFastestOfAllIsKept) {
+    for (unsigned fastest = 0; fastest < std::size(kSearchVariants); ++fastest) {
+        CVariantTrial trial;
+        int grids = 0;
+        while (!trial.IsDecided() && grids < 1000) {
+            const unsigned variant = trial.Current();
+            EXPECT_FALSE(trial.Ran((variant + 1) % std::size(kSearchVariants), 1'000'000'000, Seconds(0.001)));  // of before
+            const bool decided = trial.Ran(variant, 1'000'000, Seconds(variant == fastest ? 0.009 : 0.010));
+            EXPECT_EQ(decided, trial.IsDecided());
+            ++grids;
+        }
+        EXPECT_EQ(trial.Current(), fastest);
+        EXPECT_NEAR(trial.Speed(fastest), 1e6 / 0.009, 1);
+        EXPECT_FALSE(trial.Ran(trial.Current(), 1, Seconds(100)));
+        EXPECT_EQ(trial.Current(), fastest);
+    }
+}
+
+TEST(RestartBudget, ThreeInTenMinutes) {
+    CRestartBudget budget;
+    const CRestartBudget::TimePoint start{};
+    using std::chrono::minutes;
+    const struct {
+        int minute;
+        bool granted;
+    } cases[] = {{0, true}, {1, true}, {8, true}, {9, false}, {10, true}, {10, false}, {11, true}, {17, false}, {18, true}};
+    for (const auto& each : cases)
+        EXPECT_EQ(budget.Take(start + minutes(each.minute)), each.granted) << each.minute;
+}
+
+TEST(Divisor, TheReciprocalIsRoundedDown) {
+    for (const std::uint64_t value : {2ULL, 3ULL, 8388593ULL, 33554393ULL, 0xffffffffULL}) {
+        const EthashDivisor divisor = DivisorOf(value);
+        EXPECT_EQ(divisor.value, value);
+        EXPECT_LE(divisor.reciprocal * value, 1ULL << 32);
+        EXPECT_GT((divisor.reciprocal + 1ULL) * value, 1ULL << 32);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "BenchReport.h"
+#include "CardBench.h"
+#include "ethash_cuda/CudaDriver.h"
+
+namespace {
+
+std::vector<std::int32_t> CardsOf(const CudaDriverApi& api, std::vector<std::int32_t> wanted) {
+    std::int32_t count = 0;
+    if (api.DeviceGetCount(&count) != kCudaSuccess) count = 0;
+    if (wanted.empty()) {
+        for (std::int32_t card = 0; card < count; ++card)
+            wanted.push_back(card);
+    }
+    return wanted;
+}
+
+bool IsSound(const CardFigures& card) {
+    if (!card.problem.empty()) return false;
+    for (const EpochFigures& epoch : card.epochs) {
+        if (epoch.wrongItems != 0) return false;
+        for (const SearchFigures& search : epoch.searches) {
+            if (search.wrongSolutions != 0) return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app(
+        "Measures Ethash hashing on NVIDIA cards: compile time of the kernels, copy bandwidth, dataset, speed of each "
+        "kernel variant with its share of the bound that the bandwidth sets, and the time of a job switch. Ends with "
+        "0 when every card was measured and nothing that it computed was wrong.");
+    std::vector<std::int32_t> cards;
+    BenchOrder order{.epochs = {0, 431}, .variants = {}};
+    int seconds = 30;
+    std::vector<unsigned> inFlight;
+    bool json = false;
+    app.add_option("--gpu", cards, "CUDA index of a card; may be repeated (default: every card)");
+    app.add_option("--epoch", order.epochs, "an epoch; may be repeated (default: 0 and 431)")->check(CLI::Range(0, 2047));
+    app.add_option("--in-flight", inFlight, "hashes in flight per group of lanes; may be repeated (default: 2, 4 and 8)")
+        ->check(CLI::IsMember({2U, 4U, 8U}));
+    app.add_option("--seconds", seconds, "time of each search")->check(CLI::Range(1, 3600))->capture_default_str();
+    app.add_flag("--json", json, "print the figures as JSON");
+    CLI11_PARSE(app, argc, argv);
+    order.searchTime = std::chrono::seconds(seconds);
+    for (unsigned i = 0; i < std::size(kSearchVariants); ++i) {
+        const bool wanted =
+            inFlight.empty() || std::find(inFlight.begin(), inFlight.end(), kSearchVariants[i]) != inFlight.end();
+        if (wanted) order.variants.push_back(i);
+    }
+
+    const CudaDriver& driver = InstalledCudaDriver();
+    if (driver.api == nullptr) {
+        std::fprintf(stderr, "ethash-bench: %s\n", driver.problem.c_str());
+        return 1;
+    }
+    std::vector<CardFigures> figures;
+    bool sound = true;
+    for (const std::int32_t card : CardsOf(*driver.api, cards)) {
+        figures.push_back(MeasureCard(*driver.api, card, order,
+                                      [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); }));
+        sound = sound && IsSound(figures.back());
+    }
+    std::fputs((json ? JsonReport(figures) : TextReport(figures)).c_str(), stdout);
+    return sound && !figures.empty() ? 0 : 1;
+}
