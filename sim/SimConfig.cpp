@@ -5,10 +5,73 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string_view>
 
 namespace {
 
 constexpr std::int32_t kMostGpus = 64;
+constexpr std::uint64_t kMostBytes = 1 << 20;
+
+// Who writes twice within this time (100 ns units; FAT has the coarsest clock) may leave the same write time.
+constexpr std::uint64_t kWriteTimeStep = 2ULL * 10'000'000;
+
+using Section = std::map<std::string, std::string, std::less<>>;
+
+struct SimFile {
+    std::map<std::string, Section, std::less<>> sections;
+    std::int32_t gpuCount = 0;
+};
+
+struct FileState {
+    std::uint64_t written = 0;
+    std::uint64_t size = 0;
+    bool operator==(const FileState&) const = default;
+};
+
+std::uint64_t Whole(DWORD high, DWORD low) {
+    return std::uint64_t{high} << 32 | low;
+}
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r";
+    const std::size_t start = std::min(text.find_first_not_of(kBlanks), text.size());
+    return text.substr(start, text.find_last_not_of(kBlanks) + 1 - start);
+}
+
+// Names count in any case, as in other .ini files.
+template <class Text>
+std::string Folded(const Text& text) {
+    std::string folded;
+    for (const auto character : text)
+        folded += character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : static_cast<char>(character);
+    return folded;
+}
+
+std::shared_ptr<const SimFile> Parse(std::string_view rest) {
+    auto file = std::make_shared<SimFile>();
+    Section* section = nullptr;
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::string_view text = Trimmed(line.substr(0, line.find(';')));
+        const std::size_t equals = text.find('=');
+        if (text.starts_with('[') && text.ends_with(']')) {
+            section = &file->sections[Folded(text.substr(1, text.size() - 2))];
+        } else if (section != nullptr && equals != std::string_view::npos) {
+            section->emplace(Folded(Trimmed(text.substr(0, equals))), Trimmed(text.substr(equals + 1)));
+        }
+    }
+    const auto isCard = [&](std::int32_t index) {
+        const auto found = file->sections.find(Folded(SimGpuSection(index)));
+        return found != file->sections.end() && !found->second.empty();
+    };
+    while (file->gpuCount < kMostGpus && isCard(file->gpuCount))
+        ++file->gpuCount;
+    return file;
+}
 
 std::wstring ConfigPath() {
     static const wchar_t anchor = 0;
@@ -21,25 +84,54 @@ std::wstring ConfigPath() {
     return file.substr(0, file.find_last_of(L"\\/") + 1) + L"SimGpus.ini";
 }
 
-// The value as it stands in the file, without the comment behind it.
-std::wstring RawText(const std::wstring& section, const wchar_t* key) {
-    wchar_t buffer[512] = {};
-    GetPrivateProfileStringW(section.c_str(), key, L"", buffer, static_cast<DWORD>(std::size(buffer)), ConfigPath().c_str());
-    std::wstring text = buffer;
-    text.resize(std::min(text.find(L';'), text.size()));
-    text.resize(text.find_last_not_of(L" \t\r") + 1);
+// Empty when it cannot be read.
+std::string ReadAll(const wchar_t* path, std::uint64_t size) {
+    std::string text(static_cast<std::size_t>(std::min(size, kMostBytes)), '\0');
+    DWORD read = 0;
+    const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return {};
+    if (!ReadFile(file, text.data(), static_cast<DWORD>(text.size()), &read, nullptr)) read = 0;
+    CloseHandle(file);
+    text.resize(read);
     return text;
+}
+
+// The file as it is now; it is parsed again only when it may have changed.
+std::shared_ptr<const SimFile> CurrentFile() {
+    static const std::wstring path = ConfigPath();
+    static std::mutex mutex;
+    static std::shared_ptr<const SimFile> file = std::make_shared<SimFile>();
+    static FileState state;
+
+    const std::lock_guard lock(mutex);
+    FILETIME now = {};
+    GetSystemTimeAsFileTime(&now);
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+        file = std::make_shared<SimFile>();
+        state = FileState();
+        return file;
+    }
+    const FileState found = {Whole(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
+                             Whole(data.nFileSizeHigh, data.nFileSizeLow)};
+    if (found != state) {
+        file = Parse(ReadAll(path.c_str(), found.size));
+        const bool isSettled = found.written + kWriteTimeStep < Whole(now.dwHighDateTime, now.dwLowDateTime);
+        state = isSettled ? found : FileState();
+    }
+    return file;
 }
 
 }  // namespace
 
 std::optional<std::string> SimText(const std::wstring& section, const wchar_t* key) {
-    const std::wstring text = RawText(section, key);
-    if (text.empty() || text == L"fail") return std::nullopt;
-    std::string narrow;
-    for (const wchar_t character : text)
-        narrow += character < 0x80 ? static_cast<char>(character) : '?';
-    return narrow;
+    const auto file = CurrentFile();
+    const auto values = file->sections.find(Folded(section));
+    if (values == file->sections.end()) return std::nullopt;
+    const auto value = values->second.find(Folded(std::wstring_view(key)));
+    if (value == values->second.end() || value->second.empty() || value->second == "fail") return std::nullopt;
+    return value->second;
 }
 
 std::optional<std::uint64_t> SimNumber(const std::wstring& section, const wchar_t* key) {
@@ -53,14 +145,7 @@ std::optional<std::uint64_t> SimNumber(const std::wstring& section, const wchar_
 }
 
 std::int32_t SimGpuCount() {
-    const std::wstring path = ConfigPath();
-    std::int32_t count = 0;
-    wchar_t start[8] = {};
-    while (count < kMostGpus && GetPrivateProfileSectionW(SimGpuSection(count).c_str(), start,
-                                                          static_cast<DWORD>(std::size(start)), path.c_str()) > 0) {
-        ++count;
-    }
-    return count;
+    return CurrentFile()->gpuCount;
 }
 
 std::wstring SimGpuSection(std::int32_t index) {

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-// Values of the SimGpus.ini beside this library, read from the file at every call. Any thread. Nothing: the key is missing,
-// says "fail", or is no decimal number where one is asked for.
+// Values of the SimGpus.ini beside this library, as the file is at the time of the call. Any thread. Nothing: the key is
+// missing, says "fail", or is no decimal number where one is asked for.
 std::optional<std::string> SimText(const std::wstring& section, const wchar_t* key);
 std::optional<std::uint64_t> SimNumber(const std::wstring& section, const wchar_t* key);
 

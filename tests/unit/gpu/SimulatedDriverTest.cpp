@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 
@@ -77,6 +78,20 @@ TEST_F(CSimulatedDriverTest, FindsTheSampleCardsAndFollowsTheFile) {
     Set("Gpu0", "FanSpeed", "90");
     UpdateTelemetry(gpu, *m_nvml);
     EXPECT_EQ((std::array{gpu.fanSpeed, gpu.powerUsage, gpu.telemetryState}), (std::array{90u, 228u, 1u}));
+}
+
+// The libraries keep the file between calls: neither the length nor a recent write tells that it has changed.
+TEST_F(CSimulatedDriverTest, ChangeOfTheSameLengthShowsInTheNextCall) {
+    QvGpuRecord& gpu = *Discover()[0];
+    const auto anHourAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    for (std::uint32_t temperature = 62; temperature < 82; ++temperature) {
+        Set("Gpu0", "Temperature", std::to_string(temperature));
+        if (temperature % 3 == 0) fs::last_write_time(IniPath(), anHourAgo + std::chrono::seconds(temperature));
+        for (int call = 0; call < 2; ++call) {
+            UpdateTelemetry(gpu, *m_nvml);
+            ASSERT_EQ(gpu.temperature, temperature);
+        }
+    }
 }
 
 TEST_F(CSimulatedDriverTest, DriverStateBecomesRuntimeCode) {
