@@ -32,4 +32,6 @@ echo "cppcheck"
 cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
     --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \
     -I src -I sdk/include -I plugins -I tools src plugins sim tools
+echo "registers of the GPU kernels"
+scripts/registers.sh || true # only where the assembler is installed; it says so itself
 echo "lint: clean"

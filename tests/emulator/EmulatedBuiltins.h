@@ -1,5 +1,6 @@
 #pragma once
 #include <atomic>
+#include <cstddef>
 #include <source_location>
 
 // The emulator's side of DeviceBuiltins.h, which includes this inside of its own definitions. Only for programs that
@@ -35,7 +36,16 @@ inline unsigned ShuffleXor(unsigned value, unsigned mask,
     return ExchangeInWarp(value, (ThreadInBlock() ^ mask) % 32, where);
 }
 
-inline void SynchronizeWarp(const std::source_location& where = std::source_location::current()) {
+inline unsigned MultiplyHigh(unsigned a, unsigned b) {
+    return static_cast<unsigned>(static_cast<unsigned long long>(a) * b >> 32);
+}
+
+inline unsigned WholeWarp(const std::source_location& where = std::source_location::current()) {
+    ExchangeInWarp(0, 0, where);
+    return 0xffffffff;
+}
+
+inline void SynchronizeWarp(unsigned, const std::source_location& where = std::source_location::current()) {
     ExchangeInWarp(0, 0, where);
 }
 
@@ -49,10 +59,6 @@ inline void FenceDevice() {
 
 inline void FenceSystem() {
     std::atomic_thread_fence(std::memory_order_seq_cst);
-}
-
-inline unsigned Opaque(unsigned value) {
-    return value;
 }
 
 inline Words4 LoadReadOnly(const Words4* address) {

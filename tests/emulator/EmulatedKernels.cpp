@@ -19,8 +19,10 @@ void Run(void (*kernel)(Parameters), const void* parameters, unsigned blocks, un
 
 void EmulateKernel(std::string_view name, const void* parameters, unsigned blocks, unsigned threadsPerBlock,
                    const DatasetReadHook& beforeDatasetRead) {
-    if (name == "ethash_build_dataset")
+    if (name == "ethash_build_dataset") {
+        if (threadsPerBlock > 256) throw std::invalid_argument("threads in a block of the build");
         return Run(ethash_build_dataset, parameters, blocks, threadsPerBlock, beforeDatasetRead);
+    }
     if (threadsPerBlock != kEthashSearchThreads) throw std::invalid_argument("threads in a block of a search");
     if (name == "ethash_search_2") return Run(ethash_search_2, parameters, blocks, threadsPerBlock, beforeDatasetRead);
     if (name == "ethash_search_4") return Run(ethash_search_4, parameters, blocks, threadsPerBlock, beforeDatasetRead);

@@ -1,6 +1,8 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
-#include <map>
+#include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,44 +33,68 @@ bool IsSound(const CardFigures& card) {
     return true;
 }
 
-}  // namespace
+struct Request {
+    std::vector<std::int32_t> cards;  // empty: all
+    BenchOrder order;
+    bool json = false;
+};
 
-int main(int argc, char** argv) {
+// Nothing when the program ends here, with *exitCode.
+std::optional<Request> ParseCommandLine(int argc, char** argv, int* exitCode) {
     CLI::App app(
         "Measures Ethash hashing on NVIDIA cards: compile time of the kernels, copy bandwidth, dataset, speed of each "
-        "kernel variant with its share of the bound that the bandwidth sets, and the time of a job switch. Ends with "
-        "0 when every card was measured and nothing that it computed was wrong.");
-    std::vector<std::int32_t> cards;
-    BenchOrder order{.epochs = {0, 431}, .variants = {}};
+        "kernel "
+        "variant with its share of the bound that the bandwidth sets, and the time of a job switch. Ends with 0 when every "
+        "card was measured and nothing that it computed was wrong.");
+    Request request;
+    request.order.epochs = {0, 431};
     int seconds = 30;
     std::vector<unsigned> inFlight;
-    bool json = false;
-    app.add_option("--gpu", cards, "CUDA index of a card; may be repeated (default: every card)");
-    app.add_option("--epoch", order.epochs, "an epoch; may be repeated (default: 0 and 431)")->check(CLI::Range(0, 2047));
+    app.add_option("--gpu", request.cards, "CUDA index of a card; may be repeated (default: every card)");
+    app.add_option("--epoch", request.order.epochs, "an epoch; may be repeated (default: 0 and 431)")
+        ->check(CLI::Range(0, 2047));
     app.add_option("--in-flight", inFlight, "hashes in flight per group of lanes; may be repeated (default: 2, 4 and 8)")
         ->check(CLI::IsMember({2U, 4U, 8U}));
     app.add_option("--seconds", seconds, "time of each search")->check(CLI::Range(1, 3600))->capture_default_str();
-    app.add_flag("--json", json, "print the figures as JSON");
-    CLI11_PARSE(app, argc, argv);
-    order.searchTime = std::chrono::seconds(seconds);
-    for (unsigned i = 0; i < std::size(kSearchVariants); ++i) {
-        const bool wanted =
-            inFlight.empty() || std::find(inFlight.begin(), inFlight.end(), kSearchVariants[i]) != inFlight.end();
-        if (wanted) order.variants.push_back(i);
+    app.add_flag("--json", request.json, "print the figures as JSON");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        *exitCode = app.exit(error);
+        return std::nullopt;
     }
+    request.order.searchTime = std::chrono::seconds(seconds);
+    for (unsigned i = 0; i < std::size(kSearchVariants); ++i) {
+        const bool wanted = inFlight.empty() || std::ranges::count(inFlight, kSearchVariants[i]) != 0;
+        if (wanted) request.order.variants.push_back(i);
+    }
+    return request;
+}
 
+int Run(const Request& request) {
     const CudaDriver& driver = InstalledCudaDriver();
     if (driver.api == nullptr) {
         std::fprintf(stderr, "ethash-bench: %s\n", driver.problem.c_str());
         return 1;
     }
     std::vector<CardFigures> figures;
-    bool sound = true;
-    for (const std::int32_t card : CardsOf(*driver.api, cards)) {
-        figures.push_back(MeasureCard(*driver.api, card, order,
-                                      [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); }));
-        sound = sound && IsSound(figures.back());
+    const auto say = [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); };
+    for (const std::int32_t card : CardsOf(*driver.api, request.cards))
+        figures.push_back(MeasureCard(*driver.api, card, request.order, say));
+    if (figures.empty()) std::fputs("ethash-bench: the driver knows no card\n", stderr);
+    std::fputs((request.json ? JsonReport(figures) : TextReport(figures)).c_str(), stdout);
+    return !figures.empty() && std::ranges::all_of(figures, IsSound) ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        int exitCode = 0;
+        const auto request = ParseCommandLine(argc, argv, &exitCode);
+        return request ? Run(*request) : exitCode;
+    } catch (const std::exception& error) {
+        std::fputs(error.what(), stderr);
+        return 1;
     }
-    std::fputs((json ? JsonReport(figures) : TextReport(figures)).c_str(), stdout);
-    return sound && !figures.empty() ? 0 : 1;
 }

@@ -1,6 +1,7 @@
 #include "ethash_cuda/GridSizer.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "ethash_kernels/KernelParameters.h"
 
@@ -29,6 +30,6 @@ void CGridSizer::Ran(std::uint64_t hashes, Duration time) {
     const double wanted = static_cast<double>(hashes) * (kWanted / time);
     // By steps: one odd measurement must not make a grid that lasts for seconds.
     const double bounded = std::clamp(wanted, m_nonces * 0.5, m_nonces * 2.0);
-    const auto units = static_cast<std::uint32_t>(bounded / m_unit + 0.5);
+    const auto units = static_cast<std::uint32_t>(std::lround(bounded / m_unit));
     m_nonces = std::clamp(units * m_unit, m_unit, kMostNonces / m_unit * m_unit);
 }

@@ -35,14 +35,24 @@ QV_DEVICE unsigned BlocksInGrid() {
     return __nvvm_read_ptx_sreg_nctaid_x();
 }
 
+// The upper 32 bits of the product.
+QV_DEVICE unsigned MultiplyHigh(unsigned a, unsigned b) {
+    return static_cast<unsigned>(__nvvm_mulhi_ui(a, b));
+}
+
 // All threads of the block arrive before any goes on.
 QV_DEVICE void SynchronizeBlock() {
     __nvvm_bar_sync(0);
 }
 
-// All 32 lanes of the warp arrive, and see what the others have written to shared memory.
-QV_DEVICE void SynchronizeWarp() {
-    __nvvm_bar_warp_sync(0xffffffff);
+// The 32 lanes of the warp, as a number that the compiler does not know.
+QV_DEVICE unsigned WholeWarp() {
+    return __nvvm_vote_ballot_sync(0xffffffff, true);
+}
+
+// The whole warp arrives, and sees what its lanes have written to shared memory. The compiler moves no instructions across.
+QV_DEVICE void SynchronizeWarp(unsigned wholeWarp) {
+    __nvvm_bar_warp_sync(wholeWarp);
 }
 
 // The value that the given lane of the thread's group passes; groups are kWidth neighbouring lanes. All 32 lanes call it.
@@ -69,12 +79,6 @@ QV_DEVICE void FenceDevice() {
 
 QV_DEVICE void FenceSystem() {
     __nvvm_membar_sys();
-}
-
-// The same value, of which the compiler knows nothing: keeps it from holding what follows from it in further registers.
-QV_DEVICE unsigned Opaque(unsigned value) {
-    asm volatile("" : "+r"(value));
-    return value;
 }
 
 // A read of global memory that nothing writes while the grid runs.

@@ -15,11 +15,15 @@ QV_DEVICE Words4 Fnv(const Words4& a, const Words4& b) {
 // number % divisor.value, for divisors above 1. The quotient by the reciprocal is at most one too small; where the
 // subtraction is one too many it wraps to a larger number.
 QV_DEVICE unsigned Remainder(unsigned number, const EthashDivisor& divisor) {
-    const unsigned quotient =
-        static_cast<unsigned>(static_cast<unsigned long long>(number) * divisor.reciprocal >> 32);
-    const unsigned remainder = number - quotient * divisor.value;
+    const unsigned remainder = number - MultiplyHigh(number, divisor.reciprocal) * divisor.value;
     const unsigned corrected = remainder - divisor.value;
     return corrected < remainder ? corrected : remainder;
+}
+
+// Where the element of that index begins.
+template <unsigned kElementBytes>
+QV_DEVICE const Words4* ElementAt(const Words4* start, unsigned index) {
+    return start + static_cast<unsigned long long>(index) * (kElementBytes / sizeof(Words4));
 }
 
 template <unsigned kIndex>

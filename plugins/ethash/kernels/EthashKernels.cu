@@ -17,6 +17,8 @@
 #define QV_MIN_BLOCKS_8 4
 #endif
 
+static constexpr unsigned kItemBytes = 64;
+static constexpr unsigned kPageBytes = 128;
 static constexpr unsigned kLanesPerItem = 4;
 static constexpr unsigned kParents = 256;
 static constexpr unsigned kLanesPerHash = 8;
@@ -76,7 +78,7 @@ QV_DEVICE void MixParents(Words4 (&mixes)[4], const Words4* rows, const EthashDi
     QV_UNROLL for (unsigned i = 0; i < 4; ++i) {
         const unsigned number = Fnv((firstItem + i) ^ (step + kWord), Component<kWord>(mixes[i]));
         const unsigned parent = ShuffleFrom<kLanesPerItem>(Remainder(number, rowCount), owner);
-        parents[i] = LoadReadOnly(rows + static_cast<unsigned long long>(parent) * 4);
+        parents[i] = LoadReadOnly(ElementAt<kItemBytes>(rows, parent));
     }
     QV_UNROLL for (unsigned i = 0; i < 4; ++i) mixes[i] = Fnv(mixes[i], parents[i]);
 }
@@ -89,7 +91,7 @@ QV_KERNEL(256, 3) ethash_build_dataset(EthashBuildParameters parameters) {
     const auto* const cache = static_cast<const Words4*>(parameters.cache);
 
     Words4 quarters[4];
-    const Words4* const start = cache + static_cast<unsigned long long>(Remainder(item, rowCount)) * 4;
+    const Words4* const start = ElementAt<kItemBytes>(cache, Remainder(item, rowCount));
     QV_UNROLL for (unsigned i = 0; i < 4; ++i) quarters[i] = LoadReadOnly(start + i);
     quarters[0].x ^= item;
     KeccakItem(quarters);
@@ -109,31 +111,28 @@ QV_KERNEL(256, 3) ethash_build_dataset(EthashBuildParameters parameters) {
 
 // ---- The search
 
-// Of one nonce, as four quarters. They wait in shared memory while the registers are the walk's.
-struct SeedHash {
-    Words4 quarters[4];
+// One nonce's seed hash in four quarters and, after the walk, its mix. They wait in shared memory, by which the lanes of a
+// group hand them to each other, while the registers are the walk's.
+struct Hash {
+    Words4 seed[4];
+    unsigned mix[8];
 };
 
-// The eight words that the group's lanes give as the mix of one hash.
-struct ReducedMix {
-    unsigned words[8];
-};
-
-QV_DEVICE SeedHash KeccakSeed(const EthashSearchParameters& parameters, unsigned long long nonce) {
+QV_DEVICE void KeccakSeed(const EthashSearchParameters& parameters, unsigned long long nonce, Hash& hash) {
     KeccakState state{};
     QV_UNROLL for (unsigned i = 0; i < 4; ++i) state.words[i] = parameters.header[i];
     state.words[4] = nonce;
     state.words[5] = 1;
     state.words[8] = 0x8000000000000000;
     KeccakPermute(state);
-    return {{QuarterOf(state, 0), QuarterOf(state, 1), QuarterOf(state, 2), QuarterOf(state, 3)}};
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) hash.seed[i] = QuarterOf(state, i);
 }
 
 // The most significant 64 bits of the hash.
-QV_DEVICE unsigned long long KeccakFinal(const SeedHash& seed, const ReducedMix& mix) {
+QV_DEVICE unsigned long long KeccakFinal(const Hash& hash) {
     KeccakState state{};
-    QV_UNROLL for (unsigned i = 0; i < 4; ++i) SetQuarter(state, i, seed.quarters[i]);
-    QV_UNROLL for (unsigned i = 0; i < 4; ++i) state.words[8 + i] = JoinWords(mix.words[2 * i], mix.words[2 * i + 1]);
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) SetQuarter(state, i, hash.seed[i]);
+    QV_UNROLL for (unsigned i = 0; i < 4; ++i) state.words[8 + i] = JoinWords(hash.mix[2 * i], hash.mix[2 * i + 1]);
     state.words[12] = 1;
     state.words[16] = 0x8000000000000000;
     KeccakPermute(state);
@@ -145,33 +144,35 @@ template <unsigned kInFlight>
 struct Walks {
     Words4 mixes[kInFlight];
     unsigned firstWords[kInFlight];
+    unsigned wholeWarp;
 };
 
-// One access of each hash; kWord is access % 4. All reads are on their way before the first is waited for.
+// One access of each hash; kWord is access % 4. All reads are on their way before the first is waited for. Without the
+// barrier at the end the compiler would mix several accesses, at the price of far more registers than it is worth.
 template <unsigned kWord, unsigned kInFlight>
 QV_DEVICE void MixPages(Walks<kInFlight>& walks, const Words4* dataset, const EthashDivisor& pageCount, unsigned access) {
     const unsigned owner = access / 4 % kLanesPerHash;
-    const unsigned number = Opaque(access + kWord);
+    const unsigned number = access + kWord;
     Words4 pages[kInFlight];
     QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
         const unsigned chosen = Fnv(number ^ walks.firstWords[i], Component<kWord>(walks.mixes[i]));
         const unsigned page = ShuffleFrom<kLanesPerHash>(Remainder(chosen, pageCount), owner);
-        pages[i] = LoadDataset(dataset + static_cast<unsigned long long>(page) * kLanesPerHash);
+        pages[i] = LoadDataset(ElementAt<kPageBytes>(dataset, page));
     }
     QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) walks.mixes[i] = Fnv(walks.mixes[i], pages[i]);
+    SynchronizeWarp(walks.wholeWarp);
 }
 
-// Takes the hashes of the lanes from first on through the dataset; the lanes they belong to get their mix. seeds: of the
-// group's eight lanes.
+// Takes some of the group's eight hashes, from first on, through the dataset.
 template <unsigned kInFlight>
-QV_DEVICE void WalkDataset(const EthashSearchParameters& parameters, const SeedHash* seeds, unsigned first, unsigned lane,
-                           ReducedMix& mix) {
+QV_DEVICE void WalkDataset(const EthashSearchParameters& parameters, Hash* hashes, unsigned first, unsigned lane) {
     const EthashDivisor pageCount = parameters.pages;
     const Words4* const dataset = static_cast<const Words4*>(parameters.dataset) + lane;
     Walks<kInFlight> walks;
+    walks.wholeWarp = WholeWarp();
     QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
-        walks.mixes[i] = seeds[first + i].quarters[lane % 4];
-        walks.firstWords[i] = seeds[first + i].quarters[0].x;
+        walks.mixes[i] = hashes[first + i].seed[lane % 4];
+        walks.firstWords[i] = hashes[first + i].seed[0].x;
     }
     QV_UNROLL_BY_1 for (unsigned access = 0; access < kAccesses; access += 4) {
         MixPages<0>(walks, dataset, pageCount, access);
@@ -181,11 +182,7 @@ QV_DEVICE void WalkDataset(const EthashSearchParameters& parameters, const SeedH
     }
     QV_UNROLL for (unsigned i = 0; i < kInFlight; ++i) {
         const Words4& words = walks.mixes[i];
-        const unsigned reduced = Fnv(Fnv(Fnv(words.x, words.y), words.z), words.w);
-        QV_UNROLL for (unsigned from = 0; from < kLanesPerHash; ++from) {
-            const unsigned word = ShuffleFrom<kLanesPerHash>(reduced, from);
-            if (lane == first + i) mix.words[from] = word;
-        }
+        hashes[first + i].mix[lane] = Fnv(Fnv(Fnv(words.x, words.y), words.z), words.w);
     }
 }
 
@@ -224,15 +221,15 @@ QV_DEVICE void Search(const EthashSearchParameters& parameters) {
     if (current && index / kLanesPerWarp * kLanesPerWarp < parameters.nonceCount) {
         const unsigned long long nonce = parameters.firstNonce + index;
         const unsigned lane = index % kLanesPerHash;
-        QV_SHARED SeedHash seeds[kEthashSearchThreads];
-        SeedHash& seed = seeds[ThreadInBlock()];
-        seed = KeccakSeed(parameters, nonce);
-        SynchronizeWarp();
-        ReducedMix mix{};
+        QV_SHARED Hash hashes[kEthashSearchThreads];
+        Hash& own = hashes[ThreadInBlock()];
+        KeccakSeed(parameters, nonce, own);
+        SynchronizeWarp(WholeWarp());
         QV_UNROLL_BY_1 for (unsigned first = 0; first < kLanesPerHash; first += kInFlight) {
-            WalkDataset<kInFlight>(parameters, &seed - lane, first, lane, mix);
+            WalkDataset<kInFlight>(parameters, &own - lane, first, lane);
         }
-        const unsigned long long hash = KeccakFinal(seed, mix);
+        SynchronizeWarp(WholeWarp());
+        const unsigned long long hash = KeccakFinal(own);
         if (index < parameters.nonceCount && hash <= parameters.target) Report(parameters.results, nonce);
     }
     if (ThreadInBlock() == 0) CountBlock(parameters, !current);

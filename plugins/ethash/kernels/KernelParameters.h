@@ -4,13 +4,13 @@
 // all integers are little-endian. "Device pointer": an address in the device's memory; "mapped": the device's address of
 // page-locked host memory.
 
-// A divisor and floor(2^32 / value), by which a kernel takes a 32-bit remainder with one multiplication and one correction.
+// A divisor above 1 and floor(2^32 / value), for a 32-bit remainder by one multiplication and one correction.
 struct EthashDivisor {
     unsigned value;
     unsigned reciprocal;
 };
 
-// Kernel "ethash_build_dataset": one 64-byte item of the dataset per thread. Any block size that is a multiple of 32.
+// Kernel "ethash_build_dataset": one 64-byte item of the dataset per thread. Blocks of a multiple of 32 threads, up to 256.
 struct EthashBuildParameters {
     const void* cache;        // device pointer: the light cache's rows of 64 bytes
     void* dataset;            // device pointer: the whole dataset, items of 64 bytes
@@ -37,12 +37,12 @@ struct EthashSearchProgress {
 // keeps in flight. One nonce per thread, blocks of kEthashSearchThreads threads.
 enum { kEthashSearchThreads = 128 };
 struct EthashSearchParameters {
-    const void* dataset;                     // device pointer: pages of 128 bytes
+    const void* dataset;                      // device pointer: pages of 128 bytes
     const volatile unsigned* generationWord;  // mapped: a block that begins when it is not generation hashes nothing
-    EthashSearchResults* results;            // mapped; its counts are zero before the launch
-    EthashSearchProgress* progress;          // device pointer; zero before the first launch
-    unsigned long long header[4];            // the 32 bytes of the seal hash, in order
-    unsigned long long target;               // the most significant 64 bits of a hash up to which a nonce is reported
+    EthashSearchResults* results;             // mapped; its counts are zero before the launch
+    EthashSearchProgress* progress;           // device pointer; zero before the first launch
+    unsigned long long header[4];             // the 32 bytes of the seal hash, in order
+    unsigned long long target;                // the most significant 64 bits of a hash up to which a nonce is reported
     unsigned long long firstNonce;
     unsigned nonceCount;  // threads beyond hash nothing that is reported
     unsigned generation;

@@ -33,7 +33,7 @@ TEST_P(BuildKernel, MakesTheItemsOfTheDefinition) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Grids, BuildKernel,
-                         testing::Values(Case{101, 0, 64, 2, 32}, Case{101, 7, 1, 1, 32}, Case{4093, 33, 45, 1, 64},
+                         testing::Values(Case{101, 0, 64, 2, 32}, Case{101, 7, 1, 1, 32}, Case{1021, 33, 45, 1, 64},
                                          Case{257, 1, 97, 2, 96}, Case{2, 500, 31, 1, 32}));
 
 }  // namespace

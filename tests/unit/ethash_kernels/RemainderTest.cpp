@@ -9,8 +9,8 @@
 namespace {
 
 TEST(Remainder, ByReciprocalIsExact) {
-    const unsigned divisors[] = {2,         3,          101,        0x7fff,     0x8000,     0x8001,     262139,    8388593,
-                                 0x1000001, 142541021,  0x7fffffff, 0x80000000, 0x80000001, 3221225473, 4294967291, UINT_MAX};
+    const unsigned divisors[] = {2,         3,         101,        0x7fff,     0x8000,     0x8001,     262139,     8388593,
+                                 0x1000001, 142541021, 0x7fffffff, 0x80000000, 0x80000001, 3221225473, 4294967291, UINT_MAX};
     for (const unsigned divisor : divisors) {
         const EthashDivisor given{divisor, static_cast<unsigned>((std::uint64_t{1} << 32) / divisor)};
         const auto check = [&](unsigned number) { ASSERT_EQ(Remainder(number, given), number % divisor) << number; };

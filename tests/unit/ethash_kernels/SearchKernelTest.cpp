@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <ranges>
 #include <set>
 
 #include "HexBytes.h"
@@ -119,34 +120,37 @@ TEST_P(SearchKernel, FindsThePublishedNonces) {
     }
 }
 
-TEST_P(SearchKernel, AgreesWithTheHashOfTheCpu) {
-    struct Case {
-        std::uint64_t firstNonce;
-        unsigned count;
-    };
-    const Case cases[] = {{0xfffffff0, 200}, {0xfffffffffffffffd, 33}, {5, 1}, {1, 7}, {0x123456789abcdef0, 96}};
-    const Hash256 header = Bytes<32>(kHeader);
-    Search search(Cache(), Dataset().data(), header);
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.count);
-        std::vector<std::uint64_t> nonces(each.count);
-        std::iota(nonces.begin(), nonces.end(), each.firstNonce);
-        std::vector<EthashResult> hashes(each.count);
-        ASSERT_TRUE(HashimotoBatch(Cache(), header, nonces, hashes));
+// What a search over count nonces must report when as many hashes as are kept reach its target, the last of them exactly.
+struct Expectation {
+    std::uint64_t firstNonce;
+    unsigned count;
+    std::uint64_t target = 0;
+    std::multiset<std::uint64_t> nonces{};
+
+    Expectation(const CEthashCache& cache, std::uint64_t first, unsigned nonceCount) : firstNonce(first), count(nonceCount) {
+        std::vector<std::uint64_t> all(count);
+        std::iota(all.begin(), all.end(), firstNonce);
+        std::vector<EthashResult> hashes(count);
+        HashimotoBatch(cache, Bytes<32>(kHeader), all, hashes);
         std::map<std::uint64_t, std::uint64_t> nonceOfHash;
-        for (std::size_t i = 0; i < each.count; ++i)
-            nonceOfHash[TopBits(hashes[i].final)] = nonces[i];
-        // A target that as many hashes reach as are kept; the last of them exactly.
-        const auto wanted = std::min<std::size_t>(each.count, kEthashMaxSolutions);
-        std::multiset<std::uint64_t> expected;
-        std::uint64_t target = 0;
-        for (auto next = nonceOfHash.begin(); expected.size() < wanted; ++next) {
-            expected.insert(next->second);
-            target = next->first;
+        for (std::size_t i = 0; i < count; ++i)
+            nonceOfHash[TopBits(hashes[i].final)] = all[i];
+        for (const auto& [hash, nonce] : nonceOfHash | std::views::take(int{kEthashMaxSolutions})) {
+            target = hash;
+            nonces.insert(nonce);
         }
-        search.Run(GetParam(), each.firstNonce, each.count, target);
-        EXPECT_EQ(search.results->solutionCount, wanted);
-        EXPECT_EQ(search.Kept(), expected);
+    }
+};
+
+TEST_P(SearchKernel, AgreesWithTheHashOfTheCpu) {
+    static const Expectation cases[] = {
+        {Cache(), 0xfffffff0, 137}, {Cache(), 0xfffffffffffffffd, 33}, {Cache(), 5, 1}, {Cache(), 0x123456789abcdef0, 15}};
+    Search search(Cache(), Dataset().data(), Bytes<32>(kHeader));
+    for (const Expectation& each : cases) {
+        SCOPED_TRACE(each.count);
+        search.Run(GetParam(), each.firstNonce, each.count, each.target);
+        EXPECT_EQ(search.results->solutionCount, each.nonces.size());
+        EXPECT_EQ(search.Kept(), each.nonces);
         EXPECT_EQ(search.results->skippedBlocks, 0u);
     }
 }
