@@ -4,6 +4,7 @@
 
 #include "toolkit/BufferedPaint.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/MessageMap.h"
 
 namespace {
 
@@ -46,24 +47,39 @@ void CXTPComboBox::PreSubclassWindow() {
     GetWindowRect(Handle(), &window);
     SendMessageW(Handle(), CB_SETITEMHEIGHT, kClosedField, 2 * field.bottom - (window.bottom - window.top));
     SendMessageW(Handle(), CB_SETITEMHEIGHT, 0, ScaleForDpi(kItemAt96Dpi));
+    COMBOBOXINFO info = {};
+    info.cbSize = sizeof(info);
+    if (GetComboBoxInfo(Handle(), &info)) m_list.SubclassWindow(info.hwndList);
 }
 
 LRESULT CXTPComboBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_CTLCOLORLISTBOX) {
-        const auto device = reinterpret_cast<HDC>(wParam);
-        SetTextColor(device, Paint().GetColor(COLOR_WINDOWTEXT));
-        SetBkColor(device, Paint().GetColor(COLOR_WINDOW));
-        return reinterpret_cast<LRESULT>(Paint().GetBrush(Paint().GetColor(COLOR_WINDOW)));
-    }
-    if (message == WM_DRAWITEM + kReflected) {
-        DrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-        return TRUE;
-    }
+    static constexpr std::array kMap = {
+        MapMessage<WM_CTLCOLORLISTBOX, &CXTPComboBox::OnListColors>(),
+        MapMessage<WM_DRAWITEM + kReflected, &CXTPComboBox::OnDrawItem>(),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
+    // The open list scrolls, whichever of the two has the pointer.
+    if (message == WM_MOUSEWHEEL && SendMessageW(Handle(), CB_GETDROPPEDSTATE, 0, 0) != 0)
+        return SendMessageW(m_list.Handle(), message, wParam, lParam);
     return CXTPControl::OnMessage(message, wParam, lParam);
 }
 
-void CXTPComboBox::DrawItem(const DRAWITEMSTRUCT& item) const {
-    if ((item.itemState & ODS_COMBOBOXEDIT) != 0 || item.itemID == static_cast<UINT>(-1)) return;  // OnDraw's
+LRESULT CXTPComboBox::OnListColors(HDC device) const {
+    SetTextColor(device, Paint().GetColor(COLOR_WINDOWTEXT));
+    SetBkColor(device, Paint().GetColor(COLOR_WINDOW));
+    return reinterpret_cast<LRESULT>(Paint().GetBrush(Paint().GetColor(COLOR_WINDOW)));
+}
+
+LRESULT CXTPComboBox::OnDrawItem(const DRAWITEMSTRUCT& item) {
+    if ((item.itemState & ODS_COMBOBOXEDIT) != 0) {
+        // The closed field, drawn past WM_PAINT.
+        RECT client = {};
+        GetClientRect(Handle(), &client);
+        OnDraw(item.hDC, client);
+        Redraw();
+        return TRUE;
+    }
+    if (item.itemID == static_cast<UINT>(-1)) return TRUE;
     const bool selected = (item.itemState & ODS_SELECTED) != 0;
     const COLORREF face = selected ? Paint().GetColor(ThemeColor::RowSelected) : Paint().GetColor(COLOR_WINDOW);
     const COLORREF text = selected ? Paint().GetColor(ThemeColor::RowSelectedText) : Paint().GetColor(COLOR_WINDOWTEXT);
@@ -71,6 +87,7 @@ void CXTPComboBox::DrawItem(const DRAWITEMSTRUCT& item) const {
     RECT area = item.rcItem;
     area.left += ScaleForDpi(4);
     DrawControlText(item.hDC, Handle(), ItemText(Handle(), item.itemID).c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
+    return TRUE;
 }
 
 void CXTPComboBox::OnDraw(HDC device, const RECT& area) {

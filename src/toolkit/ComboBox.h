@@ -1,10 +1,10 @@
 #pragma once
-#include "toolkit/Control.h"
+#include "toolkit/ScrolledList.h"
 
 // A drop-down list (CBS_DROPDOWNLIST; with CBS_OWNERDRAWFIXED | CBS_HASSTRINGS its items are drawn in the theme, too).
 class CXTPComboBox : public CXTPControl {
   public:
-    using CXTPControl::CXTPControl;
+    explicit CXTPComboBox(CXTPPaintManager& paint) : CXTPControl(paint), m_list(paint) {}
 
   protected:
     void PreSubclassWindow() override;
@@ -12,5 +12,8 @@ class CXTPComboBox : public CXTPControl {
     void OnDraw(HDC device, const RECT& area) override;
 
   private:
-    void DrawItem(const DRAWITEMSTRUCT& item) const;
+    LRESULT OnListColors(HDC device) const;
+    LRESULT OnDrawItem(const DRAWITEMSTRUCT& item);
+
+    CXTPScrolledList m_list;
 };

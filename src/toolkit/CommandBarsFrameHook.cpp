@@ -3,6 +3,7 @@
 #include <string>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/MessageArguments.h"
 #include "toolkit/Wnd.h"
 
 namespace {
@@ -125,11 +126,14 @@ FrameLayout CXTPCommandBarsFrameHook::Layout() const {
 
 std::optional<LRESULT> CXTPCommandBarsFrameHook::OnFrameMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     if (m_window == nullptr) return std::nullopt;
+    if (m_pressed != HTNOWHERE) {
+        if (const auto result = OnPressedMessage(message, lParam)) return result;
+    }
     switch (message) {
         case WM_NCCALCSIZE:
             return OnCalcSize(wParam, lParam);
         case WM_NCHITTEST:
-            return OnHitTest(lParam);
+            return HitTestAt(PointOf(lParam));
         case WM_NCPAINT:
             Draw();
             return 0;
@@ -163,6 +167,7 @@ std::optional<LRESULT> CXTPCommandBarsFrameHook::OnFrameMessage(UINT message, WP
             return std::nullopt;
         case WM_DESTROY:
             m_window = nullptr;
+            m_pressed = m_hover = HTNOWHERE;
             return std::nullopt;
         default:
             return std::nullopt;
@@ -189,11 +194,10 @@ LRESULT CXTPCommandBarsFrameHook::OnCalcSize(WPARAM wParam, LPARAM lParam) const
     return 0;
 }
 
-LRESULT CXTPCommandBarsFrameHook::OnHitTest(LPARAM lParam) const {
+LRESULT CXTPCommandBarsFrameHook::HitTestAt(POINT screen) const {
     RECT window = {};
     GetWindowRect(m_window, &window);
-    return HitTestFrame(Layout(),
-                        {static_cast<short>(LOWORD(lParam)) - window.left, static_cast<short>(HIWORD(lParam)) - window.top});
+    return HitTestFrame(Layout(), {screen.x - window.left, screen.y - window.top});
 }
 
 void CXTPCommandBarsFrameHook::Hover(LRESULT hit) {
@@ -207,38 +211,56 @@ void CXTPCommandBarsFrameHook::Hover(LRESULT hit) {
     Draw();
 }
 
-// Follows the mouse until the button is let go, as the system does with its own caption buttons.
+// The system would draw its own button while it follows the mouse.
 bool CXTPCommandBarsFrameHook::OnButtonDown(LRESULT hit) {
     if (!IsCaptionButton(hit)) return false;
     m_pressed = m_hover = hit;
     Draw();
     SetCapture(m_window);
-    bool inside = true;
-    for (MSG message; GetCapture() == m_window && GetMessageW(&message, nullptr, 0, 0) > 0;) {
-        const bool isMouse = message.message == WM_MOUSEMOVE || message.message == WM_LBUTTONUP;
-        if (!isMouse) {
-            DispatchMessageW(&message);
-            continue;
-        }
-        inside = OnHitTest(MAKELPARAM(message.pt.x, message.pt.y)) == hit;
-        if (message.message == WM_LBUTTONUP) break;
-        if (inside != (m_hover == hit)) {
-            m_hover = inside ? hit : HTNOWHERE;
-            Draw();
-        }
-    }
-    const bool released = GetCapture() == m_window;
-    if (released) ReleaseCapture();
-    m_pressed = m_hover = HTNOWHERE;
-    if (m_window == nullptr) return true;
+    return true;
+}
+
+void CXTPCommandBarsFrameHook::OnPressedMove(LRESULT hit) {
+    const LRESULT hover = hit == m_pressed ? hit : HTNOWHERE;
+    if (hover == m_hover) return;
+    m_hover = hover;
     Draw();
-    if (!released || !inside) return true;
+}
+
+void CXTPCommandBarsFrameHook::OnButtonUp(LRESULT hit) {
+    const bool inside = hit == m_pressed;
+    ReleaseCapture();  // ends the press
+    if (!inside || m_window == nullptr) return;
     const WPARAM command = hit == HTCLOSE       ? SC_CLOSE
                            : hit == HTMINBUTTON ? SC_MINIMIZE
                            : IsZoomed(m_window) ? SC_RESTORE
                                                 : SC_MAXIMIZE;
     PostMessageW(m_window, WM_SYSCOMMAND, command, 0);
-    return true;
+}
+
+void CXTPCommandBarsFrameHook::EndPress() {
+    m_pressed = m_hover = HTNOWHERE;
+    Draw();
+}
+
+// Of a pressed button: the window has the mouse's messages, and loses them with the capture.
+std::optional<LRESULT> CXTPCommandBarsFrameHook::OnPressedMessage(UINT message, LPARAM lParam) {
+    POINT point = PointOf(lParam);
+    switch (message) {
+        case WM_MOUSEMOVE:
+            ClientToScreen(m_window, &point);
+            OnPressedMove(HitTestAt(point));
+            return 0;
+        case WM_LBUTTONUP:
+            ClientToScreen(m_window, &point);
+            OnButtonUp(HitTestAt(point));
+            return 0;
+        case WM_CAPTURECHANGED:
+            EndPress();
+            return std::nullopt;
+        default:
+            return std::nullopt;
+    }
 }
 
 void CXTPCommandBarsFrameHook::Draw() const {

@@ -34,8 +34,12 @@ class CXTPCommandBarsFrameHook {
     void ChangeFrame(HWND window, HWND hooked);
     FrameLayout Layout() const;
     LRESULT OnCalcSize(WPARAM wParam, LPARAM lParam) const;
-    LRESULT OnHitTest(LPARAM lParam) const;
+    LRESULT HitTestAt(POINT screen) const;
     bool OnButtonDown(LRESULT hit);
+    std::optional<LRESULT> OnPressedMessage(UINT message, LPARAM lParam);
+    void OnPressedMove(LRESULT hit);
+    void OnButtonUp(LRESULT hit);
+    void EndPress();
     void Hover(LRESULT hit);
     void Draw() const;
     void DrawCaption(HDC device, const RECT& area, const FrameLayout& layout) const;

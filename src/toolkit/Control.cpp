@@ -20,6 +20,17 @@ void CXTPControl::TrackHover(UINT message) {
     }
 }
 
+LRESULT CXTPControl::WithoutDrawing(UINT message, WPARAM wParam, LPARAM lParam) {
+    const HWND window = Handle();
+    // Of a window that does not redraw, nothing is shown; the window's own WM_SETREDRAW may mean something else.
+    const bool visible = (Style() & WS_VISIBLE) != 0;
+    if (visible) DefWindowProcW(window, WM_SETREDRAW, FALSE, 0);
+    const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
+    if (visible && Handle() == window) DefWindowProcW(window, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(window, nullptr, FALSE);
+    return result;
+}
+
 LRESULT CXTPControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     TrackHover(message);
     switch (message) {
@@ -36,22 +47,23 @@ LRESULT CXTPControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         }
         case WM_ERASEBKGND:
             return TRUE;
-        // The system draws these at once, past WM_PAINT.
         case WM_SETTEXT:
         case WM_ENABLE:
         case WM_SETFOCUS:
         case WM_KILLFOCUS:
+        case WM_UPDATEUISTATE:
+        case BM_SETSTATE:
+        case BM_SETCHECK:
+        case BM_SETSTYLE:
+        case CB_SETCURSEL:
+            return WithoutDrawing(message, wParam, lParam);
+        // These tell the parent, which may do anything before they return.
         case WM_LBUTTONDOWN:
         case WM_LBUTTONUP:
         case WM_LBUTTONDBLCLK:
         case WM_KEYDOWN:
         case WM_KEYUP:
-        case WM_CAPTURECHANGED:
-        case WM_UPDATEUISTATE:
-        case BM_SETSTATE:
-        case BM_SETCHECK:
-        case BM_SETSTYLE:
-        case CB_SETCURSEL: {
+        case WM_CAPTURECHANGED: {
             const HWND window = Handle();
             const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
             InvalidateRect(window, nullptr, FALSE);

@@ -26,6 +26,9 @@ class CXTPControl : public CWnd {
     void TrackHover(UINT message);
 
   private:
+    // The control's own handling where that would draw the system's look at once, past WM_PAINT.
+    LRESULT WithoutDrawing(UINT message, WPARAM wParam, LPARAM lParam);
+
     CXTPPaintManager& m_paint;
     bool m_hot = false;
 };

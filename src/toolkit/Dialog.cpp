@@ -1,5 +1,7 @@
 #include "toolkit/Dialog.h"
 
+#include "toolkit/MessageMap.h"
+
 INT_PTR CDialog::DoModal(HWND owner) {
     return DialogBoxParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(m_templateId), owner, &CDialog::DialogProcedure,
                            reinterpret_cast<LPARAM>(this));
@@ -14,10 +16,11 @@ INT_PTR CALLBACK CDialog::DialogProcedure(HWND window, UINT message, WPARAM, LPA
 }
 
 LRESULT CDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_COMMAND && HIWORD(wParam) == BN_CLICKED) {
-        if (LOWORD(wParam) == IDOK) return OnOK(), 0;
-        if (LOWORD(wParam) == IDCANCEL) return OnCancel(), 0;
-    }
+    static constexpr std::array kMap = {
+        MapCommand<&CDialog::OnOK>(IDOK, BN_CLICKED),
+        MapCommand<&CDialog::OnCancel>(IDCANCEL, BN_CLICKED),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     return CWnd::OnMessage(message, wParam, lParam);
 }
 

@@ -1,10 +1,9 @@
 #include "toolkit/ListBox.h"
 
-#include <windowsx.h>
-
 #include "toolkit/BufferedPaint.h"
 #include "toolkit/Button.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/MessageMap.h"
 
 namespace {
 
@@ -42,47 +41,44 @@ RECT CXTPListBox::CheckBoxIn(const RECT& item) const {
 }
 
 LRESULT CXTPListBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    static constexpr std::array kMap = {
+        MapMessage<WM_CHAR, &CXTPListBox::OnCharacter>(),
+        MapMessage<WM_LBUTTONDOWN, &CXTPListBox::OnClick>(),
+        MapMessage<WM_LBUTTONDBLCLK, &CXTPListBox::OnClick>(),
+        MapMessage<WM_DRAWITEM + kReflected, &CXTPListBox::OnDrawItem>(),
+        MapMessage<WM_THEMECHANGED, &CXTPListBox::OnThemeChanged>(),
+    };
     TrackHover(message);
-    switch (message) {
-        case WM_NCPAINT:
-            CWnd::OnMessage(message, wParam, lParam);  // the scroll bar
-            DrawBorder();
-            return 0;
-        case WM_SETFOCUS:
-        case WM_KILLFOCUS: {
-            const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
-            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
-            return result;
-        }
-        case WM_CHAR:
-            if (m_kind == Kind::Checks && wParam == L' ') return Toggle(Selected()), 0;
-            break;
-        case WM_LBUTTONDOWN:
-        case WM_LBUTTONDBLCLK:
-            if (m_kind == Kind::Checks) {
-                const LRESULT result = CWnd::OnMessage(WM_LBUTTONDOWN, wParam, lParam);
-                RECT place = {};
-                const int item = Selected();
-                SendMessageW(Handle(), LB_GETITEMRECT, static_cast<WPARAM>(item), reinterpret_cast<LPARAM>(&place));
-                const POINT point = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-                place.right = CheckBoxIn(place).right + ScaleForDpi(kMarginAt96Dpi);
-                if (PtInRect(&place, point)) Toggle(item);
-                return result;
-            }
-            break;
-        case WM_DRAWITEM + kReflected:
-            DrawItem(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
-            return TRUE;
-        case WM_THEMECHANGED:
-            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME | RDW_ERASE);
-            return 0;
-        default:
-            break;
-    }
-    return CWnd::OnMessage(message, wParam, lParam);
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
+    const LRESULT result = CXTPScrolledList::OnMessage(message, wParam, lParam);
+    if (message == WM_SETFOCUS || message == WM_KILLFOCUS)
+        RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+    return result;
 }
 
-void CXTPListBox::DrawItem(const DRAWITEMSTRUCT& item) const {
+bool CXTPListBox::OnCharacter(WPARAM character) {
+    if (m_kind != Kind::Checks || character != L' ') return false;
+    Toggle(Selected());
+    return true;
+}
+
+std::optional<LRESULT> CXTPListBox::OnClick(POINT point, WPARAM keys) {
+    if (m_kind != Kind::Checks) return std::nullopt;
+    // Of two quick clicks each counts.
+    const LRESULT result = CXTPScrolledList::OnMessage(WM_LBUTTONDOWN, keys, MAKELPARAM(point.x, point.y));
+    RECT place = {};
+    const int item = Selected();
+    SendMessageW(Handle(), LB_GETITEMRECT, static_cast<WPARAM>(item), reinterpret_cast<LPARAM>(&place));
+    place.right = CheckBoxIn(place).right + ScaleForDpi(kMarginAt96Dpi);
+    if (PtInRect(&place, point)) Toggle(item);
+    return result;
+}
+
+void CXTPListBox::OnThemeChanged() const {
+    RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME | RDW_ERASE);
+}
+
+LRESULT CXTPListBox::OnDrawItem(const DRAWITEMSTRUCT& item) const {
     const bool selected = (item.itemState & ODS_SELECTED) != 0 && item.itemID != static_cast<UINT>(-1);
     const bool focused = HasFocus();
     const COLORREF face = !selected ? Paint().GetColor(COLOR_WINDOW)
@@ -90,7 +86,7 @@ void CXTPListBox::DrawItem(const DRAWITEMSTRUCT& item) const {
     const COLORREF text = selected && focused ? Paint().GetColor(ThemeColor::RowSelectedText)
                                               : Paint().GetColor(IsEnabled() ? COLOR_WINDOWTEXT : COLOR_GRAYTEXT);
     FillRect(item.hDC, &item.rcItem, Paint().GetBrush(face));
-    if (item.itemID == static_cast<UINT>(-1)) return;
+    if (item.itemID == static_cast<UINT>(-1)) return TRUE;
     RECT area = item.rcItem;
     if (m_kind == Kind::Checks) {
         const RECT box = CheckBoxIn(item.rcItem);
@@ -101,13 +97,5 @@ void CXTPListBox::DrawItem(const DRAWITEMSTRUCT& item) const {
     std::wstring name(static_cast<std::size_t>(SendMessageW(Handle(), LB_GETTEXTLEN, item.itemID, 0)), L'\0');
     SendMessageW(Handle(), LB_GETTEXT, item.itemID, reinterpret_cast<LPARAM>(name.data()));
     DrawControlText(item.hDC, Handle(), name.c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
-}
-
-void CXTPListBox::DrawBorder() const {
-    const HDC device = GetWindowDC(Handle());
-    RECT window = {};
-    GetWindowRect(Handle(), &window);
-    OffsetRect(&window, -window.left, -window.top);
-    FrameRect(device, &window, Paint().GetBrush(BorderColor()));
-    ReleaseDC(Handle(), device);
+    return TRUE;
 }

@@ -1,16 +1,16 @@
 #pragma once
-#include "toolkit/Control.h"
+#include "toolkit/ScrolledList.h"
 
 // A list box in the theme's colours. Its items are drawn by the dialog's WM_DRAWITEM (LBS_OWNERDRAWFIXED | LBS_HASSTRINGS in
 // the template); with check boxes, Space and a click on the box change them, which the dialog hears as LBN_DBLCLK's
 // neighbour kItemChecked by WM_COMMAND.
-class CXTPListBox : public CXTPControl {
+class CXTPListBox : public CXTPScrolledList {
   public:
     enum class Kind { Plain, Checks };
     // Notification code of WM_COMMAND: the box of the selected item was changed.
     static constexpr WORD kItemChecked = 100;
 
-    explicit CXTPListBox(CXTPPaintManager& paint, Kind kind = Kind::Plain) : CXTPControl(paint), m_kind(kind) {}
+    explicit CXTPListBox(CXTPPaintManager& paint, Kind kind = Kind::Plain) : CXTPScrolledList(paint), m_kind(kind) {}
 
     void Clear() { SendMessageW(Handle(), LB_RESETCONTENT, 0, 0); }
     void Add(const std::wstring& text) { SendMessageW(Handle(), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())); }
@@ -22,11 +22,12 @@ class CXTPListBox : public CXTPControl {
   protected:
     void PreSubclassWindow() override;
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
-    void OnDraw(HDC, const RECT&) override {}
 
   private:
-    void DrawItem(const DRAWITEMSTRUCT& item) const;
-    void DrawBorder() const;
+    LRESULT OnDrawItem(const DRAWITEMSTRUCT& item) const;
+    bool OnCharacter(WPARAM character);
+    std::optional<LRESULT> OnClick(POINT point, WPARAM keys);
+    void OnThemeChanged() const;
     void Toggle(int item);
     RECT CheckBoxIn(const RECT& item) const;
 

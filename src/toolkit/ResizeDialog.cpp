@@ -1,6 +1,8 @@
 #include "toolkit/ResizeDialog.h"
 
-LRESULT CXTPResizeDialog::ControlColor(UINT message, HDC device, HWND control) {
+#include "toolkit/MessageMap.h"
+
+LRESULT CXTPResizeDialog::ControlColor(UINT message, HDC device, HWND control) const {
     const LRESULT own = SendMessageW(control, message + kReflected, reinterpret_cast<WPARAM>(device), 0);
     if (own != 0) return own;
     // A field that cannot be typed in is a WM_CTLCOLORSTATIC too.
@@ -13,36 +15,48 @@ LRESULT CXTPResizeDialog::ControlColor(UINT message, HDC device, HWND control) {
 }
 
 LRESULT CXTPResizeDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_CTLCOLORDLG:
-            return reinterpret_cast<LRESULT>(m_paint.GetBrush(m_paint.GetColor(COLOR_BTNFACE)));
-        case WM_CTLCOLORSTATIC:
-        case WM_CTLCOLOREDIT:
-        case WM_CTLCOLORLISTBOX:
-        case WM_CTLCOLORBTN:
-            return ControlColor(message, reinterpret_cast<HDC>(wParam), reinterpret_cast<HWND>(lParam));
-        case WM_DRAWITEM:
-            if (wParam != 0 && SendMessageW(Item(static_cast<int>(wParam)), message + kReflected, wParam, lParam) != 0)
-                return TRUE;
-            break;
-        case WM_ERASEBKGND: {
-            RECT client = {};
-            GetClientRect(Handle(), &client);
-            FillRect(reinterpret_cast<HDC>(wParam), &client, m_paint.GetBrush(m_paint.GetColor(COLOR_BTNFACE)));
-            return TRUE;
-        }
-        case WM_SIZE:
-            if (m_resize.IsStarted() && wParam != SIZE_MINIMIZED) m_resize.Apply();
-            return 0;
-        case WM_GETMINMAXINFO:
-            CDialog::OnMessage(message, wParam, lParam);
-            if (m_resize.IsStarted()) {
-                const SIZE minimum = m_resize.MinimumSize();
-                reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {minimum.cx, minimum.cy};
-            }
-            return 0;
-        default:
-            break;
-    }
+    static constexpr std::array kMap = {
+        MapMessage<WM_CTLCOLORDLG, &CXTPResizeDialog::OnDialogColor>(),
+        MapMessage<WM_CTLCOLORSTATIC, &CXTPResizeDialog::OnControlColor<WM_CTLCOLORSTATIC>>(),
+        MapMessage<WM_CTLCOLOREDIT, &CXTPResizeDialog::OnControlColor<WM_CTLCOLOREDIT>>(),
+        MapMessage<WM_CTLCOLORLISTBOX, &CXTPResizeDialog::OnControlColor<WM_CTLCOLORLISTBOX>>(),
+        MapMessage<WM_CTLCOLORBTN, &CXTPResizeDialog::OnControlColor<WM_CTLCOLORBTN>>(),
+        MapMessage<WM_DRAWITEM, &CXTPResizeDialog::OnDrawItem>(),
+        MapMessage<WM_ERASEBKGND, &CXTPResizeDialog::OnEraseBackground>(),
+        MapMessage<WM_SIZE, &CXTPResizeDialog::OnSize>(),
+        MapMessage<WM_GETMINMAXINFO, &CXTPResizeDialog::OnMinimumSize>(),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     return CDialog::OnMessage(message, wParam, lParam);
+}
+
+LRESULT CXTPResizeDialog::OnDialogColor() const {
+    return reinterpret_cast<LRESULT>(m_paint.GetBrush(m_paint.GetColor(COLOR_BTNFACE)));
+}
+
+// Nothing: a menu's item, or of a control that leaves it to the system.
+std::optional<LRESULT> CXTPResizeDialog::OnDrawItem(const DRAWITEMSTRUCT& item) const {
+    if (item.CtlType == ODT_MENU) return std::nullopt;
+    const HWND control = Item(static_cast<int>(item.CtlID));
+    if (SendMessageW(control, WM_DRAWITEM + kReflected, item.CtlID, reinterpret_cast<LPARAM>(&item)) == 0)
+        return std::nullopt;
+    return TRUE;
+}
+
+LRESULT CXTPResizeDialog::OnEraseBackground(HDC device) const {
+    RECT client = {};
+    GetClientRect(Handle(), &client);
+    FillRect(device, &client, m_paint.GetBrush(m_paint.GetColor(COLOR_BTNFACE)));
+    return TRUE;
+}
+
+void CXTPResizeDialog::OnSize(WPARAM kind) {
+    if (m_resize.IsStarted() && kind != SIZE_MINIMIZED) m_resize.Apply();
+}
+
+void CXTPResizeDialog::OnMinimumSize(MINMAXINFO& sizes) {
+    CDialog::OnMessage(WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&sizes));
+    if (!m_resize.IsStarted()) return;
+    const SIZE minimum = m_resize.MinimumSize();
+    sizes.ptMinTrackSize = {minimum.cx, minimum.cy};
 }

@@ -1,4 +1,5 @@
 #pragma once
+#include <optional>
 #include "toolkit/Dialog.h"
 #include "toolkit/PaintManager.h"
 #include "toolkit/Resize.h"
@@ -15,7 +16,16 @@ class CXTPResizeDialog : public CDialog {
     CXTPPaintManager& Paint() const { return m_paint; }
 
   private:
-    LRESULT ControlColor(UINT message, HDC device, HWND control);
+    template <UINT message>
+    LRESULT OnControlColor(HDC device, HWND control) {
+        return ControlColor(message, device, control);
+    }
+    LRESULT ControlColor(UINT message, HDC device, HWND control) const;
+    LRESULT OnDialogColor() const;
+    std::optional<LRESULT> OnDrawItem(const DRAWITEMSTRUCT& item) const;
+    LRESULT OnEraseBackground(HDC device) const;
+    void OnSize(WPARAM kind);
+    void OnMinimumSize(MINMAXINFO& sizes);
 
     CXTPPaintManager& m_paint;
     CXTPResize m_resize;

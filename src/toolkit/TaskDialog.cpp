@@ -16,6 +16,25 @@ HRESULT CALLBACK OnTaskDialog(HWND window, UINT message, WPARAM, LPARAM lParam, 
     return S_OK;
 }
 
+struct SystemIcons {
+    const wchar_t* taskDialog;
+    UINT messageBox;
+};
+
+SystemIcons IconsOf(TaskDialogIcon icon) {
+    switch (icon) {
+        case TaskDialogIcon::Error:
+            return {TD_ERROR_ICON, MB_ICONERROR};
+        case TaskDialogIcon::Warning:
+            return {TD_WARNING_ICON, MB_ICONWARNING};
+        case TaskDialogIcon::Information:
+            return {TD_INFORMATION_ICON, MB_ICONINFORMATION};
+        case TaskDialogIcon::None:
+            break;
+    }
+    return {nullptr, 0};
+}
+
 }  // namespace
 
 void OpenAddress(HWND owner, const wchar_t* address) {
@@ -24,21 +43,38 @@ void OpenAddress(HWND owner, const wchar_t* address) {
     if (execute != nullptr) execute(owner, L"open", address, nullptr, nullptr, SW_SHOWNORMAL);
 }
 
-void ShowTaskDialog(const std::wstring& title, const std::wstring& content, TaskDialogIcon icon) {
+int CTaskDialog::DoModal(HWND owner) const {
     TASKDIALOGCONFIG config = {};
     config.cbSize = sizeof(config);
-    config.hwndParent = GetActiveWindow();
-    config.dwFlags = TDF_ENABLE_HYPERLINKS | TDF_USE_COMMAND_LINKS | TDF_ALLOW_DIALOG_CANCELLATION;
+    config.hwndParent = owner;
+    config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION;
+    if (owner != nullptr) config.dwFlags |= TDF_POSITION_RELATIVE_TO_WINDOW;
+    if (m_options.enableHyperlinks) config.dwFlags |= TDF_ENABLE_HYPERLINKS;
+    if (m_options.useCommandLinks) config.dwFlags |= TDF_USE_COMMAND_LINKS;
     config.dwCommonButtons = TDCBF_OK_BUTTON;
-    config.pszWindowTitle = title.c_str();
-    config.pszMainIcon = icon == TaskDialogIcon::Error ? TD_ERROR_ICON : TD_INFORMATION_ICON;
-    config.pszContent = content.c_str();
+    if (m_buttons == TaskDialogButtons::OkCancel) config.dwCommonButtons |= TDCBF_CANCEL_BUTTON;
+    config.pszWindowTitle = m_title.c_str();
+    config.pszMainIcon = IconsOf(m_icon).taskDialog;
+    config.pszMainInstruction = m_mainInstruction.empty() ? nullptr : m_mainInstruction.c_str();
+    config.pszContent = m_content.c_str();
     config.pfCallback = &OnTaskDialog;
 
     // Only the themed common controls have it, and only where the manifest was honoured.
     using TaskDialogIndirectFunction = HRESULT(WINAPI*)(const TASKDIALOGCONFIG*, int*, int*, BOOL*);
     const auto show = FindFunction<TaskDialogIndirectFunction>(L"comctl32.dll", "TaskDialogIndirect");
-    if (show != nullptr && SUCCEEDED(show(&config, nullptr, nullptr, nullptr))) return;
-    const UINT flags = icon == TaskDialogIcon::Error ? MB_ICONERROR : MB_ICONINFORMATION;
-    MessageBoxW(config.hwndParent, content.c_str(), title.c_str(), MB_OK | flags);
+    int button = 0;
+    if (show != nullptr && SUCCEEDED(show(&config, &button, nullptr, nullptr))) return button;
+    return ShowMessageBox(owner);
+}
+
+int CTaskDialog::ShowMessageBox(HWND owner) const {
+    const std::wstring text = m_mainInstruction.empty() ? m_content : m_mainInstruction + L"\n\n" + m_content;
+    const UINT buttons = m_buttons == TaskDialogButtons::OkCancel ? MB_OKCANCEL : MB_OK;
+    return MessageBoxW(owner, text.c_str(), m_title.c_str(), buttons | IconsOf(m_icon).messageBox);
+}
+
+void ShowTaskDialog(const std::wstring& title, const std::wstring& content, TaskDialogIcon icon) {
+    CTaskDialog dialog(content, L"", title);
+    dialog.SetMainIcon(icon);
+    dialog.DoModal();
 }

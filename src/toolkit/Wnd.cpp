@@ -77,7 +77,7 @@ void CWnd::SetText(const std::wstring& text) {
     if (Text() != text) SetWindowTextW(m_handle, text.c_str());
 }
 
-LRESULT CWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CWnd::Default(UINT message, WPARAM wParam, LPARAM lParam) const {
     if (m_original != nullptr) return CallWindowProcW(m_original, m_handle, message, wParam, lParam);
     return DefWindowProcW(m_handle, message, wParam, lParam);
 }

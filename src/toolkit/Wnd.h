@@ -43,7 +43,9 @@ class CWnd {
   protected:
     // Overridden to handle messages; the base does what the system, or the window's own procedure, does by default.
     // WM_CREATE arrives with the handle set.
-    virtual LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    virtual LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) { return Default(message, wParam, lParam); }
+    // What the system, or the window's own procedure, does, past every base.
+    LRESULT Default(UINT message, WPARAM wParam, LPARAM lParam) const;
     // Called when a window was taken over, before its next message.
     virtual void PreSubclassWindow() {}
 

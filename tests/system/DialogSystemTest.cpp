@@ -340,4 +340,17 @@ TEST_F(DialogTest, NoCardAndManyCards) {
     }
 }
 
+TEST_F(DialogTest, EndsWhenItIsToldToWhateverIsOpen) {
+    for (const UINT message : {UINT{WM_CLOSE}, UINT{WM_ENDSESSION}}) {
+        // Nothing is configured, and mining was to start: the user is told, and does not answer.
+        m_rig.WriteSettings("MiningState=\"1\"");
+        ASSERT_NE(m_rig.Start(), nullptr);
+        ASSERT_TRUE(WaitUntil(10000, [&] { return GetLastActivePopup(m_rig.Window()) != m_rig.Window(); }));
+        DWORD_PTR ignored = 0;
+        SendMessageTimeoutW(m_rig.Window(), message, TRUE, 0, SMTO_ABORTIFHUNG, 10000, &ignored);
+        EXPECT_EQ(m_rig.Process().WaitForExit(15000), 0) << message;
+        EXPECT_NE(Settings().find("WindowPos="), std::string::npos) << message;
+    }
+}
+
 }  // namespace

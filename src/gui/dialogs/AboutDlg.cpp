@@ -4,25 +4,36 @@
 #include "common/Version.h"
 #include "gui/dialogs/resource.h"
 #include "toolkit/BufferedPaint.h"
+#include "toolkit/MessageMap.h"
 #include "toolkit/TaskDialog.h"
 
 LRESULT CHyperlink::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_LBUTTONUP:
-            OpenAddress(Handle(), m_target.c_str());
-            return 0;
-        case WM_KEYDOWN:
-            if (wParam == VK_SPACE || wParam == VK_RETURN) OpenAddress(Handle(), m_target.c_str());
-            return 0;
-        case WM_GETDLGCODE:
-            // Enter is for the link, not for the default button, while it has the focus.
-            return lParam != 0 && reinterpret_cast<const MSG*>(lParam)->wParam == VK_RETURN ? DLGC_WANTMESSAGE : 0;
-        case WM_SETCURSOR:
-            SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32649)));  // the hand
-            return TRUE;
-        default:
-            return CXTPControl::OnMessage(message, wParam, lParam);
-    }
+    static constexpr std::array kMap = {
+        MapMessage<WM_LBUTTONUP, &CHyperlink::Open>(),
+        MapMessage<WM_KEYDOWN, &CHyperlink::OnKeyDown>(),
+        MapMessage<WM_GETDLGCODE, &CHyperlink::OnGetDialogCode>(),
+        MapMessage<WM_SETCURSOR, &CHyperlink::OnSetCursor>(),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
+    return CXTPControl::OnMessage(message, wParam, lParam);
+}
+
+void CHyperlink::Open() const {
+    OpenAddress(Handle(), m_target.c_str());
+}
+
+void CHyperlink::OnKeyDown(WPARAM key) const {
+    if (key == VK_SPACE || key == VK_RETURN) Open();
+}
+
+// Enter is for the link, not for the default button, while it has the focus.
+LRESULT CHyperlink::OnGetDialogCode(WPARAM, LPARAM typed) const {
+    return typed != 0 && reinterpret_cast<const MSG*>(typed)->wParam == VK_RETURN ? DLGC_WANTMESSAGE : 0;
+}
+
+LRESULT CHyperlink::OnSetCursor() const {
+    SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32649)));  // the hand
+    return TRUE;
 }
 
 void CHyperlink::OnDraw(HDC device, const RECT& area) {

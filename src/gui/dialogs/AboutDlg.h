@@ -14,6 +14,11 @@ class CHyperlink final : public CXTPControl {
     void OnDraw(HDC device, const RECT& area) override;
 
   private:
+    void Open() const;
+    void OnKeyDown(WPARAM key) const;
+    LRESULT OnGetDialogCode(WPARAM, LPARAM typed) const;
+    LRESULT OnSetCursor() const;
+
     const std::wstring m_target;
 };
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "common/Version.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
+#include "toolkit/MessageMap.h"
 
 namespace {
 
@@ -26,12 +26,6 @@ constexpr FieldIds kFields[] = {
 };
 constexpr int kButtons[] = {IDC_POOL_ADD, IDC_POOL_REMOVE, IDC_POOL_UP, IDC_POOL_DOWN, IDC_SHOW_PASSWORD, IDOK, IDCANCEL};
 constexpr wchar_t kBullet = L'\x2022';
-
-const FieldIds* FindControl(int id) {
-    const auto* found =
-        std::find_if(std::begin(kFields), std::end(kFields), [id](const FieldIds& field) { return field.control == id; });
-    return found == std::end(kFields) ? nullptr : found;
-}
 
 }  // namespace
 
@@ -84,38 +78,33 @@ void CConfigMiningPoolsDlg::SetUpResize() {
 }
 
 LRESULT CConfigMiningPoolsDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_COMMAND) OnCommand(LOWORD(wParam), HIWORD(wParam));
+    using Self = CConfigMiningPoolsDlg;
+    static constexpr std::array kMap = {
+        MapCommand<&Self::OnPoolSelected>(IDC_POOL_LIST, LBN_SELCHANGE),
+        MapCommand<&Self::OnFieldChanged>(kAnyId, EN_CHANGE),
+        MapCommand<&Self::OnFieldChanged>(IDC_POOLEDIT_ALGORITHM, CBN_SELCHANGE),
+        MapCommand<&Self::AddPool>(IDC_POOL_ADD, BN_CLICKED),
+        MapCommand<&Self::RemovePool>(IDC_POOL_REMOVE, BN_CLICKED),
+        MapCommand<&Self::MovePoolUp>(IDC_POOL_UP, BN_CLICKED),
+        MapCommand<&Self::MovePoolDown>(IDC_POOL_DOWN, BN_CLICKED),
+        MapCommand<&Self::OnShowPassword>(IDC_SHOW_PASSWORD, BN_CLICKED),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     if (message == WM_DESTROY) KeepDialogPlace(Handle(), m_host.Settings().ConfigMiningPoolsPos);
     return CExDialog::OnMessage(message, wParam, lParam);
 }
 
-void CConfigMiningPoolsDlg::OnCommand(int id, int code) {
-    if (m_filling) return;
-    if (id == IDC_POOL_LIST && code == LBN_SELCHANGE) return SelectPool(m_list.Selected());
-    if (FindControl(id) != nullptr && (code == EN_CHANGE || code == CBN_SELCHANGE)) return OnFieldChanged();
-    if (code != BN_CLICKED) return;
-    switch (id) {
-        case IDC_POOL_ADD:
-            return AddPool();
-        case IDC_POOL_REMOVE:
-            return RemovePool();
-        case IDC_POOL_UP:
-            return MovePool(-1);
-        case IDC_POOL_DOWN:
-            return MovePool(1);
-        case IDC_SHOW_PASSWORD: {
-            const bool show = IsDlgButtonChecked(Handle(), IDC_SHOW_PASSWORD) == BST_CHECKED;
-            SendMessageW(Item(IDC_POOLEDIT_PASSWORD), EM_SETPASSWORDCHAR, show ? 0 : kBullet, 0);
-            InvalidateRect(Item(IDC_POOLEDIT_PASSWORD), nullptr, TRUE);
-            return;
-        }
-        default:
-            return;
-    }
+void CConfigMiningPoolsDlg::OnPoolSelected() {
+    SelectPool(m_list.Selected());
+}
+
+void CConfigMiningPoolsDlg::OnShowPassword() {
+    const bool show = IsDlgButtonChecked(Handle(), IDC_SHOW_PASSWORD) == BST_CHECKED;
+    SendMessageW(Item(IDC_POOLEDIT_PASSWORD), EM_SETPASSWORDCHAR, show ? 0 : kBullet, 0);
+    InvalidateRect(Item(IDC_POOLEDIT_PASSWORD), nullptr, TRUE);
 }
 
 void CConfigMiningPoolsDlg::FillList(std::optional<std::size_t> selected) {
-    m_filling = true;
     m_list.Clear();
     for (std::size_t i = 0; i < m_model.Count(); ++i)
         m_list.Add(m_model.Pool(i).Name);
@@ -126,7 +115,6 @@ void CConfigMiningPoolsDlg::FillList(std::optional<std::size_t> selected) {
     } else if (selected) {
         m_list.Select(static_cast<int>(*selected));
     }
-    m_filling = false;
     FillFields();
 }
 
@@ -172,7 +160,7 @@ PoolDraft CConfigMiningPoolsDlg::Draft() const {
 }
 
 void CConfigMiningPoolsDlg::OnFieldChanged() {
-    ShowReasons(m_model.Check(Draft(), m_current));
+    if (!m_filling) ShowReasons(m_model.Check(Draft(), m_current));
 }
 
 void CConfigMiningPoolsDlg::ShowReasons(const PoolFieldReasons& reasons) {
@@ -222,7 +210,7 @@ void CConfigMiningPoolsDlg::RemovePool() {
         const std::wstring effect = m_model.RemovalText(*m_current);
         if (!effect.empty()) {
             const std::wstring question = effect + L"\n\nRemove the pool?";
-            if (MessageBoxW(Handle(), question.c_str(), kApplicationName, MB_OKCANCEL | MB_ICONWARNING) != IDOK) return;
+            if (!AskWhether(Handle(), question)) return;
         }
         next = *m_current;
         m_model.Remove(*m_current);

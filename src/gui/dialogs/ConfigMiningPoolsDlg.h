@@ -22,7 +22,8 @@ class CConfigMiningPoolsDlg final : public CExDialog {
   private:
     void TakeControls();
     void SetUpResize();
-    void OnCommand(int id, int code);
+    void OnPoolSelected();
+    void OnShowPassword();
     void FillList(std::optional<std::size_t> selected);
     void FillFields();
     void FillAlgorithms(std::int32_t selected);
@@ -33,6 +34,8 @@ class CConfigMiningPoolsDlg final : public CExDialog {
     bool TakeFields();
     void AddPool();
     void RemovePool();
+    void MovePoolUp() { MovePool(-1); }
+    void MovePoolDown() { MovePool(1); }
     void MovePool(int step);
     void SelectPool(int item);
     void EnableButtons();

@@ -5,6 +5,7 @@
 #include "gui/GpuText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
+#include "toolkit/MessageMap.h"
 
 namespace {
 
@@ -78,53 +79,56 @@ void CConfigWorkerDlg::SetUpResize() {
 }
 
 LRESULT CConfigWorkerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_COMMAND) OnCommand(LOWORD(wParam), HIWORD(wParam));
+    using Self = CConfigWorkerDlg;
+    static constexpr std::array kMap = {
+        MapCommand<&Self::OnNameChanged>(IDC_WORKER_NAME, EN_CHANGE),
+        MapCommand<&Self::OnConfigurationSelected>(IDC_CONFIGURATION_LIST, LBN_SELCHANGE),
+        MapCommand<&Self::OnPrimarySelected>(IDC_PRIMARY, CBN_SELCHANGE),
+        MapCommand<&Self::OnBackupSelected>(IDC_BACKUP, CBN_SELCHANGE),
+        MapCommand<&Self::OnGpuChecked>(IDC_GPU_LIST, CXTPListBox::kItemChecked),
+        MapCommand<&Self::AddConfiguration>(IDC_CONFIGURATION_ADD, BN_CLICKED),
+        MapCommand<&Self::RemoveConfiguration>(IDC_CONFIGURATION_REMOVE, BN_CLICKED),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     if (message == WM_DESTROY) KeepDialogPlace(Handle(), m_host.Settings().ConfigWorkerPos);
     return CExDialog::OnMessage(message, wParam, lParam);
 }
 
-void CConfigWorkerDlg::OnCommand(int id, int code) {
+void CConfigWorkerDlg::OnNameChanged() {
     if (m_filling) return;
-    if (id == IDC_WORKER_NAME && code == EN_CHANGE) {
-        m_model.SetWorkerName(ItemText(IDC_WORKER_NAME));
-        ShowReasons();
-    } else if (id == IDC_CONFIGURATION_LIST && code == LBN_SELCHANGE) {
-        m_current = m_list.Selected();
-        FillFields();
-    } else if (id == IDC_PRIMARY && code == CBN_SELCHANGE && HasCurrent()) {
-        m_model.SetPrimaryPool(Current(), static_cast<std::uint32_t>(m_primary.ItemData()));
-        FillBackup();
-        ShowReasons();
-    } else if (id == IDC_BACKUP && code == CBN_SELCHANGE && HasCurrent()) {
-        m_model.SetBackupPool(Current(), static_cast<std::uint32_t>(m_backup.ItemData()));
-        ShowReasons();
-    } else if (id == IDC_GPU_LIST && code == CXTPListBox::kItemChecked) {
-        OnGpuChecked();
-    } else if (id == IDC_CONFIGURATION_ADD && code == BN_CLICKED) {
-        AddConfiguration();
-    } else if (id == IDC_CONFIGURATION_REMOVE && code == BN_CLICKED) {
-        RemoveConfiguration();
-    }
+    m_model.SetWorkerName(ItemText(IDC_WORKER_NAME));
+    ShowReasons();
+}
+
+void CConfigWorkerDlg::OnConfigurationSelected() {
+    m_current = m_list.Selected();
+    FillFields();
+}
+
+void CConfigWorkerDlg::OnPrimarySelected() {
+    if (!HasCurrent()) return;
+    m_model.SetPrimaryPool(Current(), static_cast<std::uint32_t>(m_primary.ItemData()));
+    FillBackup();
+    ShowReasons();
+}
+
+void CConfigWorkerDlg::OnBackupSelected() {
+    if (!HasCurrent()) return;
+    m_model.SetBackupPool(Current(), static_cast<std::uint32_t>(m_backup.ItemData()));
+    ShowReasons();
 }
 
 void CConfigWorkerDlg::FillList(int selected) {
     m_current = selected;
-    m_filling = true;
-    m_list.Clear();
-    for (std::size_t i = 0; i < m_model.Count(); ++i)
-        m_list.Add(m_model.Label(i));
-    if (selected >= 0) m_list.Select(selected);
-    m_filling = false;
+    RefreshLabels();
     FillFields();
 }
 
 void CConfigWorkerDlg::RefreshLabels() {
-    m_filling = true;
     m_list.Clear();
     for (std::size_t i = 0; i < m_model.Count(); ++i)
         m_list.Add(m_model.Label(i));
     m_list.Select(m_current);
-    m_filling = false;
 }
 
 void CConfigWorkerDlg::FillFields() {

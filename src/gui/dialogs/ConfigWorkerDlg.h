@@ -21,7 +21,10 @@ class CConfigWorkerDlg final : public CExDialog {
   private:
     void TakeControls();
     void SetUpResize();
-    void OnCommand(int id, int code);
+    void OnNameChanged();
+    void OnConfigurationSelected();
+    void OnPrimarySelected();
+    void OnBackupSelected();
     void FillList(int selected);
     void RefreshLabels();
     void FillFields();

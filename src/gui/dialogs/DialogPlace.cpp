@@ -5,6 +5,7 @@
 #include "common/Messages.h"
 #include "common/Version.h"
 #include "gui/WindowPlacement.h"
+#include "toolkit/TaskDialog.h"
 
 namespace {
 
@@ -36,11 +37,16 @@ void KeepDialogPlace(HWND dialog, SettingsRect& place) {
     place = {normal.left, normal.top, normal.right, normal.bottom};
 }
 
+bool AskWhether(HWND dialog, const std::wstring& question) {
+    CTaskDialog message(question, L"", kApplicationName, TaskDialogButtons::OkCancel);
+    message.SetMainIcon(TaskDialogIcon::Warning);
+    return message.DoModal(dialog) == IDOK;
+}
+
 bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurrent, MinerConfiguration configuration) {
     constexpr wchar_t kReplaced[] =
         L"The configuration was replaced meanwhile, by a remote controller. Save yours all the same, and lose the other?";
-    if (!isBasedOnCurrent && MessageBoxW(dialog, kReplaced, kApplicationName, MB_OKCANCEL | MB_ICONWARNING) != IDOK)
-        return false;
+    if (!isBasedOnCurrent && !AskWhether(dialog, kReplaced)) return false;
     host.Configuration().Publish(std::move(configuration));
     host.Configuration().Save();
     const HWND owner = GetWindow(dialog, GW_OWNER);

@@ -1,10 +1,14 @@
 #pragma once
 #include <windows.h>
+#include <string>
 #include "gui/dialogs/MainDialogHost.h"
 
 // Puts a dialog where it was last, as far as that is on a screen; an empty place leaves it where it is.
 void RestoreDialogPlace(HWND dialog, const SettingsRect& place);
 void KeepDialogPlace(HWND dialog, SettingsRect& place);
+
+// A warning that can be answered with OK or Cancel.
+bool AskWhether(HWND dialog, const std::wstring& question);
 
 // Publishes what a dialog edited, saves it and has the main dialog (the owner) show it. False, with nothing changed: another
 // configuration was published meanwhile, and the user wants to keep that one.

@@ -7,6 +7,8 @@
 #include "gui/PortText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
+#include "toolkit/MessageMap.h"
+#include "toolkit/ModalWindows.h"
 #include "toolkit/TaskDialog.h"
 #include "toolkit/report/ReportNotification.h"
 
@@ -33,79 +35,78 @@ CQuorvelMinerDlg::CQuorvelMinerDlg(IMainDialogHost& host, const Looks& looks)
       m_unassigned(host.Configuration().UnassignedPool()) {}
 
 LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_TIMER:
-            if (wParam == kTimerId) OnTimer();
-            return 0;
-        case WM_COMMAND:
-            OnCommand(LOWORD(wParam), HIWORD(wParam));
-            break;
-        case WM_NOTIFY: {
-            const auto* header = reinterpret_cast<const NMHDR*>(lParam);
-            if (header->idFrom == IDC_GRID && header->code == kReportFocusedRowChanged) OnSelectionChanged();
-            return 0;
-        }
-        case WM_SYSCOMMAND:
-            if (OnSysCommand(static_cast<UINT>(wParam) & 0xFFF0)) return 0;
-            break;
-        case WM_CLOSE:
-            EndDialog(IDCANCEL);
-            return 0;
-        case WM_PAINT:
-            if (PaintIcon()) return 0;
-            break;
-        case WM_QUERYDRAGICON:
-            return reinterpret_cast<LRESULT>(m_looks.icon);
-        case WM_SIZE:
-            if (wParam == SIZE_MINIMIZED && m_host.Settings().HideMinimized != 0) ShowWindow(Handle(), SW_HIDE);
-            break;
-        case WM_DESTROY:
-            OnDestroy();
-            break;
-        case kMessageWorker:
-        case kMessageControlState:
-        case kMessageRefresh:
-        case kMessageMining:
-            return OnPosted(message, wParam);
-        case kNotifyIconMessage:
-            OnNotifyIcon(static_cast<UINT>(lParam));
-            return 0;
-        default:
-            if (message == CNotifyIcon::TaskbarCreated()) m_notifyIcon.ShowAgain();
-            break;
-    }
+    using Self = CQuorvelMinerDlg;
+    static constexpr std::array kMap = {
+        MapMessage<WM_TIMER, &Self::OnTimer>(),
+        MapMessage<WM_SYSCOMMAND, &Self::OnSysCommand>(),
+        MapMessage<WM_SIZE, &Self::OnSize>(),
+        MapMessage<WM_PAINT, &Self::PaintIcon>(),
+        MapMessage<WM_QUERYDRAGICON, &Self::OnQueryDragIcon>(),
+        MapMessage<WM_CLOSE, &Self::OnClose>(),
+        MapMessage<WM_ENDSESSION, &Self::OnEndSession>(),
+        MapMessage<kMessageWorker, &Self::RefreshWorker>(),
+        MapMessage<kMessageControlState, &Self::OnControlState>(),
+        MapMessage<kMessageRefresh, &Self::OnConfigurationReplaced>(),
+        MapMessage<kMessageMining, &Self::OnMining>(),
+        MapMessage<kNotifyIconMessage, &Self::OnNotifyIcon>(),
+        MapCommand<&Self::OnListenButton>(IDC_START_LISTEN, BN_CLICKED),
+        MapCommand<&Self::OnMiningButton>(IDC_START_MINING, BN_CLICKED),
+        MapCommand<&Self::OnControlChoice>(IDC_CONTROL_CHOICE, CBN_SELCHANGE),
+        MapCommand<&Self::OnMiningChoice>(IDC_MINING_CHOICE, CBN_SELCHANGE),
+        MapNotify<&Self::OnSelectionChanged>(IDC_GRID, kReportFocusedRowChanged),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
+    if (message == WM_DESTROY) EndWork();
+    if (message == CNotifyIcon::TaskbarCreated()) m_notifyIcon.ShowAgain();
     return CExDialog::OnMessage(message, wParam, lParam);
 }
 
-LRESULT CQuorvelMinerDlg::OnPosted(UINT message, WPARAM wParam) {
-    if (message == kMessageWorker) {
-        RefreshWorker();
-    } else if (message == kMessageControlState) {
-        OnControlState(static_cast<std::uint32_t>(wParam));
-    } else if (message == kMessageMining) {
-        OnMining(wParam == 1);
-    } else {
-        const int row = m_grid.FocusedRow();
-        m_grid.Populate(static_cast<int>(m_host.Gpus().size()));
-        m_grid.SetFocusedRow(row);
-        RefreshAll();
-    }
-    return 0;
+void CQuorvelMinerDlg::OnConfigurationReplaced() {
+    const int row = m_grid.FocusedRow();
+    m_grid.Populate(static_cast<int>(m_host.Gpus().size()));
+    m_grid.SetFocusedRow(row);
+    RefreshAll();
 }
 
-void CQuorvelMinerDlg::OnCommand(int id, int code) {
-    RuntimeSettings& settings = m_host.Settings();
-    if (code == BN_CLICKED && id == IDC_START_LISTEN) {
-        OnListenButton();
-    } else if (code == BN_CLICKED && id == IDC_START_MINING) {
-        PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
-    } else if (code == CBN_SELCHANGE && id == IDC_CONTROL_CHOICE) {
-        settings.ControlState = static_cast<std::int32_t>(m_controlChoice.ItemData());
-        m_host.SaveSettings();
-    } else if (code == CBN_SELCHANGE && id == IDC_MINING_CHOICE) {
-        settings.MiningState = static_cast<std::int32_t>(m_miningChoice.ItemData());
-        m_host.SaveSettings();
-    }
+bool CQuorvelMinerDlg::OnSize(WPARAM kind) {
+    if (kind == SIZE_MINIMIZED && m_host.Settings().HideMinimized != 0) ShowWindow(Handle(), SW_HIDE);
+    return false;
+}
+
+LRESULT CQuorvelMinerDlg::OnQueryDragIcon() const {
+    return reinterpret_cast<LRESULT>(m_looks.icon);
+}
+
+void CQuorvelMinerDlg::OnMiningButton() {
+    PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
+}
+
+void CQuorvelMinerDlg::OnControlChoice() {
+    m_host.Settings().ControlState = static_cast<std::int32_t>(m_controlChoice.ItemData());
+    m_host.SaveSettings();
+}
+
+void CQuorvelMinerDlg::OnMiningChoice() {
+    m_host.Settings().MiningState = static_cast<std::int32_t>(m_miningChoice.ItemData());
+    m_host.SaveSettings();
+}
+
+// Whoever closes the program while a message or another dialog is open does not want to answer it first; what an editor
+// has not saved is lost, as with its Cancel.
+void CQuorvelMinerDlg::OnClose() {
+    m_closing = true;
+    CancelModalWindows(Handle());
+    EndDialog(IDCANCEL);
+}
+
+// The process may be gone as soon as this returns.
+bool CQuorvelMinerDlg::OnEndSession(bool ending) {
+    if (!ending) return false;
+    EndWork();
+    m_host.SaveSettings();
+    m_host.Configuration().Save();
+    OnClose();
+    return true;
 }
 
 void CQuorvelMinerDlg::OnTimer() {
@@ -119,7 +120,7 @@ void CQuorvelMinerDlg::OnTimer() {
     ++m_tick;
 }
 
-void CQuorvelMinerDlg::OnDestroy() {
+void CQuorvelMinerDlg::EndWork() {
     KillTimer(Handle(), kTimerId);
     m_looks.windowChanged(nullptr);
     m_notifyIcon.Remove();
@@ -128,8 +129,9 @@ void CQuorvelMinerDlg::OnDestroy() {
     KeepDialogPlace(Handle(), m_host.Settings().WindowPos);
 }
 
-void CQuorvelMinerDlg::OnMining(bool start) {
-    if (start == m_host.IsRunning()) return;
+void CQuorvelMinerDlg::OnMining(WPARAM wanted) {
+    const bool start = wanted == 1;
+    if (m_closing || start == m_host.IsRunning()) return;
     if (start) {
         if (!StartMining()) return;
     } else {
@@ -164,7 +166,8 @@ void CQuorvelMinerDlg::StopMining() {
     RefreshAll();
 }
 
-void CQuorvelMinerDlg::OnControlState(std::uint32_t state) {
+void CQuorvelMinerDlg::OnControlState(WPARAM wParam) {
+    const auto state = static_cast<std::uint32_t>(wParam);
     if (state == m_controlState) return;
     m_controlState = state;
     Label(IDC_CONTROL_STATE).ResetBackgroundColor();

@@ -49,14 +49,20 @@ class CQuorvelMinerDlg final : public CExDialog {
     void StartAsChosen();
 
     // QuorvelMinerDlg.cpp: messages and states.
-    LRESULT OnPosted(UINT message, WPARAM wParam);
-    void OnCommand(int id, int code);
+    void OnConfigurationReplaced();
+    bool OnSize(WPARAM kind);
+    LRESULT OnQueryDragIcon() const;
+    void OnClose();
+    bool OnEndSession(bool ending);
     void OnTimer();
-    void OnDestroy();
-    void OnMining(bool start);
+    void EndWork();
+    void OnMiningButton();
+    void OnControlChoice();
+    void OnMiningChoice();
+    void OnMining(WPARAM wanted);
     bool StartMining();
     void StopMining();
-    void OnControlState(std::uint32_t state);
+    void OnControlState(WPARAM state);
     void OnListenButton();
     void StartListening();
     void StopListening();
@@ -71,7 +77,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     void CopyDiagnostics();
     void ToggleHideMinimized();
     void UpdateNotifyIcon();
-    void OnNotifyIcon(UINT mouseMessage);
+    void OnNotifyIcon(WPARAM, LPARAM mouseMessage);
     void ShowNotifyMenu();
     void Restore();
     void EditPools();
@@ -106,6 +112,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     std::uint32_t m_controlState = 0;
     ddt_datetime m_miningStart;
     std::uint32_t m_tick = 0;
+    bool m_closing = false;
 };
 
 // Numbers of the system menu's own entries: below 0xF000, multiples of 16.

@@ -24,6 +24,13 @@ constexpr UINT kNotifyOpen = 1;
 constexpr UINT kNotifyMining = 2;
 constexpr UINT kNotifyExit = 3;
 
+// Without the "State: " of the labels.
+std::wstring BareState(const LabelLook& look) {
+    constexpr std::wstring_view kPrefix = L"State: ";
+    const std::wstring_view text = look.text;
+    return std::wstring(text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text);
+}
+
 }  // namespace
 
 bool CQuorvelMinerDlg::OnSysCommand(UINT command) {
@@ -82,12 +89,12 @@ void CQuorvelMinerDlg::ToggleHideMinimized() {
 }
 
 void CQuorvelMinerDlg::UpdateNotifyIcon() {
-    const std::wstring tip = std::wstring(kApplicationName) + L"\n" + MiningStateLook(m_host.IsRunning()).text +
-                             L"\nControl: " + ControlStateLook(m_controlState, 0).text;
+    const std::wstring tip = std::wstring(kApplicationName) + L"\nMiner: " + BareState(MiningStateLook(m_host.IsRunning())) +
+                             L"\nControl: " + BareState(ControlStateLook(m_controlState, 0));
     m_notifyIcon.Show(Handle(), kNotifyIconMessage, m_looks.icon, tip);
 }
 
-void CQuorvelMinerDlg::OnNotifyIcon(UINT mouseMessage) {
+void CQuorvelMinerDlg::OnNotifyIcon(WPARAM, LPARAM mouseMessage) {
     if (mouseMessage == WM_LBUTTONDBLCLK) Restore();
     if (mouseMessage == WM_RBUTTONUP) ShowNotifyMenu();
 }
@@ -103,7 +110,8 @@ void CQuorvelMinerDlg::ShowNotifyMenu() {
     GetCursorPos(&point);
     // Without being in front the window would not hear that the menu was left.
     SetForegroundWindow(Handle());
-    const auto command = TrackPopupMenu(menu, TPM_RETURNCMD | TPM_NONOTIFY, point.x, point.y, 0, Handle(), nullptr);
+    const auto command =
+        TrackPopupMenu(menu, TPM_RETURNCMD | TPM_NONOTIFY | TPM_RIGHTBUTTON, point.x, point.y, 0, Handle(), nullptr);
     PostMessageW(Handle(), WM_NULL, 0, 0);
     DestroyMenu(menu);
     if (command == kNotifyOpen) Restore();

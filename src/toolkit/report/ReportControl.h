@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "toolkit/PaintManager.h"
+#include "toolkit/Tip.h"
 #include "toolkit/report/ReportPainter.h"
 #include "toolkit/report/ReportScrollBar.h"
 #include "toolkit/report/ReportState.h"
-#include "toolkit/Tip.h"
 
 // A grid in virtual mode: every cell is asked for when it is drawn. A child window of the class "QuorvelReport" that sends
 // its parent WM_NOTIFY with a ReportNotification. WM_GETTEXT gives the whole grid as text: cells separated by tabs, rows by
@@ -85,14 +85,20 @@ class CXTPReportControl {
     void ChangeFocusedRow(int row);
     LRESULT Notify(UINT code, int row, int column, POINT point) const;
 
+    LRESULT OnGetDialogCode() const;
     void OnButtonDown(POINT point);
+    void OnButtonUp() const;
+    bool OnRightButtonUp(POINT point) const;
     void OnRightButtonDown(POINT point);
     void OnDoubleClick(POINT point);
     void OnMouseMove(POINT point);
     void OnMouseLeave();
-    void OnPageTimer();
+    bool OnPageTimer(WPARAM id);
     void EndMousePress();
-    void OnWheel(int delta, bool horizontal);
+    void OnWheel(int delta, WORD keys);
+    void OnHorizontalWheel(int delta);
+    void Wheel(int delta, bool horizontal);
+    std::optional<LRESULT> OnSetCursor(WPARAM, LPARAM hit) const;
     bool OnKeyDown(WPARAM key);
     bool ShowDividerCursor() const;
     bool IsTextCut(const ReportHit& cell, const std::wstring& text) const;

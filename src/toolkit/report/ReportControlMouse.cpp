@@ -1,9 +1,8 @@
-#include <windowsx.h>
-
 #include <algorithm>
 
 #include "toolkit/Clipboard.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/MessageMap.h"
 #include "toolkit/report/ReportControl.h"
 #include "toolkit/report/ReportNotification.h"
 #include "toolkit/report/ReportText.h"
@@ -14,10 +13,6 @@ constexpr UINT_PTR kPageTimer = 0x7001;  // apart from the timers of derived cla
 constexpr UINT kFirstPageDelay = 300;    // milliseconds that a track is pressed before paging repeats
 constexpr UINT kNextPageDelay = 60;
 constexpr WPARAM kCopyKey = 'C';
-
-POINT PointOf(LPARAM lParam) {
-    return {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-}
 
 bool IsDown(int key) {
     return GetKeyState(key) < 0;
@@ -32,57 +27,29 @@ UINT WheelSetting(UINT which) {
 }  // namespace
 
 std::optional<LRESULT> CXTPReportControl::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-        case WM_GETDLGCODE:
-            return DLGC_WANTARROWS;
-        case WM_KEYDOWN:
-            if (!OnKeyDown(wParam)) return std::nullopt;
-            return 0;
-        case WM_LBUTTONDOWN:
-            OnButtonDown(PointOf(lParam));
-            return 0;
-        case WM_LBUTTONDBLCLK:
-            OnDoubleClick(PointOf(lParam));
-            return 0;
-        case WM_RBUTTONDOWN:
-            OnRightButtonDown(PointOf(lParam));
-            return 0;
-        case WM_RBUTTONUP: {
-            const ReportHit hit = HitTest(PointOf(lParam));
-            if (Notify(kReportRightClick, hit.row, hit.column, PointOf(lParam)) != 0) return 0;
-            return std::nullopt;
-        }
-        case WM_MOUSEMOVE:
-            OnMouseMove(PointOf(lParam));
-            return 0;
-        case WM_MOUSELEAVE:
-            OnMouseLeave();
-            return 0;
-        case WM_MOUSEHOVER:
-            ShowTip();
-            return 0;
-        case WM_LBUTTONUP:
-            ReleaseCapture();
-            return 0;
-        case WM_CAPTURECHANGED:
-            EndMousePress();
-            return 0;
-        case WM_MOUSEWHEEL:
-            OnWheel(GET_WHEEL_DELTA_WPARAM(wParam), (wParam & MK_SHIFT) != 0);
-            return 0;
-        case WM_MOUSEHWHEEL:
-            OnWheel(-GET_WHEEL_DELTA_WPARAM(wParam), true);
-            return 0;
-        case WM_SETCURSOR:
-            if (LOWORD(lParam) == HTCLIENT && ShowDividerCursor()) return TRUE;
-            return std::nullopt;
-        case WM_TIMER:
-            if (wParam != kPageTimer) return std::nullopt;
-            OnPageTimer();
-            return 0;
-        default:
-            return std::nullopt;
-    }
+    using Self = CXTPReportControl;
+    static constexpr std::array kMap = {
+        MapMessage<WM_GETDLGCODE, &Self::OnGetDialogCode>(),
+        MapMessage<WM_KEYDOWN, &Self::OnKeyDown>(),
+        MapMessage<WM_LBUTTONDOWN, &Self::OnButtonDown>(),
+        MapMessage<WM_LBUTTONDBLCLK, &Self::OnDoubleClick>(),
+        MapMessage<WM_LBUTTONUP, &Self::OnButtonUp>(),
+        MapMessage<WM_CAPTURECHANGED, &Self::EndMousePress>(),
+        MapMessage<WM_RBUTTONDOWN, &Self::OnRightButtonDown>(),
+        MapMessage<WM_RBUTTONUP, &Self::OnRightButtonUp>(),
+        MapMessage<WM_MOUSEMOVE, &Self::OnMouseMove>(),
+        MapMessage<WM_MOUSELEAVE, &Self::OnMouseLeave>(),
+        MapMessage<WM_MOUSEHOVER, &Self::ShowTip>(),
+        MapMessage<WM_MOUSEWHEEL, &Self::OnWheel>(),
+        MapMessage<WM_MOUSEHWHEEL, &Self::OnHorizontalWheel>(),
+        MapMessage<WM_SETCURSOR, &Self::OnSetCursor>(),
+        MapMessage<WM_TIMER, &Self::OnPageTimer>(),
+    };
+    return DispatchByMap(*this, kMap, message, wParam, lParam);
+}
+
+LRESULT CXTPReportControl::OnGetDialogCode() const {
+    return DLGC_WANTARROWS;
 }
 
 bool CXTPReportControl::OnKeyDown(WPARAM key) {
@@ -136,6 +103,16 @@ void CXTPReportControl::OnRightButtonDown(POINT point) {
     if (hit.area == ReportArea::Row) SetFocusedRow(hit.row);
 }
 
+void CXTPReportControl::OnButtonUp() const {
+    ReleaseCapture();
+}
+
+// False: the parent does not want it; the system makes a WM_CONTEXTMENU of it.
+bool CXTPReportControl::OnRightButtonUp(POINT point) const {
+    const ReportHit hit = HitTest(point);
+    return Notify(kReportRightClick, hit.row, hit.column, point) != 0;
+}
+
 void CXTPReportControl::OnDoubleClick(POINT point) {
     const ReportHit hit = HitTest(point);
     if (hit.area == ReportArea::Divider) {
@@ -176,13 +153,15 @@ void CXTPReportControl::OnMouseLeave() {
     if (m_horizontalBar.SetHot(false)) InvalidateRect(m_handle, &m_state.layout.horizontalBar, FALSE);
 }
 
-void CXTPReportControl::OnPageTimer() {
+bool CXTPReportControl::OnPageTimer(WPARAM id) {
+    if (id != kPageTimer) return false;
     POINT point = {};
     GetCursorPos(&point);
     ScreenToClient(m_handle, &point);
     SetTimer(m_handle, kPageTimer, kNextPageDelay, nullptr);
     if (m_verticalBar.IsPaging()) ScrollBarTo(ReportDirection::Vertical, m_verticalBar.RepeatPage(point));
     if (m_horizontalBar.IsPaging()) ScrollBarTo(ReportDirection::Horizontal, m_horizontalBar.RepeatPage(point));
+    return true;
 }
 
 void CXTPReportControl::EndMousePress() {
@@ -201,7 +180,15 @@ void CXTPReportControl::ScrollBarTo(ReportDirection direction, int position) {
         ScrollTo({m_state.scroll.topRow, position});
 }
 
-void CXTPReportControl::OnWheel(int delta, bool horizontal) {
+void CXTPReportControl::OnWheel(int delta, WORD keys) {
+    Wheel(delta, (keys & MK_SHIFT) != 0);
+}
+
+void CXTPReportControl::OnHorizontalWheel(int delta) {
+    Wheel(-delta, true);
+}
+
+void CXTPReportControl::Wheel(int delta, bool horizontal) {
     constexpr UINT kMostCharacters = 20;
     const UINT setting = WheelSetting(horizontal ? SPI_GETWHEELSCROLLCHARS : SPI_GETWHEELSCROLLLINES);
     // More than a page would skip rows; the setting "a page" is the largest number.
@@ -213,6 +200,11 @@ void CXTPReportControl::OnWheel(int delta, bool horizontal) {
     else
         scroll.topRow -= m_verticalWheel.Take(delta, lines);
     ScrollTo(scroll);
+}
+
+std::optional<LRESULT> CXTPReportControl::OnSetCursor(WPARAM, LPARAM hit) const {
+    if (LOWORD(hit) != HTCLIENT || !ShowDividerCursor()) return std::nullopt;
+    return TRUE;
 }
 
 bool CXTPReportControl::ShowDividerCursor() const {

@@ -91,6 +91,8 @@ struct ReportScrollRange {
     int total = 0;
     int page = 0;
     int position = 0;
+
+    bool operator==(const ReportScrollRange&) const = default;
 };
 
 // The thumb within a track of the given length, and the position for a thumb dragged so that it begins there.

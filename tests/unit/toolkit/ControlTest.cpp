@@ -123,4 +123,138 @@ TEST_F(ControlTest, AComboBoxIsAsHighAsTheFieldBesideIt) {
     });
 }
 
+// What the screen shows, without letting the control draw first.
+COLORREF ShownPixel(HWND window, int x, int y) {
+    const HDC device = GetWindowDC(window);
+    const COLORREF color = GetPixel(device, x, y);
+    ReleaseDC(window, device);
+    return color;
+}
+
+TEST_F(ControlTest, AButtonNeverShowsTheSystemsLook) {
+    Run([this](ToolkitDialog& dialog) {
+        const HWND button = dialog.Item(12);
+        ASSERT_EQ(dialog.PixelOf(12, 4, 4), Color(ThemeColor::ButtonFace));
+        const COLORREF border = ShownPixel(button, 0, 0);
+        for (const auto& [message, wParam] : {std::pair{BM_SETSTATE, TRUE},
+                                              {BM_SETSTATE, FALSE},
+                                              {WM_ENABLE, FALSE},
+                                              {WM_ENABLE, TRUE},
+                                              {BM_SETSTYLE, BS_DEFPUSHBUTTON},
+                                              {WM_SETFOCUS, 0}}) {
+            SendMessageW(button, static_cast<UINT>(message), static_cast<WPARAM>(wParam), 0);
+            EXPECT_EQ(ShownPixel(button, 4, 4), Color(ThemeColor::ButtonFace)) << message;
+            EXPECT_EQ(ShownPixel(button, 0, 0), border) << message;
+        }
+        EXPECT_TRUE(IsWindowVisible(button));
+        EXPECT_EQ(dialog.PixelOf(12, 0, 0), Color(ThemeColor::ButtonBorderHot)) << "drawn when its turn has come";
+    });
+}
+
+class ScrollTest : public ToolkitDialogTest {
+  protected:
+    static void Fill(HWND list, int count) {
+        SendMessageW(list, LB_RESETCONTENT, 0, 0);
+        for (int i = 0; i < count; ++i)
+            SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Item"));
+    }
+    static LRESULT Top(HWND list) { return SendMessageW(list, LB_GETTOPINDEX, 0, 0); }
+    static LPARAM OnScreen(HWND window, LONG x, LONG y) {
+        RECT place = {};
+        GetWindowRect(window, &place);
+        return MAKELPARAM(place.left + x, place.top + y);
+    }
+    // As the mouse does: the button goes down in the frame, the moves come to the client area.
+    static void Drag(HWND list, LONG x, LONG from, LONG to) {
+        SendMessageW(list, WM_NCLBUTTONDOWN, HTBORDER, OnScreen(list, x, from));
+        POINT corner = {};
+        RECT window = {};
+        ClientToScreen(list, &corner);
+        GetWindowRect(list, &window);
+        const LPARAM end = MAKELPARAM(x + window.left - corner.x, to + window.top - corner.y);
+        SendMessageW(list, WM_MOUSEMOVE, MK_LBUTTON, end);
+        SendMessageW(list, WM_LBUTTONUP, 0, end);
+    }
+};
+
+TEST_F(ScrollTest, AListThatDoesNotFitHasABarInTheTheme) {
+    Run([this](ToolkitDialog& dialog) {
+        const HWND list = dialog.Item(15);
+        RECT window = {};
+        GetWindowRect(list, &window);
+        const int x = static_cast<int>(window.right - window.left) - 3;
+        const int bottom = static_cast<int>(window.bottom - window.top) - 3;
+        Fill(list, 2);
+        EXPECT_EQ(dialog.PixelOf(15, x, bottom), Color(COLOR_WINDOW));
+        EXPECT_NE(SendMessageW(list, WM_NCHITTEST, 0, OnScreen(list, x, bottom)), HTBORDER);
+        Fill(list, 30);
+        EXPECT_EQ(dialog.PixelOf(15, x - 2, 3), Color(ThemeColor::ScrollThumb));
+        EXPECT_EQ(dialog.PixelOf(15, x, bottom), Color(ThemeColor::ScrollTrack));
+        EXPECT_EQ(SendMessageW(list, WM_NCHITTEST, 0, OnScreen(list, x, bottom)), HTBORDER);
+        SendMessageW(list, LB_SETTOPINDEX, 30, 0);
+        EXPECT_EQ(dialog.PixelOf(15, x - 2, bottom), Color(ThemeColor::ScrollThumb));
+        Fill(list, 1);
+        EXPECT_EQ(dialog.PixelOf(15, x, bottom), Color(COLOR_WINDOW)) << "the bar goes with the items";
+    });
+}
+
+TEST_F(ScrollTest, TheBarTheWheelAndTheKeysScroll) {
+    Run([](ToolkitDialog& dialog) {
+        const HWND list = dialog.Item(15);
+        RECT window = {};
+        GetWindowRect(list, &window);
+        const LONG x = window.right - window.left - 5;
+        const LONG height = window.bottom - window.top;
+        Fill(list, 30);
+        RECT client = {};
+        GetClientRect(list, &client);
+        const LRESULT page = client.bottom / SendMessageW(list, LB_GETITEMHEIGHT, 0, 0);
+
+        Drag(list, x, height - 4, height - 4);
+        EXPECT_EQ(Top(list), page) << "the track, once";
+        Drag(list, x, height - 4, height - 4);
+        EXPECT_EQ(Top(list), 2 * page);
+        SendMessageW(list, LB_SETTOPINDEX, 0, 0);
+        Drag(list, x, 5, 500);
+        EXPECT_EQ(Top(list), 30 - page) << "the thumb, to the end and beyond";
+        EXPECT_NE(GetCapture(), list);
+        SendMessageW(list, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), OnScreen(list, 5, 5));
+        EXPECT_LT(Top(list), 30 - page);
+        for (int i = 0; i < 30; ++i)
+            SendMessageW(list, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), OnScreen(list, 5, 5));
+        EXPECT_EQ(Top(list), 0);
+        dialog.list.Select(0);
+        dialog.Type(15, VK_END);
+        EXPECT_EQ(Top(list), 30 - page);
+        EXPECT_EQ(dialog.list.Selected(), 29);
+    });
+}
+
+TEST_F(ScrollTest, AnOpenComboBoxScrollsToo) {
+    Run([this](ToolkitDialog& dialog) {
+        const HWND combo = dialog.Item(11);
+        for (int i = 0; i < 40; ++i)
+            SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(L"Item"));
+        SendMessageW(combo, CB_SETCURSEL, 0, 0);
+        SendMessageW(combo, CB_SHOWDROPDOWN, TRUE, 0);
+        COMBOBOXINFO info = {};
+        info.cbSize = sizeof(info);
+        ASSERT_TRUE(GetComboBoxInfo(combo, &info));
+        UpdateWindow(info.hwndList);
+        RECT window = {};
+        GetWindowRect(info.hwndList, &window);
+        const int x = static_cast<int>(window.right - window.left) - 5;
+        EXPECT_EQ(ShownPixel(info.hwndList, x, static_cast<int>(window.bottom - window.top) - 3),
+                  Color(ThemeColor::ScrollTrack));
+        Drag(info.hwndList, x, 5, 500);
+        EXPECT_GT(Top(info.hwndList), 20);
+        EXPECT_NE(SendMessageW(combo, CB_GETDROPPEDSTATE, 0, 0), 0);
+        for (int i = 0; i < 20; ++i)
+            SendMessageW(combo, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), 0);
+        EXPECT_EQ(Top(info.hwndList), 0);
+        EXPECT_EQ(SendMessageW(combo, CB_GETCURSEL, 0, 0), 0) << "scrolling is not choosing";
+        SendMessageW(combo, CB_SHOWDROPDOWN, FALSE, 0);
+    });
+}
+
 }  // namespace

@@ -98,6 +98,37 @@ TEST_F(FrameTest, ANewTitleIsDrawnByTheTheme) {
     });
 }
 
+TEST_F(FrameTest, ACaptionButtonActsWhenItIsLetGoOverIt) {
+    struct Case {
+        LONG fromRight;  // where the mouse goes
+        bool cancel;     // the capture is taken away before
+        bool expected;
+    };
+    for (const Case& entry : {Case{60, false, true}, Case{200, false, false}, Case{60, true, false}}) {
+        Run([&](ToolkitDialog& dialog) {
+            dialog.AttachFrame(dialog.Handle(), m_paint);
+            const HWND window = dialog.Handle();
+            const LONG width = dialog.WindowSize().cx;
+            POINT corner = {};
+            RECT place = {};
+            ClientToScreen(window, &corner);
+            GetWindowRect(window, &place);
+            SendMessageW(window, WM_NCLBUTTONDOWN, HTMAXBUTTON, MAKELPARAM(place.left + width - 60, place.top + 15));
+            EXPECT_EQ(GetCapture(), window);
+            EXPECT_EQ(dialog.PixelAt(width - 85, 5), Color(ThemeColor::CaptionButtonPressed));
+            if (entry.cancel) SendMessageW(window, WM_CANCELMODE, 0, 0);
+            const LPARAM there = MAKELPARAM(place.left + width - entry.fromRight - corner.x, place.top + 15 - corner.y);
+            SendMessageW(window, WM_MOUSEMOVE, MK_LBUTTON, there);
+            SendMessageW(window, WM_LBUTTONUP, 0, there);
+            EXPECT_NE(GetCapture(), window);
+            EXPECT_NE(dialog.PixelAt(width - 85, 5), Color(ThemeColor::CaptionButtonPressed));
+            MSG message = {};
+            EXPECT_EQ(PeekMessageW(&message, window, WM_SYSCOMMAND, WM_SYSCOMMAND, PM_REMOVE) != FALSE, entry.expected);
+            EXPECT_EQ(message.wParam, entry.expected ? static_cast<WPARAM>(SC_MAXIMIZE) : 0);
+        });
+    }
+}
+
 TEST_F(FrameTest, MaximizesWithoutCoveringItsOwnCaptionAndRestores) {
     Run([this](ToolkitDialog& dialog) {
         dialog.AttachFrame(dialog.Handle(), m_paint);
