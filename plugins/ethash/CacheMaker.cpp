@@ -1,20 +1,11 @@
 #include "ethash/CacheMaker.h"
 
 #include <chrono>
-#include <cstdint>
-#include <cstdio>
 #include <new>
 #include <string>
 #include <utility>
 
-namespace {
-
-std::string MegabyteText(std::uint64_t bytes) {
-    constexpr std::uint64_t kMegabyte = 1 << 20;
-    return std::to_string((bytes + kMegabyte / 2) / kMegabyte) + " MB";
-}
-
-}  // namespace
+#include "ethash/LogText.h"
 
 CCacheMaker::CCacheMaker(CCacheStore& store, IEngineHost& host, Done done)
     : m_store(store), m_host(host), m_done(std::move(done)) {}
@@ -49,9 +40,7 @@ void CCacheMaker::Run(const EthashEpoch& epoch, const Hash256& seed) {
         if (cache == nullptr || m_cancelled) return;
         if (made) {
             const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
-            char seconds[32];
-            std::snprintf(seconds, sizeof seconds, "%.1f", taken.count());
-            m_host.Log(name + " is done in " + seconds + " s");
+            m_host.Log(name + " is done in " + DecimalText(taken.count()) + " s");
         }
         m_done(std::move(cache));
     } catch (const std::bad_alloc&) {

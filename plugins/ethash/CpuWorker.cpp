@@ -14,12 +14,11 @@ using SteadyClock = std::chrono::steady_clock;
 }  // namespace
 
 CCpuWorker::CCpuWorker(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host)
-    : m_part(place.part),
-      m_parts(place.parts),
-      m_board(std::move(board)),
+    : m_board(std::move(board)),
       m_host(host),
       m_recorder(place.gpu.statistics),
       m_sender(place.gpu.cudaId, *m_board, host, m_recorder),
+      m_cursor(*m_board, place.part, place.parts),
       m_thread([this] { Run(); }) {}
 
 CCpuWorker::~CCpuWorker() {
@@ -34,34 +33,24 @@ std::unique_ptr<IHashWorker> MakeCpuWorker(const WorkerPlace& place, const std::
 void CCpuWorker::Run() {
     m_host.HashingThreadStarted();
     while (!m_board->IsClosed()) {
-        if (m_board->Generation().load(std::memory_order_acquire) != m_view.generation) TakeWork();
-        if (m_view.work != nullptr && !m_exhausted) {
+        m_cursor.Update();
+        if (m_cursor.HasNonces()) {
             HashBatch();
         } else {
             m_recorder.Idle(SteadyClock::now());
-            m_board->WaitForChange(m_view.generation, m_recorder.NextSecond());
+            m_board->WaitForChange(m_cursor.View().generation, m_recorder.NextSecond());
         }
     }
     m_recorder.Idle(SteadyClock::now());
 }
 
-void CCpuWorker::TakeWork() {
-    const std::shared_ptr<const EthashWork> before = std::move(m_view.work);
-    m_view = m_board->Current();
-    const EthashWork* const work = m_view.work.get();
-    // A new target alone does not begin the search anew.
-    if (work == nullptr || (before != nullptr && before->searchId == work->searchId)) return;
-    m_nonces = CNonceRange(work->job.nonces, work->nonceBase, m_part, m_parts);
-    m_exhausted = false;
-}
-
 void CCpuWorker::HashBatch() {
     std::array<std::uint64_t, kBatchNonces> nonces;
     std::array<EthashResult, kBatchNonces> results;
-    const std::size_t count = m_nonces.Take(nonces);
-    m_exhausted = count < nonces.size();
-    const EthashWork& work = *m_view.work;
-    const EthashAbort abort{m_board->Generation(), m_view.generation};
+    const std::size_t count = m_cursor.Take(nonces);
+    const CJobBoard::View& view = m_cursor.View();
+    const EthashWork& work = *view.work;
+    const EthashAbort abort{m_board->Generation(), view.generation};
     if (!HashimotoBatch(*work.cache, work.job.header, std::span(nonces).first(count), results, &abort)) return;
 
     const Hash256 target = work.job.target;
@@ -69,7 +58,7 @@ void CCpuWorker::HashBatch() {
     for (std::size_t i = 0; i < count; ++i) {
         if (results[i].final > target) continue;
         ++found;
-        m_sender.Found(m_view, nonces[i], results[i]);
+        m_sender.Found(view, nonces[i], results[i]);
     }
     m_recorder.Hashed(count, found, SteadyClock::now());
 }

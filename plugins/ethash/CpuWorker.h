@@ -3,9 +3,9 @@
 #include <memory>
 #include <thread>
 #include "ethash/HashWorker.h"
-#include "ethash/NonceRange.h"
 #include "ethash/ShareSender.h"
 #include "ethash/SpeedRecorder.h"
+#include "ethash/WorkCursor.h"
 
 // Hashes on a thread of its own.
 class CCpuWorker final : public IHashWorker {
@@ -18,19 +18,14 @@ class CCpuWorker final : public IHashWorker {
 
   private:
     void Run();
-    void TakeWork();
     void HashBatch();
 
-    const std::uint32_t m_part;
-    const std::uint32_t m_parts;
     const std::shared_ptr<const CJobBoard> m_board;
     IEngineHost& m_host;
     CSpeedRecorder m_recorder;
     CShareSender m_sender;
-    CJobBoard::View m_view;
-    CNonceRange m_nonces;
-    bool m_exhausted = false;  // every nonce of this work was hashed
-    std::thread m_thread;      // last: runs on the members above
+    CWorkCursor m_cursor;
+    std::thread m_thread;  // last: runs on the members above
 };
 
 // A WorkerMaker.

@@ -1,11 +1,12 @@
 #include "ethash_cuda/CardRun.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <new>
 #include <span>
 #include <string>
 #include <utility>
+
+#include "ethash/LogText.h"
 
 namespace {
 
@@ -15,16 +16,6 @@ using Seconds = std::chrono::duration<double>;
 constexpr std::chrono::seconds kBetweenProgressLines{5};
 constexpr unsigned kCheckedItems = 256;
 
-std::string Decimal(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f", value);
-    return text;
-}
-
-std::string MegabyteText(std::uint64_t bytes) {
-    return std::to_string(bytes >> 20) + " MB";
-}
-
 std::string EpochText(const EthashEpoch& epoch) {
     return "the dataset of epoch " + std::to_string(epoch.epoch);
 }
@@ -33,7 +24,7 @@ std::string EpochText(const EthashEpoch& epoch) {
 
 CCardRun::CCardRun(const CudaDriverApi& api, std::int32_t cudaId, std::uint32_t part, std::uint32_t parts, CCardDesk& desk,
                    const CardPatience& patience)
-    : m_api(api), m_cudaId(cudaId), m_part(part), m_parts(parts), m_desk(desk), m_patience(patience) {}
+    : m_api(api), m_cudaId(cudaId), m_desk(desk), m_patience(patience), m_cursor(desk.Board(), part, parts) {}
 
 CardEnd CCardRun::Run() {
     using enum CardEnd::Kind;
@@ -41,7 +32,7 @@ CardEnd CCardRun::Run() {
         m_desk.Beat(m_patience.opening);
         const CCudaContext context(m_api, m_cudaId);
         Card card(context);
-        m_desk.Log("the kernels are ready after " + Decimal(context.CompileTime().count()) + " s");
+        m_desk.Log("the kernels are ready after " + DecimalText(context.CompileTime().count()) + " s");
         // Declared last: the word is forgotten before its memory goes.
         const std::unique_ptr<CCardDesk, void (*)(CCardDesk*)> word(
             &m_desk, [](CCardDesk* desk) { desk->SetGenerationWord(nullptr); });
@@ -62,35 +53,27 @@ CardEnd CCardRun::Run() {
 
 void CCardRun::Step(const CCudaContext& context, Card& card) {
     m_desk.Beat(m_patience.grid);
-    if (m_desk.Board().Generation().load(std::memory_order_acquire) != m_view.generation) TakeWork();
-    if (m_view.work == nullptr || m_exhausted || !HasDataset(context, card)) {
-        Rest(card);
-    } else {
-        Pump(card);
+    if (!m_cursor.IsCurrent()) {
+        m_cursor.Update();
+        m_desk.TellGeneration();
     }
-}
-
-void CCardRun::TakeWork() {
-    const std::shared_ptr<const EthashWork> before = std::move(m_view.work);
-    m_view = m_desk.Board().Current();
-    m_desk.TellGeneration();
-    const EthashWork* const work = m_view.work.get();
-    // A new target alone does not begin the search anew.
-    if (work == nullptr || (before != nullptr && before->searchId == work->searchId)) return;
-    m_nonces = CNonceRange(work->job.nonces, work->nonceBase, m_part, m_parts);
-    m_exhausted = false;
+    if (m_cursor.HasNonces() && HasDataset(context, card)) {
+        Pump(card);
+    } else {
+        Rest(card);
+    }
 }
 
 void CCardRun::Rest(Card& card) {
     Drain(card);
     m_desk.Idle();
-    m_desk.Board().WaitForChange(m_view.generation, Clock::now() + std::chrono::seconds(1));
+    m_desk.Board().WaitForChange(m_cursor.View().generation, Clock::now() + std::chrono::seconds(1));
 }
 
 // ---- The dataset ---------------------------------------------------------------------------------------------------------
 
 bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
-    const CEthashCache& cache = *m_view.work->cache;
+    const CEthashCache& cache = *m_cursor.View().work->cache;
     if (card.dataset.IsThere() && card.dataset.Seed() == cache.Seed()) return true;
     if (m_refused == cache.Seed()) return false;
     Drain(card);
@@ -100,7 +83,7 @@ bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
     try {
         if (HasRoom(context, cache.Epoch())) {
             // When it gave up, or while it was made, other work came.
-            return BuildChecked(card, cache) && m_desk.Board().Generation() == m_view.generation;
+            return BuildChecked(card, cache) && m_cursor.IsCurrent();
         }
     } catch (const CCudaError& error) {
         if (error.Result() != kCudaOutOfMemory) throw;
@@ -143,12 +126,12 @@ bool CCardRun::Build(Card& card, const CEthashCache& cache) {
         }
         return !IsOver() && StillWanted(cache.Seed());
     });
-    if (built) m_desk.Log(name + " is done in " + Decimal(Seconds(Clock::now() - begun).count()) + " s");
+    if (built) m_desk.Log(name + " is done in " + DecimalText(Seconds(Clock::now() - begun).count()) + " s");
     return built;
 }
 
 bool CCardRun::StillWanted(const Hash256& seed) const {
-    if (m_desk.Board().Generation().load(std::memory_order_acquire) == m_view.generation) return true;
+    if (m_cursor.IsCurrent()) return true;
     // Without work for the moment it is likely to be the same epoch's again.
     const CJobBoard::View now = m_desk.Board().Current();
     return now.work == nullptr || now.work->job.seed == seed;
@@ -170,22 +153,21 @@ void CCardRun::Pump(Card& card) {
     Account(grid, outcome);
 }
 
-bool CCardRun::LaunchNext(Card& card, std::size_t slot) {
+void CCardRun::LaunchNext(Card& card, std::size_t slot) {
     // What has changed since is taken first.
-    if (m_desk.Board().Generation().load(std::memory_order_acquire) != m_view.generation) return false;
-    const EthashJob& job = m_view.work->job;
-    const NonceRun nonces = m_nonces.TakeRun(card.sizer.Nonces(TopOf(job.target)));
-    m_exhausted = nonces.count == 0;
-    if (m_exhausted) return false;
+    if (!m_cursor.IsCurrent()) return;
+    const CJobBoard::View& view = m_cursor.View();
+    const EthashJob& job = view.work->job;
+    const NonceRun nonces = m_cursor.TakeRun(card.sizer.Nonces(TopOf(job.target)));
+    if (nonces.count == 0) return;
     const unsigned variant = card.trial.Current();
     card.search.Launch(slot, card.dataset,
                        {.header = job.header,
                         .target = job.target,
                         .nonces = nonces,
                         .variant = variant,
-                        .generation = static_cast<unsigned>(m_view.generation)});
-    m_inFlight[slot] = {m_view, variant, Clock::now()};
-    return true;
+                        .generation = static_cast<unsigned>(view.generation)});
+    m_inFlight[slot] = {view, variant, Clock::now()};
 }
 
 void CCardRun::Drain(Card& card) {
@@ -214,7 +196,7 @@ void CCardRun::Measure(Card& card, const InFlight& grid, const SearchOutcome& ou
     if (!card.trial.Ran(grid.variant, outcome.hashes, time)) return;
     const unsigned best = card.trial.Current();
     m_desk.Log(std::to_string(kSearchVariants[best]) +
-               " hashes in flight are the fastest: " + Decimal(card.trial.Speed(best) / 1e6) + " MH/s");
+               " hashes in flight are the fastest: " + DecimalText(card.trial.Speed(best) / 1e6) + " MH/s");
 }
 
 void CCardRun::Account(const InFlight& grid, const SearchOutcome& outcome) {

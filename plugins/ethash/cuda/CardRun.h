@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include "ethash/WorkCursor.h"
 #include "ethash_cuda/CardDesk.h"
 #include "ethash_cuda/CudaDataset.h"
 #include "ethash_cuda/CudaSearch.h"
@@ -44,7 +45,6 @@ class CCardRun {
 
     bool IsOver() const { return m_desk.IsClosed() || m_desk.Board().IsClosed(); }
     void Step(const CCudaContext& context, Card& card);
-    void TakeWork();
     void Rest(Card& card);
 
     bool HasDataset(const CCudaContext& context, Card& card);
@@ -54,7 +54,7 @@ class CCardRun {
     bool StillWanted(const Hash256& seed) const;
 
     void Pump(Card& card);
-    bool LaunchNext(Card& card, std::size_t slot);
+    void LaunchNext(Card& card, std::size_t slot);
     void Drain(Card& card);
     SearchOutcome Collect(Card& card, std::size_t slot);
     void Measure(Card& card, const InFlight& grid, const SearchOutcome& outcome);
@@ -63,15 +63,11 @@ class CCardRun {
 
     const CudaDriverApi& m_api;
     const std::int32_t m_cudaId;
-    const std::uint32_t m_part;
-    const std::uint32_t m_parts;
     CCardDesk& m_desk;
     const CardPatience m_patience;
     std::mt19937_64 m_random{std::random_device{}()};
 
-    CJobBoard::View m_view;
-    CNonceRange m_nonces;
-    bool m_exhausted = false;
+    CWorkCursor m_cursor;
     std::optional<Hash256> m_refused;  // the seed whose dataset the card has no room for
     InFlight m_inFlight[CCudaSearch::kSlots];
     std::size_t m_nextSlot = 0;

@@ -94,9 +94,9 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     SetTimer(Handle(), kTimerId, kTimerPeriodMs, nullptr);
     ChooseTheme(m_host.Settings().Theme);
     RestoreDialogPlace(Handle(), m_host.Settings().WindowPos);
-    UpdateNotifyIcon();
     // The system would show it only once nothing is posted any more, and the first message may bring a box to the front.
     ShowWindow(Handle(), SW_SHOW);
+    UpdateNotifyIcon();  // the shell takes its time
     return true;
 }
 
