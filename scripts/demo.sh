@@ -43,11 +43,13 @@ start_pool() {
     exit 1
 }
 
+answers() { (: <"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
 free_port() { # a port that nobody listens on
     local port
     while :; do
         port=$((20000 + RANDOM % 20000))
-        (: <"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
+        answers "$port" || break
     done
     echo "$port"
 }
@@ -79,9 +81,18 @@ JSON
 
 control() { XDG_STATE_HOME=$PWD/$folder/state build/tools/quorvel-control "$@" --rig "127.0.0.1:$control_port"; }
 
+# The control channel opens a moment after the window.
+wait_for_control() {
+    for _ in $(seq 200); do
+        ! answers "$control_port" || return 0
+        sleep 0.1
+    done
+    return 1
+}
+
 # As an owner does it from afar: name the rig, send pools and configurations, start.
 configure_and_start() {
-    control worker demo && control configure "$folder/configuration.json" && control start && control status
+    wait_for_control && control worker demo && control configure "$folder/configuration.json" && control start && control status
 }
 
 # A display of the user's is used; without one the miner runs in an X server of our own.
@@ -156,7 +167,11 @@ mkdir -p "$folder"
 start_display
 start_pool
 prepare_miner
-echo "== Mining at 127.0.0.1:$port until $shares shares are accepted (at most $seconds s)"
+if [ -n "$keep" ]; then
+    echo "== Mining at 127.0.0.1:$port until interrupted; build/tools/quorvel-control status --rig 127.0.0.1:$control_port"
+else
+    echo "== Mining at 127.0.0.1:$port until $shares shares are accepted (at most $seconds s)"
+fi
 scripts/wine-run "$folder/miner/Quorvel-Miner.exe" &
 miner_pid=$!
 window wait || { echo "demo: the miner's window did not open" >&2 && exit 1; }

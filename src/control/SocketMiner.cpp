@@ -29,6 +29,7 @@ void CSocketMiner::Open(const EndpointRecord& endpoint, std::string token) {
     const std::wstring warning =
         endpoint.host[0] == L'\0' ? ListenWarning(endpoint.address, endpoint.port, !token.empty()) : std::wstring();
     if (!warning.empty()) m_program.LogLine(warning);
+    m_needsToken = !token.empty();
     m_commands.emplace(m_program, std::move(token));
     m_closing = false;
     m_dropping = false;
@@ -45,20 +46,40 @@ bool CSocketMiner::IsConnected() const {
 }
 
 void CSocketMiner::SendSystemReport() {
-    if (IsConnected()) SendReport(SystemReport(m_program.HostName(), m_program.IsMining(), m_program.Gpus()));
+    if (HasReader()) SendReport(SystemReport(m_program.HostName(), m_program.IsMining(), m_program.Gpus()));
 }
 
 void CSocketMiner::SendUpdateReport() {
-    if (IsConnected()) SendReport(UpdateReport(m_program.IsMining(), m_program.Gpus()));
+    if (HasReader()) SendReport(UpdateReport(m_program.IsMining(), m_program.Gpus()));
 }
 
 void CSocketMiner::SendErrorReport(const PoolError& error) {
-    if (IsConnected()) SendReport(ErrorReport(error));
+    if (HasReader()) SendReport(ErrorReport(error));
+}
+
+bool CSocketMiner::HasReader() {
+    if (!IsConnected()) return false;
+    const std::lock_guard lock(m_trustLock);
+    return m_isTrusted;
+}
+
+void CSocketMiner::TrustPeer(bool isTrusted) {
+    const std::lock_guard lock(m_trustLock);
+    m_isTrusted = isTrusted;
+}
+
+void CSocketMiner::OnPeerAccepted() {
+    TrustPeer(!m_needsToken);
 }
 
 void CSocketMiner::SendReport(const std::string& report) {
     std::uint32_t sent = 0;
-    const std::uint32_t result = Send(report, reinterpret_cast<std::uintptr_t>(&sent));
+    std::uint32_t result = 0;
+    {
+        const std::lock_guard lock(m_trustLock);
+        if (!m_isTrusted) return;
+        result = Send(report, reinterpret_cast<std::uintptr_t>(&sent));
+    }
     if (result == WSAEWOULDBLOCK || (result == 0 && sent < report.size())) DropPeer();
 }
 
@@ -70,8 +91,8 @@ void CSocketMiner::OnDataSent(const char*, std::uint32_t bytesSent, ddt_datetime
 // that came in just this moment is dropped too, and comes again.)
 void CSocketMiner::DropPeer() {
     if (m_dropping.exchange(true)) return;
-    SetEvent(StopEvent());
     m_program.LogLine(L"The controller does not read its reports; its connection is closed");
+    SetEvent(StopEvent());
 }
 
 std::uint32_t CSocketMiner::IoLoop(void* argument) {
@@ -97,7 +118,9 @@ void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime
     if (m_closing || m_dropping) return;
     std::string_view line(data, length - 1);  // the NUL behind it is counted
     line.remove_suffix(1);                    // the line feed
-    switch (m_commands->Execute(line)) {
+    const CommandResult result = m_commands->Execute(line);
+    if (m_needsToken && result != CommandResult::Ignored && result != CommandResult::Refused) TrustPeer(true);
+    switch (result) {
         case CommandResult::SystemWanted:
             SendSystemReport();
             break;

@@ -1,5 +1,6 @@
 #pragma once
 #include <atomic>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,7 +31,8 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     // next is accepted.
     bool IsConnected() const;
 
-    // Each does nothing unless a controller is connected.
+    // Each does nothing unless a controller is connected and, with a token set, has sent a command with it on this
+    // connection.
     void SendSystemReport();
     void SendUpdateReport();
     void SendErrorReport(const PoolError& error);
@@ -42,17 +44,24 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     void OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     void OnError(const char* operation, std::uint32_t code) override;
+    void OnPeerAccepted() override;
     void OnStop() override;
     std::uint32_t IoLoop(void* argument) override;
 
+    bool HasReader();
+    void TrustPeer(bool isTrusted);
     void SendReport(const std::string& report);
     void DropPeer();
     void LogRefusal(ddt_datetime time);
 
     IControlHost& m_program;
     std::optional<CControlCommands> m_commands;  // made by Open; then the I/O thread's
-    std::atomic<bool> m_closing{false};          // by Close
-    std::atomic<bool> m_dropping{false};         // from the send that failed until the I/O thread has closed the socket
+    bool m_needsToken = false;                   // by Open
+    // Held while a report is handed over, so that none that was meant for one peer reaches the next.
+    std::mutex m_trustLock;
+    bool m_isTrusted = false;             // whether the peer may have reports
+    std::atomic<bool> m_closing{false};   // by Close
+    std::atomic<bool> m_dropping{false};  // from the send that failed until the I/O thread has closed the socket
 
     // I/O thread.
     bool m_listenFailed = false;

@@ -44,6 +44,9 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     // "ReadData" with the error; "Listen" with the error, or with 0 when it works after all.
     void OnError(const char*, std::uint32_t) override {}
     std::uint32_t OnConnectError(const char*, std::uint32_t) override { return kKeepTrying; }
+    // Server: a peer was accepted and is about to take the place of the one before, if any. Called for every peer, unlike
+    // OnConnected, which is for changes of the state.
+    virtual void OnPeerAccepted() {}
     void OnHook1() override {}
     void OnHook2() override {}
     void OnHook3() override {}

@@ -276,6 +276,7 @@ void _NetworkInterfaceSocket::AcceptPeer(Loop& loop) {
     SendAtOnce(peer.Get());
     // An accepted socket has inherited the selection of the listening one.
     if (WSAEventSelect(peer.Get(), loop.dataEvent.Get(), FD_READ | FD_CLOSE) != 0) return;
+    OnPeerAccepted();
     SetDataSocket(std::move(peer));
     SetState(ConnectionState::Connected);
 }

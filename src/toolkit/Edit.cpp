@@ -54,19 +54,19 @@ LRESULT CXTPEdit::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_SETTEXT:
         case WM_DESTROY:
             m_tip.Hide();
-            return CWnd::OnMessage(message, wParam, lParam);
+            return Default(message, wParam, lParam);
         case WM_NCHITTEST:
             // The space around the text belongs to it: a click there sets the caret.
             return HTCLIENT;
         case WM_SETFOCUS:
         case WM_KILLFOCUS:
         case WM_ENABLE: {
-            const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
+            const LRESULT result = Default(message, wParam, lParam);
             RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME | RDW_ERASE);
             return result;
         }
         case WM_SETFONT: {
-            const LRESULT result = CWnd::OnMessage(message, wParam, lParam);
+            const LRESULT result = Default(message, wParam, lParam);
             SetWindowPos(Handle(), nullptr, 0, 0, 0, 0,
                          SWP_FRAMECHANGED | SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
             return result;
@@ -78,7 +78,7 @@ LRESULT CXTPEdit::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_CTLCOLORSTATIC + kReflected:
             return Colors(reinterpret_cast<HDC>(wParam));
         default:
-            return CWnd::OnMessage(message, wParam, lParam);
+            return Default(message, wParam, lParam);
     }
 }
 

@@ -15,8 +15,13 @@ namespace asio = boost::asio;
 constexpr std::size_t kMaxOutput = 1 << 20;
 constexpr unsigned kMaxBadLines = 10;
 
+bool IsClosing(const boost::system::error_code& error) {
+    return error == asio::error::eof || error == asio::error::connection_reset || error == asio::error::connection_aborted ||
+           error == asio::error::broken_pipe;
+}
+
 std::string Reason(const boost::system::error_code& error) {
-    if (error == asio::error::eof) return "closed by the rig";
+    if (IsClosing(error)) return "closed by the rig";
     if (error == asio::error::connection_refused) return "connection refused";
     return CleanText(error.message(), 120);
 }
@@ -93,7 +98,7 @@ void CRigLink::AskForReport() {
 
 void CRigLink::OnSilent() {
     if (m_state == LinkState::Connecting) return Fail("timed out");
-    Fail("no answer (another controller connected, or a token missing or wrong?)");
+    Fail(kNoAnswer);
 }
 
 void CRigLink::Read() {
@@ -104,7 +109,7 @@ void CRigLink::Read() {
 }
 
 void CRigLink::OnRead(const Error& error, std::size_t bytes) {
-    if (error) return Fail(Reason(error));
+    if (error) return Lose(error);
     std::string_view data(m_buffer.data(), bytes);
     const unsigned generation = m_generation;
     for (std::size_t end = data.find('\n'); end != std::string_view::npos; end = data.find('\n')) {
@@ -150,13 +155,25 @@ void CRigLink::Write() {
     asio::async_write(m_socket, asio::buffer(*text),
                       [self = shared_from_this(), generation = m_generation, text](const Error& error, std::size_t) {
                           if (self->IsStale(generation)) return;
-                          if (error) return self->Fail(Reason(error));
+                          if (error) return self->Lose(error);
                           self->m_writing = false;
                           if (!self->m_output.empty()) self->Write();
                       });
 }
 
+// A miner gives its one place to whoever comes last. Who lost it lets the other do its work before it comes back.
+void CRigLink::Lose(const Error& error) {
+    if (m_state != LinkState::Up || !IsClosing(error)) return Fail(Reason(error));
+    m_isReplaced = true;
+    TakeDown("closed by the rig (has another controller connected?)", m_times.replaced);
+}
+
 void CRigLink::Fail(const std::string& reason) {
+    m_isReplaced = false;
+    TakeDown(reason, m_backoff.Next());
+}
+
+void CRigLink::TakeDown(const std::string& reason, std::chrono::milliseconds pause) {
     ++m_generation;
     m_resolver.cancel();
     m_timer.cancel();
@@ -167,7 +184,7 @@ void CRigLink::Fail(const std::string& reason) {
     Error ignored;
     m_socket.close(ignored);
     SetState(LinkState::Down, reason);
-    if (m_events && m_reconnect) Arm(m_backoff.Next(), &CRigLink::Resolve);
+    if (m_events && m_reconnect) Arm(pause, &CRigLink::Resolve);
 }
 
 void CRigLink::SetState(LinkState state, const std::string& reason) {

@@ -18,7 +18,11 @@ struct LinkTimes {
     std::chrono::milliseconds quiet{10000};   // silence after which the rig is asked whether it is still there
     std::chrono::milliseconds firstPause{500};
     std::chrono::milliseconds longestPause{30000};
+    std::chrono::milliseconds replaced{3000};  // leave to another controller before the place is taken back
 };
+
+// Why a rig that takes connections may stay silent.
+inline constexpr const char* kNoAnswer = "no answer (a token missing or wrong?)";
 
 enum class LinkState { Down, Connecting, Waiting, Up };
 
@@ -43,6 +47,8 @@ class CRigLink : public std::enable_shared_from_this<CRigLink> {
     // False: not connected, or the rig has not taken what was sent before.
     bool Send(std::string_view line);
     const CCommands& Commands() const { return m_commands; }
+    // Whether the rig itself ended the last connection, as it does when another controller comes.
+    bool IsReplaced() const { return m_isReplaced; }
 
   private:
     using Tcp = boost::asio::ip::tcp;
@@ -56,7 +62,9 @@ class CRigLink : public std::enable_shared_from_this<CRigLink> {
     void TakeLine(std::string_view line);
     void Write();
     void AskForReport();
+    void Lose(const Error& error);
     void Fail(const std::string& reason);
+    void TakeDown(const std::string& reason, std::chrono::milliseconds pause);
     void SetState(LinkState state, const std::string& reason = {});
     void Arm(std::chrono::milliseconds pause, void (CRigLink::*action)());
     void OnSilent();
@@ -79,4 +87,5 @@ class CRigLink : public std::enable_shared_from_this<CRigLink> {
     std::string m_pending;  // an unfinished line
     std::string m_output;   // waits for the write in progress
     bool m_writing = false;
+    bool m_isReplaced = false;
 };

@@ -222,7 +222,8 @@ void CConfigMiningPoolsDlg::RemovePool() {
 
 void CConfigMiningPoolsDlg::MovePool(int step) {
     if (!m_current || !TakeFields()) return;
-    const auto target = static_cast<std::size_t>(static_cast<int>(*m_current) + step);
+    // Above the first it wraps to a place that the model refuses.
+    const std::size_t target = *m_current + static_cast<std::size_t>(static_cast<std::ptrdiff_t>(step));
     if (m_model.Move(*m_current, target)) FillList(target);
 }
 

@@ -9,6 +9,7 @@ namespace {
 using Events = std::vector<std::string>;
 
 constexpr char kConnect[] = "{\"cmd\":\"connect\",\"params\":{}}\n";
+constexpr char kSecretConnect[] = "{\"cmd\":\"connect\",\"params\":{\"token\":\"secret\"}}\n";
 constexpr char kStart[] = "{\"cmd\":\"start-mining\",\"params\":{}}\n";
 
 // A controller that says all it has to say and ends its half of the connection.
@@ -162,23 +163,56 @@ TEST_F(SocketMiner, StrangersAreRefusedInSilence) {
     CPeerLink link = CPeerLink::To(port);
     for (int i = 0; i < 20; ++i)
         link.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"guess\",\"workername\":\"mine\"}}\n");
-    link.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"secret\"}}\n");
+    link.Send(kSecretConnect);
     EXPECT_EQ(link.ReadLine().substr(0, 15), R"({"cmd":"system")");
     EXPECT_EQ(host.Take(), (Events{"state 3", "log Commands of a controller without the right token were refused: 1"}));
     miner.SendErrorReport(PoolError());
     EXPECT_EQ(link.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")") << "nothing was sent for the refused ones";
 }
 
-TEST_F(SocketMiner, HundredsOfConnectionsInARowAreHarmless) {
+// What a connection has proved does not pass on to the next one.
+TEST_F(SocketMiner, WithATokenReportsGoOnlyToWhoHasSentIt) {
+    Open("secret");
+    const auto sendReports = [this] {
+        miner.SendUpdateReport();
+        miner.SendErrorReport(PoolError());
+    };
+    CPeerLink owner = CPeerLink::To(port);
+    ASSERT_TRUE(host.WaitFor("state 3"));
+    sendReports();
+    owner.Send(kSecretConnect);
+    EXPECT_EQ(owner.ReadLine().substr(0, 15), R"({"cmd":"system")") << "the first there is";
+    miner.SendUpdateReport();
+    EXPECT_EQ(owner.ReadLine().substr(0, 15), R"({"cmd":"update")");
+
+    CPeerLink stranger = CPeerLink::To(port);
+    EXPECT_TRUE(owner.IsClosedByOther()) << "the stranger has its place";
+    sendReports();
+    stranger.Send("{\"cmd\":\"nothing\",\"params\":{\"token\":\"secret\"}}\n" + std::string(kConnect));
+    EXPECT_TRUE(host.WaitFor("log Commands of a controller without the right token were refused: 1"));
+    sendReports();
+    stranger.Send(kSecretConnect);
+    EXPECT_EQ(stranger.ReadLine().substr(0, 15), R"({"cmd":"system")") << "the first there is";
+    miner.SendErrorReport(PoolError());
+    EXPECT_EQ(stranger.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")");
+}
+
+// In every way to end one: with a half line or none, properly or not, with a report on its way.
+TEST_F(SocketMiner, AThousandConnectionsInARowAreHarmless) {
     Open();
-    for (int i = 0; i < 200; ++i) {
+    const ULONGLONG start = GetTickCount64();
+    for (int i = 0; i < 1000; ++i) {
         CPeerLink link = CPeerLink::To(port);
-        ASSERT_TRUE(link.IsOpen());
-        link.Send(i % 2 == 0 ? "{\"cmd\":\"stop-mining\",\"par" : "\n");
+        ASSERT_TRUE(link.IsOpen()) << i;
+        constexpr std::string_view kTexts[] = {"", "\n", "{\"cmd\":\"stop-mining\",\"par", kConnect};
+        link.Send(kTexts[i % 4]);
+        if (i % 5 == 0) miner.SendUpdateReport();
         if (i % 3 == 0) link.Reset();
     }
     Join();
+    EXPECT_LT(GetTickCount64() - start, 60'000u);
     EXPECT_EQ(host.Take(), Events{"state 3"});
+    EXPECT_TRUE(miner.IsOpen());
 }
 
 }  // namespace

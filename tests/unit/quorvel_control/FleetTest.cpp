@@ -20,6 +20,7 @@ constexpr std::chrono::seconds kPatience{8};
 LinkTimes QuickTimes() {
     LinkTimes times;
     times.firstPause = std::chrono::milliseconds(20);
+    times.replaced = std::chrono::milliseconds(20);
     times.longestPause = std::chrono::milliseconds(100);
     times.answer = std::chrono::milliseconds(500);
     times.quiet = std::chrono::milliseconds(200);

@@ -57,6 +57,12 @@ TEST(Options, MistakesEndWithTwo) {
     }
 }
 
+TEST(Options, WhatIsUnknownIsNamed) {
+    EXPECT_TRUE(Parse({"dance"}).err.starts_with("unknown: dance\n"));
+    EXPECT_TRUE(Parse({"--dance", "status"}).err.find("--dance") != std::string::npos);
+    EXPECT_TRUE(Parse({}).err.find("subcommand") != std::string::npos);
+}
+
 TEST(Options, HelpNamesTheExitCodes) {
     const Parsed parsed = Parse({"--help"});
     EXPECT_EQ(parsed.exitCode, 0);

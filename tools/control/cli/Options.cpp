@@ -12,8 +12,8 @@ namespace {
 
 constexpr const char* kDescription =
     "Controls miners over their control channel: one rig or many at once.\n"
-    "A miner takes one controller at a time: while \"watch\" or \"serve\" holds a rig, other commands get no answer from "
-    "it.";
+    "A miner has one controller at a time, the one that connected last. A command takes the place of a \"watch\" or\n"
+    "\"serve\" for a moment, which come back by themselves three seconds later; two of those at one rig take turns.";
 
 constexpr const char* kFooter =
     "Exit codes: 0 all rigs did as told; 1 some rig failed (the others are carried out all the same);\n"
@@ -67,8 +67,9 @@ void AddReading(CLI::App& app, Options& options) {
     CLI::App* const update = AddCommand(app, options, Command::Update, "update", "Wait for an update report and show it");
     for (CLI::App* const sub : {system, update})
         sub->add_flag("--json", options.json,
-                      "The raw report, one line; with several rigs each as the \"report\" of an object\n"
-                      "that names its \"rig\" (or holds an \"error\")");
+                      "The report as the rig sent it, one line; with several rigs each as the \"report\" of an object\n"
+                      "that names its \"rig\" (or holds an \"error\"). A system report has a comma too many after each\n"
+                      "GPU, which strict JSON readers refuse");
 }
 
 void AddCommands(CLI::App& app, Options& options) {
@@ -179,7 +180,10 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
         Check(options, words);
         return options;
     } catch (const CLI::ParseError& problem) {
-        exitCode = app.exit(problem, out, err) == 0 ? kExitGood : kExitUsage;
+        const bool isUnknown = problem.get_exit_code() != 0 && app.get_subcommands().empty() && app.remaining_size() > 0;
+        const int result = isUnknown ? app.exit(Mistake("unknown: " + CleanText(app.remaining().front(), 40)), out, err)
+                                     : app.exit(problem, out, err);
+        exitCode = result == 0 ? kExitGood : kExitUsage;
         return std::nullopt;
     }
 }

@@ -9,11 +9,14 @@
 namespace {
 
 constexpr std::chrono::milliseconds kAskAgain{500};
+// To a rig that another controller took over: one that stays connected waits longer than this.
+constexpr std::chrono::milliseconds kComeBack{100};
 
 LinkTimes TimesFor(std::chrono::milliseconds timeout) {
     LinkTimes times;
     times.connect = timeout;
     times.answer = timeout;
+    times.replaced = kComeBack;
     return times;
 }
 
@@ -21,7 +24,7 @@ class CRigTask : public IRigEvents {
   public:
     CRigTask(boost::asio::io_context& io, const RigAddress& rig, const std::string& token, std::chrono::milliseconds timeout,
              const RigJob& job)
-        : m_link(std::make_shared<CRigLink>(io, rig, token, TimesFor(timeout), false, *this)),
+        : m_link(std::make_shared<CRigLink>(io, rig, token, TimesFor(timeout), true, *this)),
           m_deadline(io, timeout),
           m_poll(io),
           m_job(job) {
@@ -37,7 +40,10 @@ class CRigTask : public IRigEvents {
     RigResult TakeResult() { return std::move(m_result); }
 
     void OnLinkState(LinkState state, const std::string& reason) override {
-        if (state == LinkState::Down) Finish(false, reason);
+        if (state == LinkState::Waiting && m_result.message.empty()) m_result.message = kNoAnswer;
+        if (state != LinkState::Down) return;
+        if (m_link->IsReplaced()) return StartAnew();
+        Finish(false, reason);
     }
     void OnReport(Report report, std::string_view line) override;
     void OnBadLine() override { m_result.message = "sent a line that is no report"; }
@@ -46,6 +52,7 @@ class CRigTask : public IRigEvents {
     void TakeSystem(SystemReport system, std::string_view line);
     void TakeUpdate(UpdateReport update, std::string_view line);
     void CarryOut();
+    void StartAnew();
     void CheckConfirmed(MiningStatus status, bool isSystem);
     void CheckComplete();
     void AskAgain();
@@ -92,6 +99,14 @@ void CRigTask::CarryOut() {
     m_confirmed = m_plan.confirm == Confirm::None;
     if (m_confirmed) return CheckComplete();
     AskAgain();
+}
+
+// What was sent last may not have been read. Every command can be sent twice.
+void CRigTask::StartAnew() {
+    m_sent = false;
+    m_confirmed = false;
+    m_poll.cancel();
+    m_result.message = "another controller keeps taking the rig over";
 }
 
 // The state changes some time after the command was read, so the rig is asked until it says so.

@@ -1,5 +1,6 @@
 #include "Watch.h"
 
+#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
@@ -7,14 +8,49 @@
 
 #include "../serve/Fleet.h"
 #include "Tables.h"
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <sys/ioctl.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const char* kHomeAndClear = "\x1b[H\x1b[J";
-constexpr const char* kHideCursor = "\x1b[?25l\x1b[2J";
-constexpr const char* kShowCursor = "\x1b[?25h";
+// Lines that are too long are cut by the terminal, not wrapped.
+constexpr const char* kBegin = "\x1b[?25l\x1b[?7l\x1b[2J";
+constexpr const char* kEnd = "\x1b[?7h\x1b[?25h";
+constexpr const char* kHome = "\x1b[H";
+constexpr const char* kClearLine = "\x1b[K";
+constexpr const char* kClearRest = "\x1b[J";
+
+std::size_t TerminalRows() {
+#ifdef _WIN32
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 0;
+    return static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1);
+#else
+    winsize size = {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_row : 0;
+#endif
+}
+
+// Written over the last one, so that nothing flickers. rows: of the terminal, 0 when unknown; what does not fit is counted.
+std::string Frame(std::string_view text, std::size_t rows) {
+    const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    const bool fits = rows < 3 || lines < rows;
+    const std::size_t shown = fits ? lines : rows - 2;
+    std::string frame = kHome;
+    for (std::size_t i = 0; i < shown; ++i) {
+        const std::size_t end = text.find('\n');
+        frame.append(text.substr(0, end)).append(kClearLine).append("\n");
+        text.remove_prefix(end + 1);
+    }
+    if (!fits) frame += "... and " + std::to_string(lines - shown) + " more lines" + kClearLine + "\n";
+    return frame + kClearRest;
+}
 
 std::string Problem(const RigView& rig) {
     if (rig.IsUp()) return rig.errors.empty() ? std::string() : rig.errors.front().text;
@@ -53,11 +89,11 @@ class CWatch {
     }
 
     int Run() {
-        if (m_terminal) m_out << kHideCursor;
+        if (m_terminal) m_out << kBegin;
         m_fleet.Start();
         Tick();
         m_io.run();
-        if (m_terminal) m_out << kShowCursor << std::flush;
+        if (m_terminal) m_out << kEnd << std::flush;
         return m_allUp ? kExitGood : kExitRigFailed;
     }
 
@@ -66,8 +102,8 @@ class CWatch {
         std::vector<RigSight> sights;
         for (std::size_t i = 0; i < m_fleet.Size(); ++i)
             sights.push_back(Sight(m_fleet.Rig(i)));
-        if (m_terminal) m_out << kHomeAndClear;
-        m_out << SumLine(m_fleet.Sums()) << StatusTable(sights) << std::flush;
+        const std::string text = SumLine(m_fleet.Sums()) + StatusTable(sights);
+        m_out << (m_terminal ? Frame(text, TerminalRows()) : text) << std::flush;
     }
     void Tick() {
         m_timer.expires_after(std::chrono::seconds(1));

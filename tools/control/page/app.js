@@ -281,11 +281,21 @@ function connect() {
 const hashChart = new Chart(byId("chart-hash"), byId("hash-readout"), axisHash, true);
 const tempChart = new Chart(byId("chart-temp"), byId("temp-readout"), (v) => `${Math.round(v)} °C`, false);
 
+// Until somebody chooses: the shortest span that shows all there is.
+let spanIsChosen = false;
+function fitSpan(history) {
+  const first = history.hash.findIndex((value, i) => value !== null || history.temp[i] !== null);
+  const covered = first < 0 ? 0 : (history.hash.length - first) * history.step;
+  const options = [...byId("chart-span").options];
+  byId("chart-span").value = (options.find((option) => Number(option.value) >= covered) || options.at(-1)).value;
+}
+
 async function loadHistory() {
   const rig = byId("chart-rig").value;
   try {
     const reply = await fetch(rig === "" ? "/api/history" : `/api/history?rig=${rig}`);
     const history = await reply.json();
+    if (!spanIsChosen) fitSpan(history);
     const span = Number(byId("chart-span").value);
     hashChart.show(history.hash, history.step, history.end, span);
     tempChart.show(history.temp, history.step, history.end, span);
@@ -297,6 +307,9 @@ async function loadHistory() {
 byId("filter").oninput = filterAll;
 byId("fold").onclick = foldAll;
 byId("chart-rig").onchange = loadHistory;
-byId("chart-span").onchange = loadHistory;
+byId("chart-span").onchange = () => {
+  spanIsChosen = true;
+  loadHistory();
+};
 setInterval(loadHistory, 20000);
 connect();
