@@ -105,6 +105,15 @@ SIM_EXPORT nvmlReturn_t nvmlDeviceGetName(nvmlDevice_t device, char* name, std::
     return NVML_SUCCESS;
 }
 
+SIM_EXPORT nvmlReturn_t nvmlSystemGetDriverVersion(char* version, std::uint32_t length) {
+    const auto text = SimText(L"Driver", L"DriverVersion");
+    if (!text) return NVML_ERROR_NOT_FOUND;
+    if (version == nullptr) return NVML_ERROR_INVALID_ARGUMENT;
+    if (text->size() >= length) return NVML_ERROR_INSUFFICIENT_SIZE;
+    std::memcpy(version, text->c_str(), text->size() + 1);
+    return NVML_SUCCESS;
+}
+
 SIM_EXPORT nvmlReturn_t nvmlDeviceGetCudaComputeCapability(nvmlDevice_t device, std::int32_t* major, std::int32_t* minor) {
     const nvmlReturn_t error = Answer(device, L"Major", major);
     return error == NVML_SUCCESS ? Answer(device, L"Minor", minor) : error;

@@ -9,6 +9,23 @@
 #include "gui/DiagnosticsText.h"
 #include "gui/LocalTimeText.h"
 
+namespace {
+
+// "Windows 10.0.19045"; empty when it cannot be told. GetVersionEx would name the version that the manifest asks for.
+std::wstring SystemText() {
+    using RtlGetVersionFunction = LONG(WINAPI*)(OSVERSIONINFOW*);
+    void* const function = reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion"));
+    const auto getVersion = reinterpret_cast<RtlGetVersionFunction>(function);
+    OSVERSIONINFOW version = {};
+    version.dwOSVersionInfoSize = sizeof version;
+    if (getVersion == nullptr || getVersion(&version) != 0) return {};
+    std::wstring text = L"Windows " + std::to_wstring(version.dwMajorVersion);
+    text.append(L".").append(std::to_wstring(version.dwMinorVersion));
+    return text.append(L".").append(std::to_wstring(version.dwBuildNumber));
+}
+
+}  // namespace
+
 std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) const {
     for (const auto& manager : m_parts.mining.Managers()) {
         const std::vector<QvGpuRecord*>& gpus = manager->Gpus();
@@ -28,14 +45,15 @@ std::wstring CDialogHost::Diagnostics() const {
     const TimeSpan uptime = mining ? CurrentTime(TimeMode::Utc).ticks - m_miningStart.ticks : 0;
     const std::uint32_t control = !IsControlOpen() ? 1U : m_parts.control.IsConnected() ? 3U : 2U;
     return DiagnosticsText({.version = NarrowToWide(kVersionText),
-                            .system = {},
-                            .driverVersion = {},
+                            .system = SystemText(),
+                            .driverVersion = m_parts.driverVersion,
                             .cudaVersion = m_parts.cudaVersion,
                             .gpus = m_parts.gpus,
                             .configuration = *configuration,
                             .algorithms = m_parts.algorithms,
                             .mining = mining,
                             .uptime = uptime,
+                            .messages = m_parts.plugInLines.Lines(),
                             .controlState = control,
                             .dateTimeText = &LocalDateTimeText});
 }

@@ -5,6 +5,7 @@
 #include "control/SocketMiner.h"
 #include "gui/dialogs/MainDialogHost.h"
 #include "mining/Mining.h"
+#include "support/RecentLines.h"
 
 // What the main dialog has done by the program. GUI thread.
 class CDialogHost final : public IMainDialogHost {
@@ -19,6 +20,8 @@ class CDialogHost final : public IMainDialogHost {
         GpuSpan gpus;
         const std::wstring& hostName;
         std::int32_t cudaVersion = 0;  // 1000 * major + 10 * minor
+        std::wstring driverVersion;    // empty: unknown
+        const CRecentLines& plugInLines;
         std::function<void(QvGpuRecord&)> updateTelemetry;
     };
     explicit CDialogHost(const Parts& parts) : m_parts(parts) {}

@@ -16,7 +16,7 @@ int QuorvelSend(void* session, const char* text, std::uint32_t length) {
 
 void QuorvelLog(const wchar_t* text) {
     CQuorvelMinerApp* application = TheApplication();
-    if (application != nullptr && text != nullptr) application->LogMain(text);
+    if (application != nullptr && text != nullptr) application->LogPlugIn(text);
 }
 
 }  // extern "C"

@@ -7,8 +7,10 @@
 #include "app/DialogHost.h"
 #include "common/CodePage.h"
 #include "common/Messages.h"
+#include "common/SystemTime.h"
 #include "common/Version.h"
 #include "gpu/GpuTelemetry.h"
+#include "gui/LocalTimeText.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
 #include "gui/dialogs/resource.h"
 #include "mining/AlgorithmEnumeration.h"
@@ -138,6 +140,8 @@ void CQuorvelMinerApp::RunDialog() {
                       .gpus = m_gpus->Gpus(),
                       .hostName = m_hostName,
                       .cudaVersion = m_cuda->DriverVersion(),
+                      .driverVersion = m_nvml->DriverVersion(),
+                      .plugInLines = m_plugInLines,
                       .updateTelemetry = [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
     CXTPPaintManager paint;
     CThemeManager themes(paint, m_folders.installationFolder);
@@ -164,6 +168,11 @@ int CQuorvelMinerApp::ExitInstance() {
 
 void CQuorvelMinerApp::LogMain(const wchar_t* text) {
     m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", text);
+}
+
+void CQuorvelMinerApp::LogPlugIn(const wchar_t* text) {
+    LogMain(text);
+    m_plugInLines.Add(LocalDateTimeText(CurrentTime(TimeMode::Utc)) + L"  " + text);
 }
 
 CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {

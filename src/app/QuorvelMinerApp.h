@@ -15,6 +15,7 @@
 #include "mining/Mining.h"
 #include "pool/StratumHost.h"
 #include "support/LogSystem.h"
+#include "support/RecentLines.h"
 #include "toolkit/WinApp.h"
 
 // The composition root: owns everything that lives as long as the process and runs start-up and shutdown on the GUI thread.
@@ -30,6 +31,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
 
     // One line in the main log. Any thread.
     void LogMain(const wchar_t* text);
+    // The same for a plug-in's line, which is also kept for the diagnostics.
+    void LogPlugIn(const wchar_t* text);
 
   private:
     bool ClaimSingleInstance();
@@ -51,6 +54,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     RuntimeSettings m_settings;
     std::unique_ptr<CRuntimeSettingsFile> m_settingsFile;
     CBKLogSystem m_mainLog;
+    CRecentLines m_plugInLines{30};
     CAlgorithmList m_algorithms;
     std::unique_ptr<CCudaRuntime> m_cuda;
     std::unique_ptr<CNvml> m_nvml;

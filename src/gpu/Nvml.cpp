@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "common/CodePage.h"
+
 namespace {
 
 constexpr std::uint32_t kSensorGpuDie = 0;
@@ -30,6 +32,7 @@ CNvml::~CNvml() {
 void CNvml::FindFunctions() {
     m_library.Find("nvmlInit_v2", m_init);
     m_library.Find("nvmlShutdown", m_shutdown);
+    m_library.Find("nvmlSystemGetDriverVersion", m_driverVersion);
     m_library.Find("nvmlDeviceGetHandleByIndex_v2", m_handleByIndex);
     m_library.Find("nvmlDeviceGetName", m_name);
     m_library.Find("nvmlDeviceGetCudaComputeCapability", m_computeCapability);
@@ -42,6 +45,12 @@ void CNvml::FindFunctions() {
     m_library.Find("nvmlDeviceGetClock", m_clock);
     m_library.Find("nvmlDeviceGetFanSpeed", m_fanSpeed);
     m_library.Find("nvmlDeviceGetPowerUsage", m_powerUsage);
+}
+
+std::wstring CNvml::DriverVersion() const {
+    char version[80] = {};
+    if (!m_initialized || m_driverVersion == nullptr || m_driverVersion(version, sizeof version - 1) != 0) return {};
+    return NarrowToWide(version);
 }
 
 NvmlDevice CNvml::DeviceByIndex(std::uint32_t index) {

@@ -11,6 +11,8 @@ class CNvml final : public INvml {
     ~CNvml() override;
 
     bool IsAvailable() const override { return m_initialized; }
+    // Of the driver, as people know it ("537.13"); empty: unknown.
+    std::wstring DriverVersion() const;
     NvmlDevice DeviceByIndex(std::uint32_t index) override;
     void DeviceName(NvmlDevice device, std::span<char> name) override;
     std::optional<NvmlCapability> CudaComputeCapability(NvmlDevice device) override;
@@ -35,6 +37,7 @@ class CNvml final : public INvml {
     // Each may be missing.
     Result (*m_init)() = nullptr;
     Result (*m_shutdown)() = nullptr;
+    Result (*m_driverVersion)(char* version, std::uint32_t length) = nullptr;
     Result (*m_handleByIndex)(std::uint32_t index, NvmlDevice* device) = nullptr;
     Result (*m_name)(NvmlDevice device, char* name, std::uint32_t length) = nullptr;
     Result (*m_computeCapability)(NvmlDevice device, std::int32_t* major, std::int32_t* minor) = nullptr;

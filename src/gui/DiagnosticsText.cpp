@@ -51,6 +51,14 @@ class CDiagnosticsWriter {
         Line({});
         Line(L"Configurations:");
         WriteConfigurations();
+        Line({});
+        Line(L"Plug-ins:");
+        WritePlugIns();
+        Line({});
+        Line(L"Latest messages of the plug-ins:");
+        if (m_input.messages.empty()) Line(L"  none");
+        for (const std::wstring& message : m_input.messages)
+            Line(L"  " + message);
         return std::move(m_text);
     }
 
@@ -104,6 +112,13 @@ class CDiagnosticsWriter {
             if (!entries[i].secondaryPool->IsUnassigned()) line.append(L", backup ").append(entries[i].secondaryPool->Name);
             Line(line);
         }
+    }
+
+    void WritePlugIns() {
+        const auto& entries = m_input.algorithms.Entries();
+        if (entries.empty()) Line(L"  none");
+        for (const auto& entry : entries)
+            Line(L"  " + std::to_wstring(entry->record.id) + L" " + entry->record.name);
     }
 
     const DiagnosticsInput& m_input;

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
 #include "gui/TimeTextFunction.h"
@@ -15,8 +16,9 @@ struct DiagnosticsInput {
     const MinerConfiguration& configuration;
     const CAlgorithmList& algorithms;
     bool mining = false;
-    TimeSpan uptime = 0;             // of mining
-    std::uint32_t controlState = 0;  // as the window message carries it
+    TimeSpan uptime = 0;                 // of mining
+    std::vector<std::wstring> messages;  // of the plug-ins, the latest last
+    std::uint32_t controlState = 0;      // as the window message carries it
     TimeTextFunction dateTimeText;
 };
 

@@ -101,7 +101,8 @@ TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
     ASSERT_NE(rig.Start(), nullptr);
     for (const char* const gpu : {"GPU 0", "GPU 1"}) {
         const std::string line =
-            std::string("Etchash: ") + gpu + ": not hashing: cuCtxCreate: operation not supported (simulated GPU)";
+            std::string("Etchash: ") + gpu +
+            ": not hashing: the driver cannot run the kernels: cuCtxCreate: operation not supported (simulated GPU)";
         EXPECT_TRUE(WaitUntil(30000, [&] { return Contains(rig.MainLog(), line); })) << rig.MainLog();
     }
     EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Mining"));

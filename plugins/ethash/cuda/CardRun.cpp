@@ -43,7 +43,8 @@ CardEnd CCardRun::Run() {
         Drain(card);
         return {Stopped, {}};
     } catch (const CCudaError& error) {
-        return {error.IsPermanent() ? Unusable : Lost, error.what()};
+        if (error.IsPermanent()) return {Unusable, std::string("the driver cannot run the kernels: ") + error.what()};
+        return {Lost, error.what()};
     } catch (const std::runtime_error& error) {
         return {Unusable, error.what()};
     } catch (const std::bad_alloc&) {

@@ -138,6 +138,33 @@ TEST_F(CudaWorker, ACardThatIsTooSmallRestsUntilTheEpochChanges) {
     EXPECT_EQ(m_fake.Calls("cuCtxCreate"), 1u);
 }
 
+TEST_F(CudaWorker, ATargetOfZeroIsSearchedWithoutEnd) {
+    std::atomic<std::uint64_t> searched{0};
+    m_fake.run = [&](std::string_view kernel, const void* parameters, unsigned blocks, unsigned) {
+        if (kernel == "ethash_build_dataset") return m_fake.RunOnCpu(kernel, parameters, blocks);
+        const auto& search = *static_cast<const EthashSearchParameters*>(parameters);
+        EXPECT_EQ(search.target, 0u);
+        searched += search.nonceCount;
+    };
+    auto work = Work(1);
+    work->job.target = {};
+    Start();
+    m_board->Publish(work);
+    EXPECT_TRUE(Eventually([&] { return searched > 1'000'000 && Speed() > 0; }));
+    EXPECT_EQ(SharesSent(), 0u);
+}
+
+TEST_F(CudaWorker, ACardThatVanishesIsLeftOutInTheEnd) {
+    Start();
+    m_board->Publish(Work(1));
+    ASSERT_TRUE(WaitForShares(1));
+    m_fake.Fail("cuDeviceGet", 101);
+    m_fake.Fail("cuLaunchKernel", 719);
+    ASSERT_TRUE(WaitForLog("GPU 3: lost: cuLaunchKernel: as told (719)"));
+    ASSERT_TRUE(WaitForLog("GPU 3: lost again: cuDeviceGet: as told (101). It is left out"));
+    EXPECT_EQ(Speed(), 0u);
+}
+
 TEST_F(CudaWorker, AWrongDatasetIsMadeOnceMore) {
     m_fake.spoiledBuilds = 1;
     Start();
@@ -176,7 +203,8 @@ TEST_F(CudaWorker, ADriverThatCannotRunTheCodeIsNotAskedAgain) {
         board->Publish(Work(1));
         {
             CCudaWorker worker(m_fake.Driver(), {m_gpu, 0, 1}, board, host);
-            EXPECT_TRUE(host.collector.WaitForLog(std::string("GPU 3: not hashing: ") + each.function + ": as told"));
+            EXPECT_TRUE(host.collector.WaitForLog(std::string("GPU 3: not hashing: the driver cannot run the kernels: ") +
+                                                  each.function + ": as told"));
             board->Close();
         }
         EXPECT_EQ(m_fake.Calls(each.function), before + 1);

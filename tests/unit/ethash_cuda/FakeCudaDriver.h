@@ -24,6 +24,8 @@ class CFakeCudaDriver {
     // Called instead of the kernels. The default makes the dataset and searches on the CPU, from these caches.
     std::function<void(std::string_view kernel, const void* parameters, unsigned blocks, unsigned threads)> run;
     void Knows(std::shared_ptr<const CEthashCache> cache);
+    // What the default does.
+    void RunOnCpu(std::string_view kernel, const void* parameters, unsigned blocks);
 
     // The result of the next calls of a function by its driver name, instead of doing anything; 0 ends that.
     void Fail(const std::string& function, CudaResult result);
@@ -40,7 +42,6 @@ class CFakeCudaDriver {
   private:
     friend struct FakeCudaCalls;
     CudaResult Enter(const char* function);
-    void RunOnCpu(std::string_view kernel, const void* parameters, unsigned blocks);
     std::shared_ptr<const CEthashCache> CacheOfRows(unsigned rows);
 
     CudaDriverApi m_api;

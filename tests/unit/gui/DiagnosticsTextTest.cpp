@@ -26,6 +26,7 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
                                                .algorithms = rig.algorithms,
                                                .mining = true,
                                                .uptime = 61 * kTicksPerSecond,
+                                               .messages = {L"Etchash: GPU 0: lost", L"Etchash: GPU 0: back"},
                                                .controlState = 2,
                                                .dateTimeText = TestTime});
     for (const wchar_t* part : {
@@ -39,6 +40,8 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
              L"Last error: <time>, code -1, GPU#2: 0x01...cdef/*** is not a worker\r\n",
              L"Configuration 1 (GPU#0, GPU#1): One, backup Two\r\n",
              L"Configuration 2 (GPU#2): Seven\r\n",
+             L"Plug-ins:\r\n  3 Etchash\r\n",
+             L"plug-ins:\r\n  Etchash: GPU 0: lost\r\n  Etchash: GPU 0: back\r\n",
          }) {
         EXPECT_TRUE(Has(text, part)) << part;
     }
@@ -56,9 +59,11 @@ TEST(DiagnosticsText, TellsWhatIsMissing) {
                                                .gpus = {},
                                                .configuration = empty,
                                                .algorithms = rig.algorithms,
+                                               .messages = {},
                                                .dateTimeText = TestTime});
-    for (const wchar_t* part : {L"Driver: unknown, CUDA none\r\n", L"State: Idle\r\n", L"GPUs:\r\n  none\r\n",
-                                L"Pools:\r\n  none\r\n", L"Configurations:\r\n  none\r\n"}) {
+    for (const wchar_t* part :
+         {L"Driver: unknown, CUDA none\r\n", L"State: Idle\r\n", L"GPUs:\r\n  none\r\n", L"Pools:\r\n  none\r\n",
+          L"Configurations:\r\n  none\r\n", L"messages of the plug-ins:\r\n  none\r\n"}) {
         EXPECT_TRUE(Has(text, part)) << part;
     }
 }
