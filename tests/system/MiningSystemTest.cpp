@@ -18,6 +18,16 @@ bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+std::wstring ClipboardText() {
+    if (!OpenClipboard(nullptr)) return {};
+    const HANDLE memory = GetClipboardData(CF_UNICODETEXT);
+    const void* const text = memory != nullptr ? GlobalLock(memory) : nullptr;
+    const std::wstring copy = text != nullptr ? static_cast<const wchar_t*>(text) : L"";
+    if (text != nullptr) GlobalUnlock(memory);
+    CloseClipboard();
+    return copy;
+}
+
 class ModeTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
@@ -106,6 +116,16 @@ TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
         EXPECT_TRUE(WaitUntil(30000, [&] { return Contains(rig.MainLog(), line); })) << rig.MainLog();
     }
     EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Mining"));
+    constexpr WPARAM kCopyDiagnostics = 0x40;
+    PostMessageW(rig.Window(), WM_SYSCOMMAND, kCopyDiagnostics, 0);
+    std::wstring copied;
+    EXPECT_TRUE(WaitUntil(10000, [&] {
+        copied = ClipboardText();
+        return copied.find(L"GPU 1: not hashing") != std::wstring::npos;
+    }));
+    for (const wchar_t* const part :
+         {L"System: Windows ", L"(simulated)", L"  1 Etchash\r\n", L"  3 Ethash\r\n", L"  11 Ubqhash\r\n"})
+        EXPECT_NE(copied.find(part), std::wstring::npos) << part;
     EXPECT_EQ(rig.Close(), 0);
     EXPECT_EQ(rig.ClosingCounts(), (std::vector<unsigned>{0, 0, 0}));
 }
