@@ -31,6 +31,7 @@ comm -13 <(compiled host) <(compiled windows) | tidy windows "${mingw_arguments[
 echo "cppcheck"
 cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
     --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \
+    -U QV_FEE_POOL_TABLE \
     -I src -I sdk/include -I plugins -I tools src plugins sim tools
 echo "registers of the GPU kernels"
 scripts/registers.sh || true # only where the assembler is installed; it says so itself

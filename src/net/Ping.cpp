@@ -54,7 +54,17 @@ void CPing::FillRequestData(std::uint8_t* buffer, std::size_t size) const {
     std::fill_n(buffer, size, std::uint8_t{0x45});
 }
 
-bool CPing::Ping(const std::wstring& host, PingReply& reply, const PingOptions& options) const try {
+bool CPing::Ping(const std::wstring& host, PingReply& reply, const PingOptions& options) const {
+    try {
+        return SendEcho(host, reply, options);
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_OUTOFMEMORY);
+        return false;
+    }
+}
+
+// Throws std::bad_alloc.
+bool CPing::SendEcho(const std::wstring& host, PingReply& reply, const PingOptions& options) const {
     IPAddr destination = 0;
     IPAddr source = 0;
     if (!Resolve(host, destination)) return false;
@@ -83,7 +93,4 @@ bool CPing::Ping(const std::wstring& host, PingReply& reply, const PingOptions& 
     reply.roundTrip = echo->RoundTripTime;
     reply.status = echo->Status;
     return true;
-} catch (const std::bad_alloc&) {
-    SetLastError(ERROR_OUTOFMEMORY);
-    return false;
 }

@@ -33,4 +33,7 @@ class CPing {
 
     // True when a reply arrived. Otherwise GetLastError: the resolver's code, 1460 (no reply in time), 14 (no memory).
     bool Ping(const std::wstring& host, PingReply& reply, const PingOptions& options = {}) const;
+
+  private:
+    bool SendEcho(const std::wstring& host, PingReply& reply, const PingOptions& options) const;
 };

@@ -127,8 +127,9 @@ void CRigLink::OnRead(const Error& error, std::size_t bytes) {
 void CRigLink::TakeLine(std::string_view line) {
     std::optional<Report> report = ParseReport(line);
     if (!report) {
+        const unsigned generation = m_generation;
         m_events->OnBadLine();
-        if (m_events && ++m_badLines >= kMaxBadLines) Fail("does not speak the miner's protocol");
+        if (!IsStale(generation) && ++m_badLines >= kMaxBadLines) Fail("does not speak the miner's protocol");
         return;
     }
     m_badLines = 0;

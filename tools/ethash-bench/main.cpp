@@ -25,7 +25,7 @@ std::vector<std::int32_t> CardsOf(const CudaDriverApi& api, std::vector<std::int
 bool IsSound(const CardFigures& card) {
     if (!card.problem.empty()) return false;
     for (const EpochFigures& epoch : card.epochs) {
-        if (epoch.wrongItems != 0) return false;
+        if (!epoch.problem.empty() || epoch.wrongItems != 0) return false;
         for (const SearchFigures& search : epoch.searches) {
             if (search.wrongSolutions != 0) return false;
         }

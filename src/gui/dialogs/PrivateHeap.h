@@ -13,7 +13,8 @@ class CPrivateHeap {
 
     template <typename T, typename... Arguments>
     T* Make(Arguments&&... arguments) {
-        return new (Allocate(sizeof(T))) T(std::forward<Arguments>(arguments)...);
+        void* const memory = Allocate(sizeof(T));
+        return new (memory) T(std::forward<Arguments>(arguments)...);
     }
     template <typename T>
     void Destroy(T* object) {
