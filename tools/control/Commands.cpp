@@ -56,11 +56,7 @@ std::string CCommands::StopMining() const {
 std::string CCommands::Configuration(const ConfigFile& file, const std::vector<std::vector<std::string>>& gpus) const {
     CMessage message("configuration", m_token);
     JsonWriter& json = message.Json();
-    json.Key("pools");
-    json.StartArray();
-    for (const PoolRecord& pool : file.pools)
-        WritePool(json, pool);
-    json.EndArray();
+    WritePools(json, file.pools);
     json.Key("config");
     json.StartArray();
     for (std::size_t i = 0; i < file.configs.size(); ++i) {

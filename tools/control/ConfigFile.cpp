@@ -34,11 +34,7 @@ std::string ConfigFileText(const ConfigFile& file, std::string_view comment) {
     PrettyWriter json(buffer);
     json.StartObject();
     if (!comment.empty()) WriteMember(json, "_comment", comment);
-    json.Key("pools");
-    json.StartArray();
-    for (const PoolRecord& pool : file.pools)
-        WritePool(json, pool);
-    json.EndArray();
+    WritePools(json, file.pools);
     json.Key("config");
     json.StartArray();
     for (const ConfigRecord& config : file.configs)

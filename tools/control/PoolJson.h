@@ -1,4 +1,5 @@
 #pragma once
+#include <vector>
 #include "ConfigFile.h"
 #include "JsonText.h"
 
@@ -15,4 +16,14 @@ void WritePool(Writer& json, const PoolRecord& pool) {
     if (pool.password) WriteMember(json, "password", *pool.password);
     if (pool.workerOverride) WriteMember(json, "workeroverride", *pool.workerOverride);
     json.EndObject();
+}
+
+// The member "pools" of a configuration.
+template <typename Writer>
+void WritePools(Writer& json, const std::vector<PoolRecord>& pools) {
+    json.Key("pools");
+    json.StartArray();
+    for (const PoolRecord& pool : pools)
+        WritePool(json, pool);
+    json.EndArray();
 }

@@ -1,6 +1,7 @@
 #include "ethash_cuda/CardRun.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <span>
 #include <string>

@@ -1,7 +1,6 @@
 #pragma once
 #include <chrono>
-#include <functional>
-#include <memory>
+#include <optional>
 #include <random>
 #include "ethash/WorkCursor.h"
 #include "ethash_cuda/CardDesk.h"

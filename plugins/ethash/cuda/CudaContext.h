@@ -1,7 +1,6 @@
 #pragma once
 #include <chrono>
 #include <cstdint>
-#include <span>
 #include "ethash_cuda/CudaError.h"
 #include "ethash_kernels/KernelParameters.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 #include <array>
 #include <cstdint>
+#include <iterator>
 #include <optional>
-#include <span>
 #include <vector>
 #include "ethash/NonceRange.h"
 #include "ethash_cuda/CudaDataset.h"

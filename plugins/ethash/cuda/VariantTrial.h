@@ -1,8 +1,8 @@
 #pragma once
 #include <array>
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include "ethash_cuda/CudaSearch.h"
 
 // Finds by trying which variant of the search kernel is the fastest on a card, on grids that are searched anyway.
