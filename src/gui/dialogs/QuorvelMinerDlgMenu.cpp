@@ -7,6 +7,7 @@
 #include "gui/dialogs/ConfigWorkerDlg.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
 #include "toolkit/Clipboard.h"
+#include "toolkit/TaskDialog.h"
 
 namespace {
 
@@ -19,6 +20,9 @@ constexpr ThemeEntry kThemeEntries[] = {{kMenuThemeDefault, 0},
                                         {kMenuThemeLight, kThemeLight},
                                         {kMenuThemeDark, kThemeDark},
                                         {kMenuThemeOffice, kThemeOfficeWhite}};
+
+constexpr wchar_t kNotCopied[] =
+    L"The diagnostics could not be copied: another program holds the clipboard. Please try again.";
 
 constexpr UINT kNotifyOpen = 1;
 constexpr UINT kNotifyMining = 2;
@@ -78,7 +82,8 @@ void CQuorvelMinerDlg::CheckTheme() {
 }
 
 void CQuorvelMinerDlg::CopyDiagnostics() {
-    CopyTextToClipboard(Handle(), m_host.Diagnostics());
+    if (!CopyTextToClipboard(Handle(), m_host.Diagnostics()))
+        ShowTaskDialog(kApplicationName, kNotCopied, TaskDialogIcon::Error);
 }
 
 void CQuorvelMinerDlg::ToggleHideMinimized() {

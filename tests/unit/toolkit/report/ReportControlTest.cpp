@@ -1,6 +1,8 @@
 #include "toolkit/report/ReportControl.h"
 
 #include <algorithm>
+#include <future>
+#include <thread>
 
 #include "ReportFixture.h"
 
@@ -192,9 +194,16 @@ TEST_F(ReportControl, GivesItsContentsAsText) {
     ShowRows(0);
 }
 
-TEST_F(ReportControl, CopiesTheFocusedRow) {
+TEST_F(ReportControl, CopiesTheFocusedRowAlsoWhileAnotherProgramLooksIntoTheClipboard) {
     ShowRows(3);
     m_report.SetFocusedRow(2);
+    std::promise<bool> held;
+    const std::jthread other([&] {
+        held.set_value(OpenClipboard(nullptr) != FALSE);
+        Sleep(50);
+        CloseClipboard();
+    });
+    ASSERT_TRUE(held.get_future().get());
     BYTE keys[256] = {};
     keys[VK_CONTROL] = 0x80;
     SetKeyboardState(keys);
