@@ -39,6 +39,7 @@ class CDialogHost final : public IMainDialogHost {
 
     int StartMining() override;
     void StopMining() override { m_parts.mining.Stop(); }
+    ddt_datetime MiningStart() const override { return m_miningStart; }
     void ReadTelemetry() override;
 
     void OpenControl() override;

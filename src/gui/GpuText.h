@@ -1,7 +1,7 @@
 #pragma once
 #include <string>
 #include "common/Time.h"
-#include "gui/GpuCounters.h"
+#include "config/GpuCounters.h"
 #include "quorvel/plugin.h"
 
 // Texts about GPUs. Portable; any thread.

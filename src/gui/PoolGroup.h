@@ -1,8 +1,8 @@
 #pragma once
 #include <optional>
 #include <string>
+#include "config/GpuCounters.h"
 #include "gui/Colors.h"
-#include "gui/GpuCounters.h"
 #include "gui/GpuGrid.h"
 #include "gui/MiningView.h"
 #include "gui/TimeTextFunction.h"

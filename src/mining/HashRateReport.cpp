@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <limits>
 
 #include "common/Hex.h"
 
@@ -12,31 +10,7 @@ namespace {
 constexpr int kRequestId = 5;
 constexpr std::size_t kPrefixLength = 2;  // "0x"
 
-template <typename Word>
-Word Load(const Word& word) {
-    return std::atomic_ref(const_cast<Word&>(word)).load(std::memory_order_relaxed);
-}
-
-// Stays at the greatest number instead of starting again at 0: a plug-in may write anything.
-void Add(std::uint64_t& sum, std::uint64_t value) {
-    sum = value > std::numeric_limits<std::uint64_t>::max() - sum ? std::numeric_limits<std::uint64_t>::max() : sum + value;
-}
-
 }  // namespace
-
-StatisticsSum SumStatistics(std::span<QvGpuRecord* const> gpus) {
-    StatisticsSum sum;
-    for (const QvGpuRecord* gpu : gpus) {
-        const CMiningStatistics& statistics = gpu->statistics;
-        Add(sum.accepted, Load(statistics.accepted));
-        Add(sum.rejected, Load(statistics.rejected));
-        Add(sum.stale, Load(statistics.stale));
-        Add(sum.solSpeed, Load(statistics.solSpeed));
-        Add(sum.hashSpeed, Load(statistics.hashSpeed));
-        sum.lastTime = std::max(sum.lastTime, Load(statistics.lastTime));
-    }
-    return sum;
-}
 
 std::string HashRateRequest(std::uint64_t hashesPerSecond, std::string_view clientId, bool prefix) {
     std::array<std::uint8_t, 32> number = {};  // most significant byte first

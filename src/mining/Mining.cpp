@@ -1,5 +1,7 @@
 #include "mining/Mining.h"
 
+#include "config/GpuCounters.h"
+
 int CMining::Start(const MinerConfiguration& configuration) {
     if (m_running || configuration.configurations.empty()) return -1;
     for (const ConfigurationEntry& entry : configuration.configurations) {
@@ -22,7 +24,7 @@ void CMining::Stop() {
 
 void CMining::LogSummary(const CMiningManager& manager) const {
     for (const QvGpuRecord* gpu : manager.Gpus()) {
-        const ShareCounts counts = ReadShareCounts(gpu->statistics);
+        const GpuCounters counts = ReadGpuCounters(*gpu);
         m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Mining stopped. GPU#%d: A:%I64u - S:%I64u R:%I64u", gpu->cudaId,
                                     counts.accepted, counts.stale, counts.rejected);
     }

@@ -4,7 +4,6 @@
 #include <vector>
 #include "mining/MiningContext.h"
 #include "mining/MiningManager.h"
-#include "mining/Statistics.h"
 
 // Starts and stops mining: one manager per configuration. GUI thread, but for IsRunning.
 class CMining {

@@ -4,6 +4,7 @@
 
 #include "common/CodePage.h"
 #include "common/Messages.h"
+#include "config/GpuCounters.h"
 #include "mining/FeeSchedule.h"
 #include "mining/HashRateReport.h"
 #include "mining/LogName.h"
@@ -130,7 +131,7 @@ void CMiningManager::OnTimer(UINT_PTR id) {
 }
 
 void CMiningManager::ReportHashRate() {
-    const std::uint64_t total = SumStatistics(m_gpus).hashSpeed;
+    const std::uint64_t total = SumGpuCounters(m_gpus).hashSpeed;
     const std::string clientId = WideToNarrow(m_userSession.HashRateId());
     if (total == 0 || !m_userSession.IsReady() || clientId.empty()) return;
     m_userSession.Send(HashRateRequest(total, clientId, m_userSession.PrefixFlag()));

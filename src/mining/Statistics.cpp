@@ -8,10 +8,6 @@ void Store(std::uint64_t& word) {
     std::atomic_ref(word).store(0, std::memory_order_relaxed);
 }
 
-std::uint64_t Load(const std::uint64_t& word) {
-    return std::atomic_ref(const_cast<std::uint64_t&>(word)).load(std::memory_order_relaxed);
-}
-
 void Clear(QvHistory& history) {
     for (std::uint64_t& value : history.values)
         Store(value);
@@ -30,8 +26,4 @@ void ClearStatistics(CMiningStatistics& statistics) {
     std::atomic_ref(statistics.paused).store(0, std::memory_order_relaxed);
     Clear(statistics.hashHistory);
     Clear(statistics.solHistory);
-}
-
-ShareCounts ReadShareCounts(const CMiningStatistics& statistics) {
-    return {Load(statistics.accepted), Load(statistics.rejected), Load(statistics.stale)};
 }

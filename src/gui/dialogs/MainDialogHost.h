@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include "common/Time.h"
 #include "config/AlgorithmList.h"
 #include "config/ConfigurationStore.h"
 #include "config/RuntimeSettings.h"
@@ -20,6 +21,8 @@ class IMainDialogHost : public IMiningView {
     // 0: mining runs now.
     virtual int StartMining() = 0;
     virtual void StopMining() = 0;
+    // When mining was started last; UTC.
+    virtual ddt_datetime MiningStart() const = 0;
     // Reads the sensors of every GPU into its record.
     virtual void ReadTelemetry() = 0;
 

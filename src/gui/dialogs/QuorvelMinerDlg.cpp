@@ -111,7 +111,7 @@ bool CQuorvelMinerDlg::OnEndSession(bool ending) {
 
 void CQuorvelMinerDlg::OnTimer() {
     if (m_host.IsRunning()) {
-        SetItemText(IDC_UPTIME, SpanText(CurrentTime(TimeMode::Utc).ticks - m_miningStart.ticks));
+        SetItemText(IDC_UPTIME, SpanText(CurrentTime(TimeMode::Utc).ticks - m_host.MiningStart().ticks));
         m_host.SendUpdateReport();
     }
     if (m_tick % kTelemetryTicks == 0) m_host.ReadTelemetry();
@@ -147,7 +147,6 @@ bool CQuorvelMinerDlg::StartMining() {
         return false;
     }
     if (m_host.StartMining() != 0) return true;
-    m_miningStart = CurrentTime(TimeMode::Utc);
     m_host.Settings().LastMiningState = 1;
     m_selectedGpu = nullptr;
     OnSelectionChanged();

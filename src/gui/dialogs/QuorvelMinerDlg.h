@@ -110,7 +110,6 @@ class CQuorvelMinerDlg final : public CExDialog {
     ddt_datetime m_now;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;
-    ddt_datetime m_miningStart;
     std::uint32_t m_tick = 0;
     bool m_closing = false;
 };

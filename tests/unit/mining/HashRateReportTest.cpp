@@ -20,26 +20,4 @@ TEST(HashRateReportTest, RateIsA256BitNumberWithThePoolsPrefix) {
               Line("0x" + std::string(48, '0') + std::string(16, 'f'), kId));
 }
 
-TEST(HashRateReportTest, CountersAreSummedAndTheLatestTimeKept) {
-    QvGpuRecord gpus[2] = {};
-    std::uint64_t value = 1;
-    for (QvGpuRecord& gpu : gpus) {
-        CMiningStatistics& statistics = gpu.statistics;
-        for (std::uint64_t* word : {&statistics.accepted, &statistics.rejected, &statistics.stale, &statistics.solSpeed})
-            *word = value++;
-        statistics.hashSpeed = std::numeric_limits<std::uint64_t>::max() - 1;
-    }
-    gpus[0].statistics.lastTime = 9;
-    gpus[1].statistics.lastTime = 3;
-    QvGpuRecord* const records[] = {&gpus[0], &gpus[1]};
-    const StatisticsSum sum = SumStatistics(records);
-    EXPECT_EQ(sum.accepted, 6u);
-    EXPECT_EQ(sum.rejected, 8u);
-    EXPECT_EQ(sum.stale, 10u);
-    EXPECT_EQ(sum.solSpeed, 12u);
-    EXPECT_EQ(sum.hashSpeed, std::numeric_limits<std::uint64_t>::max()) << "a sum does not start again at 0";
-    EXPECT_EQ(sum.lastTime, 9);
-    EXPECT_EQ(SumStatistics({}).hashSpeed, 0u);
-}
-
 }  // namespace

@@ -1,13 +1,19 @@
-#include "gui/GpuCounters.h"
+#include "config/GpuCounters.h"
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 
 namespace {
 
 template <typename Word>
 Word Load(const Word& word) {
     return std::atomic_ref(const_cast<Word&>(word)).load(std::memory_order_relaxed);
+}
+
+// Stays at the greatest number instead of starting again at 0: a plug-in may write anything.
+void Add(std::uint64_t& sum, std::uint64_t value) {
+    sum = value > std::numeric_limits<std::uint64_t>::max() - sum ? std::numeric_limits<std::uint64_t>::max() : sum + value;
 }
 
 }  // namespace
@@ -25,10 +31,10 @@ GpuCounters SumGpuCounters(GpuSpan gpus) {
     GpuCounters sum;
     for (const QvGpuRecord* gpu : gpus) {
         const GpuCounters counters = ReadGpuCounters(*gpu);
-        sum.accepted += counters.accepted;
-        sum.rejected += counters.rejected;
-        sum.stale += counters.stale;
-        sum.hashSpeed += counters.hashSpeed;
+        Add(sum.accepted, counters.accepted);
+        Add(sum.rejected, counters.rejected);
+        Add(sum.stale, counters.stale);
+        Add(sum.hashSpeed, counters.hashSpeed);
         sum.lastShare = std::max(sum.lastShare, counters.lastShare);
     }
     return sum;

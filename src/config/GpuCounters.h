@@ -4,7 +4,7 @@
 #include "config/MinerConfiguration.h"
 #include "quorvel/plugin.h"
 
-// What the windows show of a GPU's statistics, or of several together.
+// What the program uses of a GPU's statistics, or of several together.
 struct GpuCounters {
     std::uint64_t accepted = 0;
     std::uint64_t rejected = 0;
