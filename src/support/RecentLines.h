@@ -3,6 +3,7 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The latest of many lines, kept in memory. Any thread; nobody waits but for a copy.

@@ -22,7 +22,7 @@ constexpr ThemeEntry kThemeEntries[] = {{kMenuThemeDefault, 0},
                                         {kMenuThemeOffice, kThemeOfficeWhite}};
 
 constexpr wchar_t kNotCopied[] =
-    L"The diagnostics could not be copied: another program holds the clipboard. Please try again.";
+    L"The diagnostics could not be copied, most likely because another program holds the clipboard. Please try again.";
 
 constexpr UINT kNotifyOpen = 1;
 constexpr UINT kNotifyMining = 2;
