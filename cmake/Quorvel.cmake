@@ -71,7 +71,7 @@ function(qv_test name)
         set(arg_TIMEOUT 120)
     endif()
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE ${arg_USES} qv_gtest qv_options third_party)
+    target_link_libraries(${name} PRIVATE ${arg_USES} test_fixtures qv_gtest qv_options third_party)
     target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE) # compiles in half the time; what is tested stays optimised
     add_test(NAME ${name} COMMAND ${name} ${arg_ARGS})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ASAN_OPTIONS=detect_stack_use_after_return=1)

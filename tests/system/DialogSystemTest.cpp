@@ -89,7 +89,7 @@ class CController {
 class DialogTest : public testing::Test {
   protected:
     void Replace(const std::string& from, const std::string& to) {
-        std::string text = ReadText(m_rig.Folder() / "SimGpus.ini");
+        std::string text = FileBytes(m_rig.Folder() / "SimGpus.ini");
         const std::size_t at = text.find(from);
         ASSERT_NE(at, std::string::npos);
         std::ofstream(m_rig.Folder() / "SimGpus.ini", std::ios::binary) << text.replace(at, from.size(), to);
@@ -103,7 +103,7 @@ class DialogTest : public testing::Test {
             return false;
         });
     }
-    std::string Settings() const { return ReadText(m_rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"); }
+    std::string Settings() const { return FileBytes(m_rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"); }
 
     CMinerRig m_rig;
 };
@@ -261,7 +261,7 @@ class CEditDialog {
 TEST_F(DialogTest, PoolsAndConfigurationsAreMadeWithoutATextEditor) {
     m_rig.WriteSettings("MiningState=\"0\"");
     ASSERT_NE(m_rig.Start(), nullptr);
-    const auto file = [&] { return ReadText(m_rig.ConfigurationFile()); };
+    const auto file = [&] { return FileBytes(m_rig.ConfigurationFile()); };
     {
         const CEditDialog pools(m_rig, 0x20, L"Mining pools");
         ASSERT_TRUE(pools.IsOpen());
@@ -313,7 +313,7 @@ TEST_F(DialogTest, PoolsAndConfigurationsAreMadeWithoutATextEditor) {
 }
 
 TEST_F(DialogTest, NoCardAndManyCards) {
-    const std::string sample = ReadText(m_rig.Folder() / "SimGpus.ini");
+    const std::string sample = FileBytes(m_rig.Folder() / "SimGpus.ini");
     const std::size_t first = sample.find("[Gpu0]\n");
     const std::size_t second = sample.find("[Gpu1]\n");
     const std::string card = sample.substr(first + 7, second - first - 7);

@@ -3,11 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "ForwardingPlugin.h"
 #include "PoolProcess.h"
 #include "common/CodePage.h"
+#include "fixtures/ScratchFolder.h"
 #include "mining/AlgorithmEnumeration.h"
 #include "mining/Mining.h"
 
@@ -60,18 +59,15 @@ struct Segment {
 class FeeCycleTest : public testing::Test {
   protected:
     FeeCycleTest() {
-        fs::create_directories(m_folder / "Algos");
-        fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder / "Algos" / "EtchashCpu.dll");
-        fs::copy_file(QV_FORWARDING_PLUGIN, m_folder / "Algos" / "AForwarding.dll");
-        EnumerateAlgorithms((m_folder / "Algos").wstring() + L"\\", m_algorithms);
+        fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder.Path("EtchashCpu.dll"));
+        fs::copy_file(QV_FORWARDING_PLUGIN, m_folder.Path("AForwarding.dll"));
+        EnumerateAlgorithms(m_folder.Path(""), m_algorithms);
         m_mainLog.enabled = 0;
         WSADATA data = {};
         WSAStartup(MAKEWORD(2, 2), &data);
     }
     ~FeeCycleTest() override {
         m_mining.Stop();
-        std::error_code ignored;
-        fs::remove_all(m_folder, ignored);
         WSACleanup();
     }
 
@@ -114,7 +110,7 @@ class FeeCycleTest : public testing::Test {
         return segments;
     }
 
-    fs::path m_folder = fs::temp_directory_path() / ("fee-cycle-" + std::to_string(GetCurrentProcessId()));
+    CScratchFolder m_folder;
     CClock m_clock;
     QvGpuRecord m_gpu = {};
     CHost m_host{m_gpu.statistics};
@@ -131,8 +127,8 @@ class FeeCycleTest : public testing::Test {
 
 TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
     const std::string options = "--difficulty 300 --interval 5 ";
-    CPoolProcess user(m_folder, "user", options + "--mode 0");
-    CPoolProcess fee(m_folder, "fee", options + "--mode 0");
+    CPoolProcess user(m_folder.Path(), "user", options + "--mode 0");
+    CPoolProcess fee(m_folder.Path(), "fee", options + "--mode 0");
     ASSERT_NE(user.Port() * fee.Port(), 0u);
     m_feePort = fee.Port();
     const auto accepted = [](const CPoolProcess& pool) { return pool.Count("share accepted"); };
@@ -186,12 +182,12 @@ TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
 }
 
 TEST_F(FeeCycleTest, BadFeePoolsNeverStopTheUsersMining) {
-    CPoolProcess user(m_folder, "user", "--difficulty 300 --interval 5 --mode 0");
+    CPoolProcess user(m_folder.Path(), "user", "--difficulty 300 --interval 5 --mode 0");
     ASSERT_NE(user.Port(), 0u);
     const auto accepted = [&] { return user.Count("share accepted"); };
     for (const char* fault : {"--drop-after 1", "--garbage instead", "--mode 1 --refuse-user", "--mode 3 --drop-after 1"}) {
         SCOPED_TRACE(fault);
-        CPoolProcess fee(m_folder, "fee", fault);
+        CPoolProcess fee(m_folder.Path(), "fee", fault);
         ASSERT_NE(fee.Port(), 0u) << fee.Output();
         m_feePort = fee.Port();
         CMiningManager& manager = Start(user.Port());

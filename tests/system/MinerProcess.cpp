@@ -14,7 +14,7 @@ constexpr wchar_t kTitleStart[] = L"Quorvel-Miner (Version";
 
 // The UUIDs of the simulated cards, in the order of the file.
 std::vector<std::string> SimulatedUuids() {
-    const std::string text = ReadText(QV_SIM_INI);
+    const std::string text = FileBytes(QV_SIM_INI);
     const std::regex pattern("Uuid=([0-9a-fA-F]{32})");
     std::vector<std::string> uuids;
     for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
@@ -31,26 +31,16 @@ std::string PoolElement(int id, unsigned port) {
 }  // namespace
 
 CMinerRig::CMinerRig(Driver driver) {
-    static int number = 0;
-    m_folder = fs::temp_directory_path() / ("rig-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number));
-    fs::remove_all(m_folder);
-    fs::create_directories(m_folder / "Algos");
-    fs::create_directories(m_folder / "Settings");
-    fs::create_directories(m_folder / "Styles");
+    for (const char* part : {"Algos", "Settings", "Styles"})
+        fs::create_directories(m_folder.Path(part));
     for (const char* style : {"Office2013.dll", "VisualStudio2012.dll"})
-        fs::copy_file(fs::path(QV_STYLES) / style, m_folder / "Styles" / style);
-    fs::copy_file(QV_MINER, m_folder / "Quorvel-Miner.exe");
-    fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder / "Algos" / "EtchashCpu.dll");
+        fs::copy_file(fs::path(QV_STYLES) / style, m_folder.Path("Styles") / style);
+    fs::copy_file(QV_MINER, m_folder.Path("Quorvel-Miner.exe"));
+    fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder.Path("Algos") / "EtchashCpu.dll");
     if (driver == Driver::Missing) return;
     for (const char* library : {"nvcuda.dll", "nvml.dll"})
-        fs::copy_file(fs::path(QV_SIM) / library, m_folder / library);
-    fs::copy_file(QV_SIM_INI, m_folder / "SimGpus.ini");
-}
-
-CMinerRig::~CMinerRig() {
-    m_process = {};
-    std::error_code ignored;
-    fs::remove_all(m_folder, ignored);
+        fs::copy_file(fs::path(QV_SIM) / library, m_folder.Path(library));
+    fs::copy_file(QV_SIM_INI, m_folder.Path("SimGpus.ini"));
 }
 
 void CMinerRig::Configure(unsigned firstPort, unsigned secondPort) {
@@ -67,13 +57,13 @@ void CMinerRig::Configure(unsigned firstPort, unsigned secondPort) {
 }
 
 void CMinerRig::WriteSettings(const std::string& attributes) {
-    std::ofstream(m_folder / "Settings" / "RuntimeSettingsMiner.xml")
+    std::ofstream(m_folder.Path("Settings/RuntimeSettingsMiner.xml"))
         << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<RuntimeSettings " << attributes
         << "><Logging MainLog=\"1\" ConnectionLog=\"1\"/></RuntimeSettings>\n";
 }
 
 CChildProcess CMinerRig::Launch() const {
-    return {L"\"" + (m_folder / "Quorvel-Miner.exe").wstring() + L"\"", m_folder, {}};
+    return {L"\"" + m_folder.Path("Quorvel-Miner.exe").wstring() + L"\"", m_folder.Path(), {}};
 }
 
 HWND CMinerRig::Start() {
@@ -115,7 +105,7 @@ std::string CMinerRig::Logs(const fs::path& folder) {
     std::string text;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(folder, error)) {
-        if (entry.is_regular_file()) text += ReadText(entry.path());
+        if (entry.is_regular_file()) text += FileBytes(entry.path());
     }
     return text;
 }

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 #include "ProcessTools.h"
+#include "fixtures/ScratchFolder.h"
 
 // The real program in a folder of its own with simulated cards, removed with the object.
 class CMinerRig {
@@ -9,12 +10,11 @@ class CMinerRig {
     enum class Driver { Simulated, Missing };
 
     explicit CMinerRig(Driver driver = Driver::Simulated);
-    ~CMinerRig();
     CMinerRig(const CMinerRig&) = delete;
     CMinerRig& operator=(const CMinerRig&) = delete;
 
-    const std::filesystem::path& Folder() const { return m_folder; }
-    std::filesystem::path ConfigurationFile() const { return m_folder / "Settings" / "ConfigMiner.xml"; }
+    const std::filesystem::path& Folder() const { return m_folder.Path(); }
+    std::filesystem::path ConfigurationFile() const { return m_folder.Path("Settings/ConfigMiner.xml"); }
 
     // One configuration with both simulated cards on the pools at these ports; mining starts with the program. secondPort 0:
     // no backup pool.
@@ -37,15 +37,15 @@ class CMinerRig {
     std::vector<std::wstring> GridLines() const;
     CChildProcess& Process() { return m_process; }
 
-    std::string MainLog() const { return Logs(m_folder / "Logs"); }
-    std::string ConnectionLog() const { return Logs(m_folder / "Logs" / "Miner"); }
+    std::string MainLog() const { return Logs(m_folder.Path("Logs")); }
+    std::string ConnectionLog() const { return Logs(m_folder.Path("Logs/Miner")); }
     // Sums of accepted, stale and rejected over the lines that the program writes when mining stops.
     std::vector<unsigned> ClosingCounts() const;
 
   private:
     static std::string Logs(const std::filesystem::path& folder);
 
-    std::filesystem::path m_folder;
+    CScratchFolder m_folder;
     CChildProcess m_process;
     HWND m_window = nullptr;
 };

@@ -104,7 +104,7 @@ TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
     for (const char* const name : {"Etchash.dll", "Ethash.dll", "Ubqhash.dll"})
         std::filesystem::copy_file(std::filesystem::path(QV_ALGOS) / name, rig.Folder() / "Algos" / name);
     rig.Configure(pool.Port());
-    std::string configuration = ReadText(rig.ConfigurationFile());
+    std::string configuration = FileBytes(rig.ConfigurationFile());
     for (std::size_t at = 0; (at = configuration.find("Algo=\"2\"", at)) != std::string::npos;)
         configuration.replace(at, 8, "Algo=\"1\"");
     std::ofstream(rig.ConfigurationFile()) << configuration;
@@ -145,7 +145,7 @@ TEST(StartStopTest, PostedCommandsStartAndStopMining) {
         EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Idle"));
     }
     EXPECT_EQ(rig.Close(), 0);
-    EXPECT_TRUE(Contains(ReadText(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"), "LastMiningState=\"0\""));
+    EXPECT_TRUE(Contains(FileBytes(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml"), "LastMiningState=\"0\""));
 }
 
 }  // namespace

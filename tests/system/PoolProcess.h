@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 #include "ProcessTools.h"
+#include "fixtures/ScratchFolder.h"
 
 // The local pool on a port that the system chose.
 class CPoolProcess {
@@ -9,7 +10,7 @@ class CPoolProcess {
     CPoolProcess(const std::filesystem::path& folder, const std::string& name, const std::string& arguments);
 
     unsigned Port() const { return m_port; }  // 0: it did not start
-    std::string Output() const { return ReadText(m_output); }
+    std::string Output() const { return FileBytes(m_output); }
     // How often a text stands in the output.
     std::size_t Count(const std::string& text) const;
     bool WaitForAccepted(std::size_t shares, DWORD milliseconds) const;

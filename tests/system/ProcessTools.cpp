@@ -1,7 +1,5 @@
 #include "ProcessTools.h"
 
-#include <fstream>
-#include <sstream>
 #include <utility>
 
 namespace {
@@ -101,11 +99,4 @@ std::wstring WindowText(HWND window) {
     wchar_t text[512] = {};
     GetWindowTextW(window, text, 512);
     return text;
-}
-
-std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (file) text << file.rdbuf();
-    return text.str();
 }

@@ -30,6 +30,3 @@ bool WaitUntil(DWORD milliseconds, const std::function<bool()>& condition);
 // The first visible top-level window of the process whose title starts with the text, or null.
 HWND FindWindowOf(DWORD processId, const std::wstring& titleStart);
 std::wstring WindowText(HWND window);
-
-// Whole file as text; empty when it does not exist.
-std::string ReadText(const std::filesystem::path& path);

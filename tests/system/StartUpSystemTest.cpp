@@ -48,21 +48,21 @@ TEST(StartUpTest, MakesItsFoldersLogsItsGpusAndSavesBothFiles) {
         const std::size_t line = log.find(gpu);
         EXPECT_TRUE(line != std::string::npos && line > discovery) << log;
     }
-    EXPECT_NE(ReadText(rig.ConfigurationFile()).find("<MinerConfig"), std::string::npos);
-    EXPECT_NE(ReadText(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml").find("WindowPos"), std::string::npos);
+    EXPECT_NE(FileBytes(rig.ConfigurationFile()).find("<MinerConfig"), std::string::npos);
+    EXPECT_NE(FileBytes(rig.Folder() / "Settings" / "RuntimeSettingsMiner.xml").find("WindowPos"), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_directory(rig.Folder() / "Logs" / "Miner"));
 }
 
 TEST(StartUpTest, WithoutADriverItSaysSoAndKeepsTheConfiguration) {
     CMinerRig rig(CMinerRig::Driver::Missing);
     rig.Configure(1);
-    const std::string configuration = ReadText(rig.ConfigurationFile());
+    const std::string configuration = FileBytes(rig.ConfigurationFile());
     CChildProcess process = rig.Launch();
     const HWND dialog = WaitForDialog(process);
     ASSERT_NE(dialog, nullptr);
     PostMessageW(dialog, WM_CLOSE, 0, 0);
     EXPECT_EQ(process.WaitForExit(kDialogMilliseconds), 0);
-    EXPECT_EQ(ReadText(rig.ConfigurationFile()), configuration);
+    EXPECT_EQ(FileBytes(rig.ConfigurationFile()), configuration);
 }
 
 TEST(StartUpTest, AMalformedConfigurationIsKept) {
@@ -71,7 +71,7 @@ TEST(StartUpTest, AMalformedConfigurationIsKept) {
     std::ofstream(rig.ConfigurationFile()) << "<MinerConfig><Pools><Pool ID=\"1\"";
     ASSERT_NE(rig.Start(), nullptr);
     EXPECT_EQ(rig.Close(), 0);
-    EXPECT_EQ(ReadText(rig.ConfigurationFile().wstring() + L".bad"), "<MinerConfig><Pools><Pool ID=\"1\"");
+    EXPECT_EQ(FileBytes(rig.ConfigurationFile().wstring() + L".bad"), "<MinerConfig><Pools><Pool ID=\"1\"");
 }
 
 }  // namespace

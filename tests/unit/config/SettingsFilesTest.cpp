@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "../support/ScratchFolder.h"
 #include "Rig.h"
 #include "common/Handle.h"
 #include "config/RuntimeSettings.h"
+#include "fixtures/ScratchFolder.h"
 
 namespace {
 

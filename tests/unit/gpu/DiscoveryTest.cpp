@@ -5,8 +5,8 @@
 #include <regex>
 #include <stdexcept>
 
-#include "../support/ScratchFolder.h"
 #include "FakeDrivers.h"
+#include "fixtures/ScratchFolder.h"
 #include "gpu/ManagerMinerGpus.h"
 #include "gpu/SMtoCores.h"
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "../support/ScratchFolder.h"
+#include "fixtures/ScratchFolder.h"
 #include "gpu/CudaRuntime.h"
 #include "gpu/GpuTelemetry.h"
 #include "gpu/ManagerMinerGpus.h"

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "TestPlugin.h"
+#include "fixtures/ScratchFolder.h"
 #include "mining/PluginInstance.h"
 
 namespace {
@@ -15,26 +16,18 @@ namespace fs = std::filesystem;
 // An "Algos" folder of its own for each test.
 class AlgorithmEnumerationTest : public testing::Test {
   protected:
-    void SetUp() override {
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        m_folder = fs::temp_directory_path() / ("algos-" + std::to_string(GetCurrentProcessId()) + "-" + test->name());
-        fs::remove_all(m_folder);
-        fs::create_directories(m_folder);
-    }
-    void TearDown() override { fs::remove_all(m_folder); }
+    void Install(const char* plugin, const char* as) { fs::copy_file(fs::path(QV_PLUGINS) / plugin, m_folder.Path(as)); }
+    void Enumerate() { EnumerateAlgorithms(m_folder.Path(""), m_algorithms); }
 
-    void Install(const char* plugin, const char* as) { fs::copy_file(fs::path(QV_PLUGINS) / plugin, m_folder / as); }
-    void Enumerate() { EnumerateAlgorithms(m_folder.wstring() + L"\\", m_algorithms); }
-
-    fs::path m_folder;
+    CScratchFolder m_folder;
     CAlgorithmList m_algorithms;
 };
 
 TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
-    std::ofstream(m_folder / "text.dll") << "not a library";
-    std::ofstream(m_folder / "empty.dll").flush();
-    std::ofstream(m_folder / "readme.txt") << "no";
-    fs::create_directories(m_folder / "folder.dll");
+    std::ofstream(m_folder.Path("text.dll")) << "not a library";
+    std::ofstream(m_folder.Path("empty.dll")).flush();
+    std::ofstream(m_folder.Path("readme.txt")) << "no";
+    fs::create_directories(m_folder.Path("folder.dll"));
     Install("no_export_plugin.dll", "a.dll");
     Install("null_descriptor_plugin.dll", "b.dll");
     Enumerate();
@@ -47,7 +40,7 @@ TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
     const AlgorithmEntry& entry = *m_algorithms.Entries()[0];
     EXPECT_EQ(entry.record.id, kRecorderId);
     EXPECT_STREQ(entry.record.name, L"Recorder");
-    EXPECT_EQ(std::wstring(entry.record.libraryPath), m_folder.wstring() + L"\\c.dll");
+    EXPECT_EQ(fs::path(entry.record.libraryPath), m_folder.Path("c.dll"));
     EXPECT_EQ(entry.unit, L"Sol/s");
     EXPECT_EQ(GetModuleHandleW(entry.record.libraryPath), nullptr) << "the library stays loaded after enumeration";
 }
@@ -61,7 +54,7 @@ TEST_F(AlgorithmEnumerationTest, FirstOfOneIdWins) {
 }
 
 TEST_F(AlgorithmEnumerationTest, LoaderCodes) {
-    std::ofstream(m_folder / "text.dll") << "not a library";
+    std::ofstream(m_folder.Path("text.dll")) << "not a library";
     Install("no_export_plugin.dll", "no_export.dll");
     const auto load = [&](const std::wstring& path) {
         QvDescriptor record = {};
@@ -69,9 +62,9 @@ TEST_F(AlgorithmEnumerationTest, LoaderCodes) {
         return CPluginInstance().Load(record);
     };
     EXPECT_EQ(load(L""), PluginLoadResult::NoAlgorithm);
-    EXPECT_EQ(load(m_folder.wstring() + L"\\missing.dll"), PluginLoadResult::LoadFailed);
-    EXPECT_EQ(load(m_folder.wstring() + L"\\text.dll"), PluginLoadResult::LoadFailed);
-    EXPECT_EQ(load(m_folder.wstring() + L"\\no_export.dll"), PluginLoadResult::NoInterface);
+    EXPECT_EQ(load(m_folder.Path("missing.dll")), PluginLoadResult::LoadFailed);
+    EXPECT_EQ(load(m_folder.Path("text.dll")), PluginLoadResult::LoadFailed);
+    EXPECT_EQ(load(m_folder.Path("no_export.dll")), PluginLoadResult::NoInterface);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <vector>
 #include "TestPlugin.h"
 #include "common/CodePage.h"
+#include "fixtures/ScratchFolder.h"
 #include "mining/AlgorithmEnumeration.h"
 #include "mining/Mining.h"
 
@@ -58,15 +59,9 @@ class MiningTest : public testing::Test {
         m_gpus[1].cudaId = 1;
         m_gpus[0].statistics.accepted = 7;
         m_gpus[1].statistics.solHistory.values[119] = 7;
-        m_logFolder = std::filesystem::temp_directory_path() / ("mining-" + std::to_string(GetCurrentProcessId()));
-        std::filesystem::create_directories(m_logFolder);
-        m_context.connectionLogFolder = m_logFolder.wstring() + L"\\";
+        m_context.connectionLogFolder = m_logFolder.Path("");
     }
-    void TearDown() override {
-        m_mining.Stop();
-        std::error_code ignored;
-        std::filesystem::remove_all(m_logFolder, ignored);
-    }
+    void TearDown() override { m_mining.Stop(); }
 
     MinerConfiguration Configuration(std::int32_t algo, const wchar_t* name = L"Pool") {
         ConfigurationEntry entry;
@@ -80,7 +75,7 @@ class MiningTest : public testing::Test {
 
     std::string LogText() const {
         std::ostringstream text;
-        for (const auto& file : std::filesystem::directory_iterator(m_logFolder))
+        for (const auto& file : std::filesystem::directory_iterator(m_logFolder.Path()))
             text << std::ifstream(file.path(), std::ios::binary).rdbuf();
         return text.str();
     }
@@ -90,7 +85,7 @@ class MiningTest : public testing::Test {
     CAlgorithmList m_algorithms;
     CBKLogSystem m_mainLog;
     QvGpuRecord m_gpus[2] = {};
-    std::filesystem::path m_logFolder;
+    CScratchFolder m_logFolder;
     std::shared_ptr<PoolEntry> m_backup = MakePool(kRecorderId, L"Backup", L"127.0.0.1");
     MiningContext m_context{m_algorithms, m_host, m_clock, m_mainLog};
     CMining m_mining{m_context};

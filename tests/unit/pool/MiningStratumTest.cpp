@@ -7,6 +7,7 @@
 #include <thread>
 #include "../net/ScriptedPeer.h"
 #include "SessionRecorder.h"
+#include "fixtures/ScratchFolder.h"
 #include "pool/MiningStratum.h"
 
 namespace {
@@ -153,14 +154,12 @@ TEST_F(MiningStratumTest, ASessionThatIsToStayUnconnectedOnlyResets) {
 }
 
 TEST_F(MiningStratumTest, TheLogHoldsTheTrafficInTheOrderOfItsEvents) {
-    namespace fs = std::filesystem;
-    const fs::path folder = fs::temp_directory_path() / ("pool-test-" + std::to_string(GetCurrentProcessId()));
-    fs::create_directories(folder);
+    const CScratchFolder folder;
     {
         CBKLogSystem log;
         log.enabled = 1;
         log.showDate = log.showTime = 0;
-        log.CreateLogSystem((folder / "session").c_str(), 0);
+        log.CreateLogSystem(folder.Path("session").c_str(), 0);
         session.SetLog(&log);
         session.Connect();
         AcceptLogin().Close();
@@ -169,9 +168,8 @@ TEST_F(MiningStratumTest, TheLogHoldsTheTrafficInTheOrderOfItsEvents) {
     }
     session.SetLog(nullptr);
     std::ostringstream contents;
-    for (const auto& entry : fs::directory_iterator(folder))
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
         contents << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    fs::remove_all(folder);
     std::size_t at = 0;
     for (const char* const part :
          {"-> {\"id\":1,\"method\":\"eth_submitLogin\"", "<- {\"id\":1,\"result\":true}\r\n", "-> {\"id\":4,",

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "TestFolder.h"
+#include "fixtures/ScratchFolder.h"
 #include "quorvel_control/cli/Tables.h"
 
 namespace {
@@ -70,7 +70,7 @@ TEST(Options, HelpNamesTheExitCodes) {
 }
 
 TEST(Options, RigsFromLineAndFile) {
-    const CTestFolder folder;
+    const CScratchFolder folder;
     const std::string file = (folder.Path() / "rigs").string();
     std::ofstream(file) << "# all of them\n\nrig-a:9000  # first\r\n  [::1]:7\nrig-b";
     const Parsed parsed = Parse({"--rigs", file.c_str(), "status", "--rig", "10.0.0.1"});
@@ -86,7 +86,7 @@ TEST(Options, RigsFromLineAndFile) {
 }
 
 TEST(Options, TokenFileIsTrimmedAndNeedsAToken) {
-    const CTestFolder folder;
+    const CScratchFolder folder;
     const std::string file = (folder.Path() / "token").string();
     std::ofstream(file) << " s3cret\r\n";
     const Parsed parsed = Parse({"start", "--token-file", file.c_str()});

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "MinerThread.h"
-#include "TestFolder.h"
+#include "fixtures/ScratchFolder.h"
 #include "quorvel_control/cli/CommandRunner.h"
 #include "quorvel_control/cli/RigJob.h"
 #include "quorvel_control/cli/Watch.h"
@@ -149,7 +149,7 @@ TEST(Rigs, TokenOpensTheChannel) {
 }
 
 TEST(Rigs, ConfigureChecksResolvesSendsAndRemembers) {
-    const CTestFolder folder;
+    const CScratchFolder folder;
     const CMinerThread miner(Mannered(Manner::Good, false), 5);
     Options options = For(Command::Configure, {miner.Address()});
     options.stateFolder = folder.Path() / "state";

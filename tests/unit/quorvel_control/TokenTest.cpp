@@ -4,14 +4,14 @@
 
 #include <fstream>
 
-#include "TestFolder.h"
+#include "fixtures/ScratchFolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 TEST(Token, MadeOnceKeptAndMadeAnew) {
-    const CTestFolder folder;
+    const CScratchFolder folder;
     const CStateFolder state(folder.Path() / "deeper" / "state");
     const WebToken first = LoadWebToken(state, false);
     EXPECT_TRUE(first.fresh);
@@ -46,7 +46,7 @@ TEST(StateFolder, OneFilePerRig) {
 }
 
 TEST(StateFolder, WhatCannotBeWrittenIsSaid) {
-    const CTestFolder folder;
+    const CScratchFolder folder;
     std::ofstream(folder.Path() / "file") << "x";
     const CStateFolder state(folder.Path() / "file" / "below");
     EXPECT_THROW(state.Write(state.TokenFile(), "x"), std::runtime_error);

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "ScratchFolder.h"
 #include "common/Handle.h"
+#include "fixtures/ScratchFolder.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <sstream>
 #include <thread>
 
-#include "ScratchFolder.h"
 #include "common/Handle.h"
 #include "common/SystemTime.h"
+#include "fixtures/ScratchFolder.h"
 
 namespace {
 

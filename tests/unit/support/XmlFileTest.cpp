@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "ScratchFolder.h"
 #include "common/Handle.h"
+#include "fixtures/ScratchFolder.h"
 #include "support/XmlFormat.h"
 
 namespace {
