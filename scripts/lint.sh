@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
-# clang-tidy over what each build compiles, then cppcheck. Everything that either says is an error.
+# One forbidden call, clang-tidy over what each build compiles, then cppcheck. Everything that either says is an error.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+if git grep -n 'detach()' -- src; then
+    echo "lint: use StartDetached (src/common/DetachedThread.h says why)" >&2
+    exit 1
+fi
 
 for preset in windows host; do cmake --preset "$preset" >/dev/null; done
 

@@ -1,8 +1,8 @@
 #include "mining/FeePoolOrder.h"
 
-#include <system_error>
-#include <thread>
 #include <utility>
+
+#include "common/DetachedThread.h"
 
 CFeePoolOrder::~CFeePoolOrder() {
     if (m_request != nullptr) m_request->abandoned = true;
@@ -11,18 +11,15 @@ CFeePoolOrder::~CFeePoolOrder() {
 void CFeePoolOrder::Start(std::vector<PoolPointer> pools, PingFunction ping) {
     if (m_request != nullptr) return;
     m_request = std::make_shared<Request>();
-    try {
-        std::thread([request = m_request, pools = std::move(pools), ping = std::move(ping)]() mutable {
-            const PingFunction pingUnlessAbandoned = [&](const PoolEntry& pool, std::uint32_t& roundTrip) {
-                return !request->abandoned && ping(pool, roundTrip);
-            };
-            std::vector<PoolPointer> ordered = OrderByLatency(std::move(pools), pingUnlessAbandoned);
-            const std::lock_guard guard(request->lock);
-            request->result = std::move(ordered);
-        }).detach();
-    } catch (const std::system_error&) {
-        // Without a thread the list keeps the order that it has.
-    }
+    // Without a thread the list keeps the order that it has.
+    static_cast<void>(StartDetached([request = m_request, pools = std::move(pools), ping = std::move(ping)]() mutable {
+        const PingFunction pingUnlessAbandoned = [&](const PoolEntry& pool, std::uint32_t& roundTrip) {
+            return !request->abandoned && ping(pool, roundTrip);
+        };
+        std::vector<PoolPointer> ordered = OrderByLatency(std::move(pools), pingUnlessAbandoned);
+        const std::lock_guard guard(request->lock);
+        request->result = std::move(ordered);
+    }));
 }
 
 std::optional<std::vector<PoolPointer>> CFeePoolOrder::Take() {

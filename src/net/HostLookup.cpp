@@ -3,8 +3,7 @@
 #include <ws2tcpip.h>
 #include <array>
 #include <memory>
-#include <system_error>
-#include <thread>
+#include "common/DetachedThread.h"
 #include "net/HostLookup.h"
 #include "net/SocketHandles.h"
 
@@ -24,16 +23,10 @@ struct LocalMemoryDeleter {
 };
 
 bool StartRequest(const std::shared_ptr<Request>& request) {
-    if (!request->done.IsValid()) return false;
-    try {
-        std::thread([request] {
-            request->result = request->resolver.Resolve(request->host);
-            WSASetEvent(request->done.Get());
-        }).detach();
-    } catch (const std::system_error&) {
-        return false;
-    }
-    return true;
+    return request->done.IsValid() && StartDetached([request] {
+               request->result = request->resolver.Resolve(request->host);
+               WSASetEvent(request->done.Get());
+           });
 }
 
 }  // namespace

@@ -8,6 +8,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr DWORD kChangeMilliseconds = 15000;
 constexpr DWORD kWindowMilliseconds = 30000;
 constexpr int kGridId = 100;
 constexpr wchar_t kTitleStart[] = L"Quorvel-Miner (Version";
@@ -84,8 +85,14 @@ std::wstring CMinerRig::ItemText(int id) const {
     return text;
 }
 
-bool CMinerRig::WaitForText(int id, const std::wstring& text, DWORD milliseconds) const {
-    return WaitUntil(milliseconds, [&] { return ItemText(id) == text; });
+testing::AssertionResult CMinerRig::WaitForText(int id, const std::wstring& text) const {
+    std::wstring shown;
+    if (WaitUntil(kChangeMilliseconds, [&] { return (shown = ItemText(id)) == text; })) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "item " << id << " shows " << testing::PrintToString(shown);
+}
+
+bool CMinerRig::WaitForEnabled(int id, bool enabled) const {
+    return WaitUntil(kChangeMilliseconds, [&] { return (IsWindowEnabled(GetDlgItem(m_window, id)) != FALSE) == enabled; });
 }
 
 std::vector<std::wstring> CMinerRig::GridLines() const {

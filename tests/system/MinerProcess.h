@@ -1,4 +1,5 @@
 #pragma once
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 #include "ProcessTools.h"
@@ -29,8 +30,10 @@ class CMinerRig {
     HWND Window() const { return m_window; }
     // Of the main dialog, by the numbers that stay the same from version to version.
     std::wstring ItemText(int id) const;
-    bool WaitForText(int id, const std::wstring& text, DWORD milliseconds = 15000) const;
-    bool IsItemEnabled(int id) const { return IsWindowEnabled(GetDlgItem(m_window, id)) != FALSE; }
+    // Each item by itself: one that already shows a change tells nothing of the next item, since the program may answer in
+    // the middle of a change.
+    testing::AssertionResult WaitForText(int id, const std::wstring& text) const;
+    bool WaitForEnabled(int id, bool enabled) const;
     // As a click with the mouse.
     void Click(int id) const { PostMessageW(GetDlgItem(m_window, id), BM_CLICK, 0, 0); }
     // The lines of the GPU grid, the header first; columns are parted by tabs.

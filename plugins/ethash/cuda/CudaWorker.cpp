@@ -63,6 +63,7 @@ CardEnd CCudaWorker::RunCardOnce() {
     } else {
         Log("its driver does not return: it is given up");
         m_host.KeepCodeLoaded();
+        // Fit only for a thread that is stuck: the C++ runtime does not stand one that ends while it is being detached.
         thread.detach();
     }
     return end;
