@@ -53,7 +53,7 @@ TEST_F(SocketClient, RefusedConnectIsRetriedAfterTwoSecondsWhileWanted) {
     ASSERT_TRUE(client.WaitFor(refused));
     const auto first = Clock::now();
     client.answer = kKeepTrying + 1;
-    ASSERT_TRUE(client.WaitFor(refused, 2));
+    ASSERT_TRUE(client.WaitFor(refused, 2)) << testing::PrintToString(client.Events());
     EXPECT_GE(Clock::now() - first, std::chrono::milliseconds(1900));
     EXPECT_TRUE(client.Stop());
     EXPECT_EQ(client.Events(), (std::vector{refused, refused, "disconnected"s}));

@@ -64,11 +64,12 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
         Record(std::string("error ") + operation + " " + std::to_string(code));
     }
     std::uint32_t OnConnectError(const char* text, std::uint32_t code) override {
+        const std::uint32_t given = answer;  // who hears of this may change it for the next
         lastErrorCode = code;
         // The code of a loss differs between systems.
         const bool isLoss = std::string_view(text) == "Connection lost";
         Record(isLoss ? "lost" : std::string("connect-error ") + text + " " + std::to_string(code));
-        return answer;
+        return given;
     }
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime, std::uint32_t) override {
         Record("line " + std::string(data, length));
