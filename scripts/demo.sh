@@ -140,21 +140,24 @@ miner_counts() {
         awk '{a += $1; s += $2; r += $3} END {print a + 0, s + 0, r + 0}'
 }
 
-pool_number() { # accepted|rejected: from the pool's summary, {"accepted":N,"rejected":{"total":N,...
-    tr -d ' \n' <"$pool_stats" | sed -n 's/^{"accepted":\([0-9]*\),"rejected":{"total":\([0-9]*\).*/accepted \1\nrejected \2/p' |
-        sed -n "s/^$1 //p"
+# Accepted, rejected and, among these, stale: from the pool's summary.
+pool_counts() {
+    tr -d ' \n' <"$pool_stats" |
+        sed -n 's/^{"accepted":\([0-9]*\),"rejected":{"total":\([0-9]*\),.*"stale":\([0-9]*\).*/\1 \2 \3/p'
 }
 
 summarise() {
-    local a s r pool_accepted pool_rejected
+    local a s r pool_accepted pool_rejected pool_stale
     read -r a s r < <(miner_counts)
-    pool_accepted=$(pool_number accepted) pool_rejected=$(pool_number rejected)
+    read -r pool_accepted pool_rejected pool_stale < <(pool_counts)
     printf '\n== Summary\n'
     sed -n 's/.*Mining stopped\. \(GPU#.*\)/  miner: \1/p' "$folder"/miner/Logs/Quorvel-Miner_*.log | tr -d '\r'
     printf '  miner: %s accepted, %s stale, %s rejected\n' "$a" "$s" "$r"
     printf '  pool:  %s accepted, %s rejected\n' "$pool_accepted" "$pool_rejected"
     printf '  picture: %s, logs: %s\n' "$screenshot" "$folder/miner/Logs"
-    [ "$r" -eq 0 ] && [ "$pool_rejected" -eq 0 ] || { echo "demo: shares were rejected" >&2 && return 1; }
+    # A share that crosses a new job on its way is stale: on a busy machine that happens.
+    [ "$pool_stale" -eq 0 ] || echo "  $pool_stale rejected by the pool as stale: its job was replaced while the share was on its way"
+    [ "$r" -le "$pool_stale" ] && [ "$pool_rejected" -eq "$pool_stale" ] || { echo "demo: shares were rejected" >&2 && return 1; }
     # An answer that was on its way while the miner closed its connection is counted by the pool alone.
     local unseen=$((pool_accepted - a))
     [ "$unseen" -eq 0 ] || echo "  $unseen accepted by the pool while the miner closed its connection"

@@ -156,7 +156,7 @@ TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
     const std::size_t ofFee = accepted(fee);
     ASSERT_TRUE(PumpUntil([&] { return accepted(user) >= ofUser + 2; })) << user.Output();
     EXPECT_LE(accepted(fee), ofFee + 1) << "the fee pool got shares after its period";
-    EXPECT_EQ(user.Count("share rejected") + fee.Count("share rejected"), 0u) << user.Output() << fee.Output();
+    EXPECT_EQ(user.Refused() + fee.Refused(), 0u) << user.Output() << fee.Output();
 
     const std::vector<Segment> segments = TakeSegments();
     ASSERT_EQ(segments.size(), 3u);
