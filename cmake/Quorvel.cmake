@@ -34,7 +34,9 @@ if(QV_FUZZ)
     target_compile_options(qv_options INTERFACE -fsanitize=fuzzer-no-link -Wno-unknown-warning-option)
 endif()
 if(QV_SANITIZE)
-    target_compile_options(qv_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -O1
+    set(CMAKE_C_FLAGS_DEBUG "-g -O1")   # as a flag, so that a target's or a file's own -O0 comes after it
+    set(CMAKE_CXX_FLAGS_DEBUG "-g -O1")
+    target_compile_options(qv_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
         -fno-sanitize=alignment   # the frames with which uses after return are found are aligned to 32 bytes, our items to 64
         -Wno-maybe-uninitialized) # warns about the sanitizers' own code
     target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
@@ -75,6 +77,13 @@ function(qv_test name)
     target_compile_options(${name} PRIVATE -O0 -U_FORTIFY_SOURCE) # compiles in half the time; what is tested stays optimised
     add_test(NAME ${name} COMMAND ${name} ${arg_ARGS})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ASAN_OPTIONS=detect_stack_use_after_return=1)
+endfunction()
+
+# qv_slow_to_compile(SOURCES): files that are only templates of a library, such as CLI11's, are not optimised for the sanitizers.
+function(qv_slow_to_compile)
+    if(QV_SANITIZE)
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O0)
+    endif()
 endfunction()
 
 # qv_fuzz(NAME SOURCES ... USES ... CORPUS folder): native only. With QV_FUZZ (clang) a libFuzzer program; otherwise a program
