@@ -5,6 +5,7 @@
 namespace {
 
 constexpr DWORD kStartMilliseconds = 60000;  // the pool makes its light cache first
+constexpr char kStaleShare[] = "share rejected stale";
 
 std::wstring CommandLine(const std::string& arguments) {
     const std::string line = "\"" QV_DEVPOOL "\" --port 0 " + arguments;
@@ -18,6 +19,13 @@ unsigned ParsePort(const std::string& output) {
                                    : static_cast<unsigned>(std::strtoul(output.c_str() + at + start.size(), nullptr, 10));
 }
 
+std::size_t CountIn(const std::string& output, const std::string& text) {
+    std::size_t count = 0;
+    for (std::size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1))
+        ++count;
+    return count;
+}
+
 }  // namespace
 
 CPoolProcess::CPoolProcess(const std::filesystem::path& folder, const std::string& name, const std::string& arguments)
@@ -26,11 +34,16 @@ CPoolProcess::CPoolProcess(const std::filesystem::path& folder, const std::strin
 }
 
 std::size_t CPoolProcess::Count(const std::string& text) const {
-    const std::string output = Output();
-    std::size_t count = 0;
-    for (std::size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1))
-        ++count;
-    return count;
+    return CountIn(Output(), text);
+}
+
+std::size_t CPoolProcess::Refused() const {
+    const std::string output = Output();  // read once: the pool writes on
+    return CountIn(output, "share rejected") - CountIn(output, kStaleShare);
+}
+
+std::size_t CPoolProcess::Stale() const {
+    return Count(kStaleShare);
 }
 
 bool CPoolProcess::WaitForAccepted(std::size_t shares, DWORD milliseconds) const {

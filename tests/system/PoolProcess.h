@@ -13,10 +13,10 @@ class CPoolProcess {
     std::string Output() const { return FileBytes(m_output); }
     // How often a text stands in the output.
     std::size_t Count(const std::string& text) const;
-    // Shares of the current job that the pool refused, and shares of none that it knows. A share that crosses a new job on its
-    // way is stale, which nobody can help.
-    std::size_t Refused() const { return Count("share rejected") - Stale(); }
-    std::size_t Stale() const { return Count("share rejected stale"); }
+    // Shares of the current job that the pool refused, and shares of none that it knows. A share that crosses a new job on
+    // its way is stale, which nobody can help.
+    std::size_t Refused() const;
+    std::size_t Stale() const;
     bool WaitForAccepted(std::size_t shares, DWORD milliseconds) const;
 
   private:

@@ -40,7 +40,7 @@ TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
     const AlgorithmEntry& entry = *m_algorithms.Entries()[0];
     EXPECT_EQ(entry.record.id, kRecorderId);
     EXPECT_STREQ(entry.record.name, L"Recorder");
-    EXPECT_EQ(fs::path(entry.record.libraryPath), m_folder.Path("c.dll"));
+    EXPECT_EQ(std::wstring(entry.record.libraryPath), m_folder.Path("c.dll").wstring());
     EXPECT_EQ(entry.unit, L"Sol/s");
     EXPECT_EQ(GetModuleHandleW(entry.record.libraryPath), nullptr) << "the library stays loaded after enumeration";
 }
