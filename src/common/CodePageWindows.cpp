@@ -103,3 +103,7 @@ std::string NarrowToUtf8(std::string_view text) {
 std::string WideToUtf8(std::wstring_view text) {
     return ToBytes(CP_UTF8, text);
 }
+
+std::wstring Utf8ToWide(std::string_view text) {
+    return ToWide(CP_UTF8, text);
+}

@@ -20,23 +20,46 @@ std::wstring DayFileName(const std::wstring& path, std::int64_t day) {
 
 }  // namespace
 
-CLogFile::CLogFile(std::wstring path) : m_path(std::move(path)) {}
+CLogFile::CLogFile(std::wstring path, std::uint64_t mostBytes) : m_path(std::move(path)), m_mostBytes(mostBytes) {}
 
 CLogFile::~CLogFile() {
     WriteOut();
 }
 
 void CLogFile::_CheckNewLogFile(ddt_datetime local) {
-    const std::int64_t day = local.ticks / kTicksPerDay;
-    if (day == m_day && (IsOpen() || !m_mayOpen)) return;
-    WriteOut();
-    Open(day);
+    if (m_mostBytes == 0) {
+        CheckDay(local.ticks / kTicksPerDay);
+    } else {
+        CheckSize();
+    }
 }
 
-void CLogFile::Open(std::int64_t day) {
+void CLogFile::CheckDay(std::int64_t day) {
+    if (day == m_day && (IsOpen() || !m_mayOpen)) return;
+    WriteOut();
     m_day = day;
+    Open(DayFileName(m_path, day));
+}
+
+void CLogFile::CheckSize() {
+    const std::wstring name = m_path + L".log";
+    if (!IsOpen()) {
+        if (m_mayOpen) Open(name);
+        return;
+    }
+    LARGE_INTEGER size = {};
+    if (!GetFileSizeEx(m_file.Get(), &size)) return;
+    if (static_cast<std::uint64_t>(size.QuadPart) + m_output.size() < m_mostBytes) return;
+    WriteOut();
+    m_file.Close();
+    // Where the full file cannot be moved away (somebody may hold it), it grows on until it can.
+    MoveFileExW(name.c_str(), (m_path + L".old.log").c_str(), MOVEFILE_REPLACE_EXISTING);
+    Open(name);
+}
+
+void CLogFile::Open(const std::wstring& fileName) {
     m_mayOpen = false;
-    m_file = CHandle(CreateFileW(DayFileName(m_path, day).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
+    m_file = CHandle(CreateFileW(fileName.c_str(), FILE_APPEND_DATA | SYNCHRONIZE | FILE_READ_ATTRIBUTES,
                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
                                  FILE_ATTRIBUTE_NORMAL, nullptr));
 }

@@ -9,10 +9,10 @@ CBKLogSystem::CBKLogSystem(const IClock& clock) : m_clock(clock) {}
 
 CBKLogSystem::~CBKLogSystem() = default;
 
-bool CBKLogSystem::CreateLogSystem(const wchar_t* path, std::int32_t) {
+bool CBKLogSystem::CreateLogSystem(const wchar_t* path, std::int32_t option) {
     m_writer.reset();
     if (enabled == 0) return true;
-    m_writer = std::make_unique<CWriter>(*this, m_clock, path);
+    m_writer = std::make_unique<CWriter>(*this, m_clock, path, static_cast<std::uint64_t>(option) * 1024);
     return m_writer->Start();
 }
 

@@ -10,7 +10,8 @@ enum ENUM_LOG_SEVERITY_LEVEL : std::int32_t { LOG_SEVERITY_NORMAL = 1 };
 
 enum class TrafficDirection : std::int32_t { Sent = 1, Received = 2 };
 
-// One log file, "<path>_YYYY-MM-DD.log", a new one for each day of local time; each line flushed.
+// One log file, "<path>_YYYY-MM-DD.log", a new one for each day of local time, or one that is limited in size; each line
+// flushed.
 //
 // The writing operations may be called from any thread at any time after CreateLogSystem and return without touching the
 // disk: the line is stamped and copied into a buffer that a thread of this object writes out, in order. The lock they take
@@ -32,8 +33,9 @@ class CBKLogSystem {
     const wchar_t* timeFormat = L"HH:mm:ss";
     const wchar_t* millisecondFormat = L".%03d";  // null: none
 
-    // path: full path without date and extension. option: always 0. Opens today's file (appending) when enabled; false: it
-    // could not be opened, and the next lines will try again.
+    // path: full path without date and extension. option: 0, a file per day; else the kilobytes of "<path>.log", which then
+    // becomes "<path>.old.log". Opens the file (appending) when enabled; false: it could not be opened, and the next lines
+    // will try again.
     bool CreateLogSystem(const wchar_t* path, std::int32_t option);
 
     // As LogLine; the severity is not shown.

@@ -13,8 +13,8 @@ constexpr std::size_t kLineBufferUnit = 1024;
 
 }  // namespace
 
-CBKLogSystem::CWriter::CWriter(const CBKLogSystem& log, const IClock& clock, const wchar_t* path)
-    : m_log(log), m_clock(clock), m_lineBuffer(kLineBufferUnit), m_file(path) {}
+CBKLogSystem::CWriter::CWriter(const CBKLogSystem& log, const IClock& clock, const wchar_t* path, std::uint64_t mostBytes)
+    : m_log(log), m_clock(clock), m_lineBuffer(kLineBufferUnit), m_file(path, mostBytes) {}
 
 CBKLogSystem::CWriter::~CWriter() {
     if (!m_thread.joinable()) return;

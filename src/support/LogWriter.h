@@ -11,7 +11,7 @@
 // The asynchronous half of a log: takes lines from any thread, stamps and writes them on its own.
 class CBKLogSystem::CWriter {
   public:
-    CWriter(const CBKLogSystem& log, const IClock& clock, const wchar_t* path);
+    CWriter(const CBKLogSystem& log, const IClock& clock, const wchar_t* path, std::uint64_t mostBytes);
     ~CWriter();
     CWriter(const CWriter&) = delete;
     CWriter& operator=(const CWriter&) = delete;

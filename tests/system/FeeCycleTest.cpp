@@ -24,6 +24,7 @@ constexpr DWORD kPatienceMs = 90000;
 class CClock final : public IClock {
   public:
     ddt_datetime UtcNow() const noexcept override { return {now}; }
+    TimeSpan Monotonic() const noexcept override { return now; }
     std::atomic<std::int64_t> now = 133'000'000'000'000'000;
 };
 

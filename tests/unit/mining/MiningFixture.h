@@ -15,6 +15,7 @@
 class CFakeClock final : public IClock {
   public:
     ddt_datetime UtcNow() const noexcept override { return now; }
+    TimeSpan Monotonic() const noexcept override { return now.ticks; }
     ddt_datetime now{133'000'000'000'000'000};
 };
 

@@ -12,6 +12,7 @@
 class CHandClock final : public IClock {
   public:
     ddt_datetime UtcNow() const noexcept override { return now; }
+    TimeSpan Monotonic() const noexcept override { return now.ticks; }
     ddt_datetime now{132'000'000'000'000'000};
 };
 

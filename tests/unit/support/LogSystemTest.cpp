@@ -16,6 +16,7 @@ namespace {
 class CManualClock final : public IClock {
   public:
     ddt_datetime UtcNow() const noexcept override { return {ticks.load()}; }
+    TimeSpan Monotonic() const noexcept override { return ticks.load(); }
     std::atomic<std::int64_t> ticks;
 };
 
