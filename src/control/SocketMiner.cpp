@@ -83,7 +83,8 @@ void CSocketMiner::SendReport(const std::string& report) {
     if (result == WSAEWOULDBLOCK || (result == 0 && sent < report.size())) DropPeer();
 }
 
-void CSocketMiner::OnDataSent(const char*, std::uint32_t bytesSent, ddt_datetime, std::uint32_t, std::uintptr_t userValue) {
+void CSocketMiner::OnDataSent(std::string_view, std::uint32_t bytesSent, ddt_datetime, std::uint32_t,
+                              std::uintptr_t userValue) {
     if (userValue != 0) *reinterpret_cast<std::uint32_t*>(userValue) = bytesSent;
 }
 

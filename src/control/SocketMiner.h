@@ -41,7 +41,7 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     void OnConnected(std::uint32_t state) override;
     void OnDisconnected(std::uint32_t state) override;
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) override;
-    void OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+    void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     void OnError(const char* operation, std::uint32_t code) override;
     void OnPeerAccepted() override;

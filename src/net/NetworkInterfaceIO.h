@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include "common/Time.h"
 #include "support/BaseThread.h"
 
@@ -30,7 +31,8 @@ class _NetworkInterfaceIO : public CBKBaseThread {
 
     virtual void OnConnected(std::uint32_t state) = 0;
     virtual void OnDisconnected(std::uint32_t state) = 0;
-    virtual void OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+    // text: all that was to be sent, also when the send failed (result: the Windows Sockets code) or was short.
+    virtual void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                             std::uintptr_t userValue) = 0;
     virtual void OnError(const char* operation, std::uint32_t code) = 0;
     virtual std::uint32_t OnConnectError(const char* text, std::uint32_t code) = 0;

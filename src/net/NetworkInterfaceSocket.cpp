@@ -4,6 +4,12 @@
 #include "common/Clock.h"
 #include "net/HostText.h"
 
+namespace {
+
+constexpr std::uint32_t kPauseAfterFailedAttempt = 2000;  // ms
+
+}  // namespace
+
 _NetworkInterfaceSocket::_NetworkInterfaceSocket(IResolver& resolver) : m_resolver(resolver) {}
 
 _NetworkInterfaceSocket::~_NetworkInterfaceSocket() {
@@ -63,8 +69,16 @@ std::uint32_t _NetworkInterfaceSocket::Send(std::string_view bytes, std::uintptr
     }
     const ddt_datetime now = SystemClock().UtcNow();
     if (result == 0) m_lastSendTime = now.ticks;
-    OnDataSent(bytes.data(), sent, now, result, userValue);
+    OnDataSent(bytes, sent, now, result, userValue);
     return result;
+}
+
+std::uint32_t _NetworkInterfaceSocket::ReconnectPause(bool afterConnect) {
+    return afterConnect ? 0 : kPauseAfterFailedAttempt;
+}
+
+void _NetworkInterfaceSocket::DropConnection(std::string text, std::uint32_t code) {
+    m_drop = Drop{std::move(text), code};
 }
 
 void _NetworkInterfaceSocket::SetFraming(bool on, char delimiter) {

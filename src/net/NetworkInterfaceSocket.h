@@ -2,11 +2,16 @@
 #include <winsock2.h>
 #include <atomic>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 #include "net/LineFramer.h"
 #include "net/NetworkInterfaceIO.h"
 #include "net/Resolver.h"
 #include "net/SocketHandles.h"
+
+// What the connection's thread does between connections.
+enum class ConnectActivity { Resolving, Connecting };
 
 // TCP client (with reconnection) or one-peer server over Windows Sockets, event-select model, one thread per object.
 //
@@ -40,13 +45,24 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     // What a peer may send without a delimiter before the connection counts as lost (framing only).
     void SetLineLimit(std::size_t bytes) { m_lineLimit = bytes; }
 
-    void OnDataSent(const char*, std::uint32_t, ddt_datetime, std::uint32_t, std::uintptr_t) override {}
+    void OnDataSent(std::string_view, std::uint32_t, ddt_datetime, std::uint32_t, std::uintptr_t) override {}
     // "ReadData" with the error; "Listen" with the error, or with 0 when it works after all.
     void OnError(const char*, std::uint32_t) override {}
     std::uint32_t OnConnectError(const char*, std::uint32_t) override { return kKeepTrying; }
     // Server: a peer was accepted and is about to take the place of the one before, if any. Called for every peer, unlike
     // OnConnected, which is for changes of the state.
     virtual void OnPeerAccepted() {}
+
+    // All on the connection's thread; client mode only.
+    // target: the host, or the address being tried as "1.2.3.4:4444" or "[::1]:4444".
+    virtual void OnActivity(ConnectActivity, const std::string&) {}
+    // How long to wait, in ms, before the next attempt. afterConnect: the last one was established (and lost) rather than
+    // failed. The default: 0 after an established connection, 2000 otherwise.
+    virtual std::uint32_t ReconnectPause(bool afterConnect);
+    // Called at the start of every wait of the loop while a connection is established or being established, so after every
+    // event and batch of lines: does what is due and returns in how many ms it wants to be called again. INFINITE: not.
+    virtual std::uint32_t OnTimer() { return INFINITE; }
+
     void OnHook1() override {}
     void OnHook2() override {}
     void OnHook3() override {}
@@ -54,6 +70,11 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     void OnStart() override {}
     void OnStop() override {}
     std::uint32_t IoLoop(void* argument) override;
+
+  protected:
+    // From a callback on the connection's own thread: ends this connection as soon as the callback has returned, as if the
+    // peer had: OnConnectError(text, code), then OnDisconnected. Client mode only; without a connection it does nothing.
+    void DropConnection(std::string text, std::uint32_t code);
 
   private:
     struct Loop;  // what the loop holds while it runs
@@ -77,7 +98,8 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     Step OnDataEvent(Loop& loop);
     Step OnConnectEvent(Loop& loop, std::uint32_t error);
     Step OnCloseEvent(Loop& loop, std::uint32_t error);
-    Step ConnectionLost(Loop& loop, std::uint32_t error);
+    Step ConnectionLost(Loop& loop, const char* text, std::uint32_t error);
+    Step Dropped(Loop& loop);
     Step LineTooLong(Loop& loop);
     Reception Receive(Loop& loop, bool reportErrors);
     Reception Deliver(Loop& loop, std::span<char> bytes);
@@ -85,6 +107,11 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     Step OnListenEvent(Loop& loop);
     Step Listen(Loop& loop);
     void AcceptPeer(Loop& loop);
+
+    struct Drop {
+        std::string text;
+        std::uint32_t code;
+    };
 
     CWinsockSession m_winsock;
     IResolver& m_resolver;
@@ -99,4 +126,5 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     std::mutex m_dataLock;
     CSocket m_data;
     CSocket m_listening;
+    std::optional<Drop> m_drop;  // the thread's own
 };

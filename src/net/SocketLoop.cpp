@@ -1,7 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <span>
+#include <utility>
 #include "common/Clock.h"
+#include "common/CodePage.h"
 #include "net/HostLookup.h"
 #include "net/ListeningSocket.h"
 #include "net/NetworkInterfaceSocket.h"
@@ -9,17 +12,12 @@
 namespace {
 
 constexpr std::size_t kReceiveArea = 4096;
-constexpr std::uint32_t kPauseAfterFailedConnect = 1000;  // ms
 constexpr unsigned kListenTries = 10;
 constexpr std::uint32_t kExitStopped = 0;
 constexpr std::uint32_t kExitFailed = 0xFFFFFFFF;
 
 bool IsUnreachable(std::uint32_t error) {
     return error == WSAENETUNREACH || error == WSAETIMEDOUT || error == WSAECONNREFUSED;
-}
-
-bool IsLossOfConnection(std::uint32_t error) {
-    return error == 0 || error == WSAENETDOWN || error == WSAECONNABORTED || error == WSAECONNRESET;
 }
 
 // Requests are short and waited for: none of them is held back to be joined with the next.
@@ -73,10 +71,12 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Pass(Loop& loop) {
         const Step step = m_address != 0 ? Connect(loop) : ResolveHost(loop);
         if (step != Step::Continue) return step;
     }
-    return WaitForEvent(loop);
+    const Step step = WaitForEvent(loop);
+    return step == Step::Continue && m_drop ? Dropped(loop) : step;
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ResolveHost(Loop& loop) {
+    OnActivity(ConnectActivity::Resolving, WideToNarrow(m_host));
     const std::optional<ResolveResult> found = LookUpHost(m_resolver, m_host, StopEvent());
     if (!found) return Step::Stopped;
     loop.timeout = m_reconnectInterval;
@@ -110,7 +110,10 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Connect(Loop& loop) {
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::WaitForEvent(Loop& loop) {
     const std::array<WSAEVENT, 3> events = {StopEvent(), loop.dataEvent.Get(), loop.listenEvent.Get()};
     const DWORD count = static_cast<DWORD>(events.size());
-    switch (WSAWaitForMultipleEvents(count, events.data(), FALSE, loop.timeout, TRUE)) {
+    const bool isTimed = m_listenMode == 0 && m_data.IsOpen();
+    const DWORD timeout = isTimed ? std::min<DWORD>(OnTimer(), loop.timeout) : loop.timeout;
+    if (m_drop) return Step::Continue;
+    switch (WSAWaitForMultipleEvents(count, events.data(), FALSE, timeout, TRUE)) {
         case WSA_WAIT_EVENT_0:
             return Step::Stopped;
         case WSA_WAIT_EVENT_0 + 1:
@@ -138,6 +141,7 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Pause(std::uint32_t milli
 
 void _NetworkInterfaceSocket::CloseDataSocket(Loop& loop) {
     SetDataSocket(CSocket());
+    m_drop.reset();
     // Neither an event of the old socket nor the bytes of its unfinished line mean anything to the next.
     if (loop.dataEvent.IsValid()) WSAResetEvent(loop.dataEvent.Get());
     loop.framer.Clear();
@@ -169,17 +173,17 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnConnectEvent(Loop& loop
     if (!IsUnreachable(error)) return Step::Failed;
     if (OnConnectError("Connect failed", error) != kKeepTrying) return Step::Failed;
     CloseDataSocket(loop);
-    const Step step = Pause(kPauseAfterFailedConnect);
-    return step == Step::Continue ? Pause(m_reconnectInterval) : step;
+    return Pause(ReconnectPause(false));
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnCloseEvent(Loop& loop, std::uint32_t error) {
     // What arrived before the end comes first. Bounded by what the system holds of a connection that the peer has ended.
-    for (Reception got = Reception::Data; got != Reception::Nothing && !m_stopping;) {
+    for (Reception got = Reception::Data; got != Reception::Nothing && !m_stopping && !m_drop;) {
         got = Receive(loop, false);
         if (got == Reception::TooLong) return LineTooLong(loop);
     }
-    if (m_listenMode == 0) return ConnectionLost(loop, error);
+    if (m_drop) return Step::Continue;
+    if (m_listenMode == 0) return ConnectionLost(loop, "Connection lost", error);
 
     // The state stays "connected", and the socket in place, until the next peer comes. A listening socket that works is
     // kept: to replace it would turn away a peer that reconnects in just that moment.
@@ -188,17 +192,21 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnCloseEvent(Loop& loop, 
     return Listen(loop);
 }
 
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ConnectionLost(Loop& loop, std::uint32_t error) {
-    if (!m_stopping && OnConnectError("Connection lost", error) != kKeepTrying) return Step::Failed;
-    if (!IsLossOfConnection(error)) return Step::Failed;
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ConnectionLost(Loop& loop, const char* text, std::uint32_t error) {
+    if (!m_stopping && OnConnectError(text, error) != kKeepTrying) return Step::Failed;
     CloseDataSocket(loop);
-    loop.timeout = m_reconnectInterval;
     SetState(ConnectionState::Disconnected);
-    return Step::Continue;
+    return Pause(ReconnectPause(true));
+}
+
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Dropped(Loop& loop) {
+    if (!m_data.IsOpen()) return Step::Continue;
+    const Drop drop = *std::exchange(m_drop, std::nullopt);
+    return ConnectionLost(loop, drop.text.c_str(), drop.code);
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::LineTooLong(Loop& loop) {
-    if (m_listenMode == 0) return ConnectionLost(loop, WSAECONNABORTED);
+    if (m_listenMode == 0) return ConnectionLost(loop, "Connection lost", WSAECONNABORTED);
     OnError("ReadData", WSAECONNABORTED);
     CloseDataSocket(loop);
     return Step::Continue;
@@ -226,7 +234,7 @@ _NetworkInterfaceSocket::Reception _NetworkInterfaceSocket::Deliver(Loop& loop, 
     }
     loop.framer.Add(bytes);
     for (auto line = loop.framer.NextLine(); !line.empty(); line = loop.framer.NextLine()) {
-        if (m_stopping) return Reception::Nothing;
+        if (m_stopping || m_drop) return Reception::Nothing;
         OnDataReceived(line.data(), static_cast<std::uint32_t>(line.size()), now, 0);
     }
     return loop.framer.IsOverLimit() ? Reception::TooLong : Reception::Data;

@@ -63,9 +63,9 @@ std::uint32_t CMiningStratum::OnConnectError(const char* text, std::uint32_t cod
     return kKeepTrying;
 }
 
-void CMiningStratum::OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+void CMiningStratum::OnDataSent(std::string_view text, std::uint32_t, ddt_datetime time, std::uint32_t result,
                                 std::uintptr_t) {
-    if (m_log != nullptr) m_log->LogTraffic(TrafficDirection::Sent, {data, bytesSent}, time, result);
+    if (m_log != nullptr) m_log->LogTraffic(TrafficDirection::Sent, text, time, result);
 }
 
 void CMiningStratum::OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) {

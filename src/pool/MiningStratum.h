@@ -64,7 +64,7 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
   private:
     void OnConnected(std::uint32_t state) override;
     void OnDisconnected(std::uint32_t state) override;
-    void OnDataSent(const char* data, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
+    void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     std::uint32_t OnConnectError(const char* text, std::uint32_t code) override;
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) override;

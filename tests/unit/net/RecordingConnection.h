@@ -74,7 +74,7 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime, std::uint32_t) override {
         Record("line " + std::string(data, length));
     }
-    void OnDataSent(const char*, std::uint32_t bytes, ddt_datetime, std::uint32_t result,
+    void OnDataSent(std::string_view, std::uint32_t bytes, ddt_datetime, std::uint32_t result,
                     std::uintptr_t userValue) override {
         lastSentBytes = bytes;
         lastSentResult = result;
