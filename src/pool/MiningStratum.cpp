@@ -29,7 +29,7 @@ void CMiningStratum::Connect() {
     if (IsRunning()) return;
     m_session.Reset();
     const PoolPointer pool = m_session.CurrentPool();
-    if (m_stopped || !pool) return;
+    if (!pool) return;
     m_closing = false;
     std::wstring server = pool->Server;  // a copy: the start cuts the port off
     StartClient(server, pool->Port, 0);
@@ -42,7 +42,7 @@ void CMiningStratum::CloseConnection() {
 
 void CMiningStratum::Activate() {
     activeTime = 0;
-    lastTick = m_clock.UtcNow();
+    lastTick = m_clock.Monotonic();
     m_session.Activate();
 }
 
@@ -63,6 +63,23 @@ std::uint32_t CMiningStratum::OnConnectError(const char* text, std::uint32_t cod
     return kKeepTrying;
 }
 
+void CMiningStratum::OnActivity(ConnectActivity activity, const std::string& target) {
+    if (m_closing) return;
+    if (activity == ConnectActivity::Resolving) {
+        m_session.Resolving(target);
+    } else {
+        m_session.Connecting(target);
+    }
+}
+
+std::uint32_t CMiningStratum::ReconnectPause(bool) {
+    return m_closing ? 0 : m_session.RetryDelay();
+}
+
+std::uint32_t CMiningStratum::OnTimer() {
+    return m_closing ? INFINITE : m_session.Tick();
+}
+
 void CMiningStratum::OnDataSent(std::string_view text, std::uint32_t, ddt_datetime time, std::uint32_t result,
                                 std::uintptr_t) {
     if (m_log != nullptr) m_log->LogTraffic(TrafficDirection::Sent, text, time, result);
@@ -74,8 +91,12 @@ void CMiningStratum::OnDataReceived(char* data, std::uint32_t length, ddt_dateti
     if (!m_closing) m_session.LineReceived(line);
 }
 
-void CMiningStratum::SendText(std::string_view text) {
-    Send(text);
+std::uint32_t CMiningStratum::SendText(std::string_view text) {
+    return Send(text);
+}
+
+void CMiningStratum::DropConnection(const std::string& text, std::uint32_t code) {
+    _NetworkInterfaceSocket::DropConnection(text, code);
 }
 
 void CMiningStratum::PostWork(unsigned message) {

@@ -18,7 +18,7 @@ inline constexpr unsigned kMessageReconnect = 0x3407;
 // One pool connection: socket, protocol state and work block. Built on CStratumSession, which is the protocol itself without
 // sockets and windows.
 //
-// GUI thread: everything but Send. The plug-in's threads: Send. After CloseConnection has returned no callback runs, nothing
+// GUI thread: everything but Send and SubmitShare. The plug-in's threads: SubmitShare. After CloseConnection has returned no callback runs, nothing
 // is posted, and the state may be changed from the GUI thread.
 class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOutput {
   public:
@@ -29,14 +29,12 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     void SetPoolList(std::vector<PoolPointer> pools);  // replaces; index 0 becomes current
     void SetLog(CBKLogSystem* log);                    // may be null; outlives the connection
 
-    // No connection is wanted: Connect and the pool switch do nothing but reset.
-    void SetStopped(bool stopped) { m_stopped = stopped; }
-    bool IsStopped() const { return m_stopped; }
-
     void ResetSession() { m_session.Reset(); }
-    // Unless the thread runs or the session is flagged as stopped: resets and starts the client thread.
+    // Unless the thread runs: resets and starts the client thread.
     void Connect();
     void CloseConnection();
+    // A share of the plug-in's (see CStratumSession). 0, or a Windows Sockets code.
+    std::uint32_t SubmitShare(std::string_view request) { return m_session.SubmitShare(request); }
 
     // Becomes the plug-in's work source and replays its whole state.
     void Activate();
@@ -56,8 +54,10 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     void SetCurrentPoolIndex(std::uint32_t index) { m_session.SetPoolIndex(index); }
     PoolPointer CurrentPool() const { return m_session.CurrentPool(); }  // null: the list is empty
 
+    ConnectionStatus Status() const { return m_session.Status(); }
+
     // Time accounting of the manager; GUI thread.
-    ddt_datetime lastTick;
+    TimeSpan lastTick = 0;  // monotonic
     TimeSpan minedTime = 0;
     TimeSpan activeTime = 0;
 
@@ -67,9 +67,13 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     std::uint32_t OnConnectError(const char* text, std::uint32_t code) override;
+    void OnActivity(ConnectActivity activity, const std::string& target) override;
+    std::uint32_t ReconnectPause(bool afterConnect) override;
+    std::uint32_t OnTimer() override;
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) override;
 
-    void SendText(std::string_view text) override;
+    std::uint32_t SendText(std::string_view text) override;
+    void DropConnection(const std::string& text, std::uint32_t code) override;
     void PostWork(unsigned message) override;
     void PostPoolSwitch() override;
     void LogText(const std::string& text) override;
@@ -79,7 +83,6 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     HWND m_pluginWindow = nullptr;
     HWND m_managerWindow = nullptr;
     CBKLogSystem* m_log = nullptr;
-    bool m_stopped = false;
     std::atomic<bool> m_closing = false;  // by CloseConnection: what the thread still reports is no trouble of the pool's
     CStratumSession m_session;
 };

@@ -1,4 +1,6 @@
 #include "pool/StratumMessage.h"
+#include <charconv>
+#include <system_error>
 #include "pool/LineShape.h"
 
 namespace {
@@ -30,12 +32,18 @@ void CStratumMessage::Forget() {
 
 const JsonValue* CStratumMessage::Find(const char* name) const {
     const auto member = m_document.FindMember(name);
-    return member == m_document.MemberEnd() ? nullptr : &member->value;
+    return member == m_document.MemberEnd() || member->value.IsNull() ? nullptr : &member->value;
 }
 
 std::uint32_t CStratumMessage::Id() const {
     const JsonValue* const id = Find("id");
-    return id != nullptr && id->IsUint() ? id->GetUint() : 0;
+    if (id == nullptr) return 0;
+    if (id->IsUint()) return id->GetUint();
+    if (!id->IsString()) return 0;
+    const std::string_view text = JsonText(*id);
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? number : 0;
 }
 
 std::string_view CStratumMessage::Method() const {
@@ -46,4 +54,9 @@ std::string_view CStratumMessage::Method() const {
 bool CStratumMessage::IsResultTrue() const {
     const JsonValue* const result = Result();
     return result != nullptr && result->IsTrue();
+}
+
+bool CStratumMessage::IsResultFalse() const {
+    const JsonValue* const result = Result();
+    return result != nullptr && result->IsFalse();
 }

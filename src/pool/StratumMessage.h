@@ -18,15 +18,16 @@ class CStratumMessage {
     // The other operations follow a Parse that was true; what they give is valid until the next one.
     bool Parse(std::string_view line);
 
-    // 0 when there is none that is an unsigned number of at most 32 bits.
+    // 0 when there is none that is an unsigned number of at most 32 bits; it may be written as a text.
     std::uint32_t Id() const;
     // Empty: none.
     std::string_view Method() const;
-    // Null: there is no such member.
+    // Null: there is no such member, or its value is null.
     const JsonValue* Params() const { return Find("params"); }
     const JsonValue* Result() const { return Find("result"); }
     const JsonValue* Error() const { return Find("error"); }
     bool IsResultTrue() const;
+    bool IsResultFalse() const;
 
   private:
     using Pool = rapidjson::MemoryPoolAllocator<>;

@@ -1,4 +1,8 @@
 // What a session does with the lines of its pool.
+#include <charconv>
+#include <optional>
+#include <system_error>
+#include <utility>
 #include "common/CodePage.h"
 #include "pool/PoolErrorParser.h"
 #include "pool/ShareTarget.h"
@@ -14,11 +18,22 @@ constexpr std::string_view kSetDifficulty = "mining.set_difficulty";
 constexpr std::string_view kSetExtranonce = "mining.set_extranonce";
 constexpr std::string_view kNiceHashProtocol = "EthereumStratum/1.0.0";
 constexpr std::string_view kInvalidUser = "Invalid user provided";
+constexpr char kRefusedWithoutReason[] = "The pool refuses the login";
 constexpr std::int32_t kUnknownLoginMethod = -3;
 
 // Null: not a list, or too short.
 const JsonValue* Element(const JsonValue* list, rapidjson::SizeType index) {
     return list != nullptr && list->IsArray() && list->Size() > index ? &(*list)[index] : nullptr;
+}
+
+// A number, or one that the pool wrote as a text.
+std::optional<double> NumberOf(const JsonValue& value) {
+    if (value.IsNumber()) return value.GetDouble();
+    if (!value.IsString()) return std::nullopt;
+    const std::string_view text = JsonText(value);
+    double number = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
 void Increment(std::uint64_t& counter) {
@@ -28,20 +43,30 @@ void Increment(std::uint64_t& counter) {
 }  // namespace
 
 void CStratumSession::LineReceived(std::string_view line) {
-    if (!m_message->Parse(line)) return;
+    m_lastLine = m_clock.Monotonic();
+    if (!m_message->Parse(line)) {
+        LogOnce("A line that is no JSON object is ignored");
+        return;
+    }
     const CStratumMessage& message = *m_message;
     PoolError error;
     if (const JsonValue* const value = message.Error()) error = ParsePoolError(*value, m_clock.UtcNow());
     std::string_view method = message.Method();
     switch (message.Id()) {
         case kIdNone:
-            if (method.empty()) method = kNotify;  // eth-proxy pools push work as a reply to nothing
+            if (!method.empty()) break;
+            // A pool that could not even read the login answers to nothing.
+            if (error.code != 0 && m_subscribeSent != 0) {
+                SubscribeReply(message, error);
+            } else {
+                method = kNotify;  // eth-proxy pools push work as a reply to nothing
+            }
             break;
         case kIdSubscribe:
             SubscribeReply(message, error);
             break;
         case kIdAuthorize:
-            if (ActiveMode() != ProtocolMode::EthProxy) m_ready = true;  // a refusal takes the way of every pool error
+            if (ActiveMode() != ProtocolMode::EthProxy) AuthorizeReply(message, error);
             break;
         case kIdExtranonceSubscribe:
         case kIdReserved:
@@ -56,33 +81,79 @@ void CStratumSession::LineReceived(std::string_view line) {
             ShareReply(message, error);
             break;
     }
-    if (method.empty()) {
-        HandlePoolError(error);
-    } else {
-        HandleMethod(method, message);
-    }
+    const bool isWork = !method.empty() && HandleMethod(method, message);
+    if (!isWork && (method.empty() || message.Method().empty())) HandlePoolError(error);
 }
 
 void CStratumSession::SubscribeReply(const CStratumMessage& message, PoolError& error) {
-    if (error.code != 0) {
-        m_output.LogText("Subscribe failed. Protocol-Mode was = " + std::to_string(ModeNumber(m_triedMode)));
+    const bool isAwaited = std::exchange(m_subscribeSent, 0) != 0;
+    if (error.code != 0 || message.IsResultFalse()) {
+        m_output.LogText("Subscribe failed. Protocol-Mode was = " + std::to_string(ModeNumber(m_access.Mode())));
+        if (isAwaited) RefuseLogin(error);
         if (error.code == kUnknownLoginMethod) error = {};
         return;
     }
     DetectNiceHash(message);
-    SetActiveMode(m_triedMode);
-    ClearTarget();
+    m_access.LoggedIn();
+    SetActiveMode(m_access.Mode());
+    // A difficulty that came on this connection before the answer holds.
+    if (!m_difficultyHere) ClearTarget();
     PostWork(QV_MSG_LOGGED_IN);
-    if (m_triedMode == ProtocolMode::EthProxy) {
-        m_ready = true;
+    if (m_access.Mode() == ProtocolMode::EthProxy) {
+        BecomeReady();
         m_output.SendText(GetWorkRequest());
         return;
     }
-    if (m_triedMode == ProtocolMode::NiceHash) {
-        if (FillExtranonce(Element(message.Result(), 1), m_block)) AnnounceExtranonce();
+    if (m_access.Mode() == ProtocolMode::NiceHash) {
+        TakeExtranonce(message);
         m_output.SendText(ExtranonceSubscribeRequest());
     }
-    m_output.SendText(AuthorizeRequest(m_triedMode, Login()));
+    m_authorizeSent = m_clock.Monotonic();
+    m_output.SendText(AuthorizeRequest(m_access.Mode(), Login()));
+}
+
+void CStratumSession::AuthorizeReply(const CStratumMessage& message, PoolError& error) {
+    m_authorizeSent = 0;
+    if (error.code == 0 && !message.IsResultFalse()) {
+        BecomeReady();
+    } else if (m_isConnected && message.Method().empty()) {
+        RefuseLogin(error);
+    }
+}
+
+// Ends the connection, to try again with the next protocol mode or on the next pool.
+void CStratumSession::RefuseLogin(PoolError& error) {
+    if (error.code == 0) {
+        error.code = CodeNumber(TroubleCode::LoginRefused);
+        error.time = m_clock.UtcNow();
+        CopyToField(std::string_view(kRefusedWithoutReason), error.text);
+        Drop(TroubleCode::LoginRefused, kRefusedWithoutReason);
+    } else {
+        Drop(TroubleCode::LoginRefused, std::string("Login refused: ") + error.text);
+    }
+    m_loginError = error.time;
+}
+
+void CStratumSession::BecomeReady() {
+    m_ready = true;
+    m_readySince = m_clock.Monotonic();
+    if (m_jobHere) {
+        BeginWork();
+    } else {
+        SetPhase(ConnectionPhase::WaitingForJob);
+    }
+}
+
+// The session is ready and has a job.
+void CStratumSession::BeginWork() {
+    m_access.JobCame(m_clock.Monotonic());
+    SetPhase(ConnectionPhase::Working);
+    // What was said while the right protocol mode was looked for is of no interest any more.
+    if (m_loginPool && m_loginError.IsSet() && m_loginPool->lastError.Get().time == m_loginError)
+        m_loginPool->lastError.Set({});
+    m_loginError = {};
+    m_sharesMayGo = true;
+    ReleaseShares();
 }
 
 void CStratumSession::DetectNiceHash(const CStratumMessage& message) {
@@ -90,13 +161,15 @@ void CStratumSession::DetectNiceHash(const CStratumMessage& message) {
     const JsonValue* const protocol = Element(subscription, 2);
     if (protocol == nullptr || subscription->Size() != 3 || !protocol->IsString()) return;
     if (!EqualIgnoringCase(JsonText(*protocol), kNiceHashProtocol)) return;
-    m_triedMode = ProtocolMode::NiceHash;
-    m_output.LogText("Nicehash protocol detected. Change to Protocol-Mode = " + std::to_string(ModeNumber(m_triedMode)));
+    m_access.Detected(ProtocolMode::NiceHash);
+    m_output.LogText("Nicehash protocol detected. Change to Protocol-Mode = " +
+                     std::to_string(ModeNumber(ProtocolMode::NiceHash)));
 }
 
 void CStratumSession::ShareReply(const CStratumMessage& message, PoolError& error) {
     // A request of the pool's that happens to have such an id answers nothing.
     if (!message.Method().empty() && message.Result() == nullptr) return;
+    m_shares.Answered(message.Id());
     const std::int32_t gpu = static_cast<std::int32_t>(message.Id() >> 16) - 1;
     CMiningStatistics* const statistics = gpu >= 0 ? m_host.FindStatistics(gpu) : nullptr;
     if (statistics == nullptr) return;
@@ -107,40 +180,48 @@ void CStratumSession::ShareReply(const CStratumMessage& message, PoolError& erro
     ++(isAccepted ? m_accepted : m_rejected);
 }
 
-// "mining.set_target" and "client.reconnect" are known and ignored, like every other method.
-void CStratumSession::HandleMethod(std::string_view method, const CStratumMessage& message) {
-    if (EqualIgnoringCase(method, kNotify)) {
-        HandleJob(message);
-    } else if (EqualIgnoringCase(method, kSetDifficulty)) {
-        HandleDifficulty(message);
-    } else if (EqualIgnoringCase(method, kSetExtranonce)) {
-        if (FillExtranonce(Element(message.Params(), 0), m_block)) AnnounceExtranonce();
-    }
+// True: it brought a job. "mining.set_target" and "client.reconnect" are known and ignored, like every other method.
+bool CStratumSession::HandleMethod(std::string_view method, const CStratumMessage& message) {
+    if (EqualIgnoringCase(method, kNotify)) return HandleJob(message);
+    if (EqualIgnoringCase(method, kSetDifficulty)) HandleDifficulty(message);
+    if (EqualIgnoringCase(method, kSetExtranonce)) TakeExtranonce(message);
+    return false;
 }
 
-void CStratumSession::HandleJob(const CStratumMessage& message) {
+bool CStratumSession::HandleJob(const CStratumMessage& message) {
     const JsonValue* const params = message.Params() != nullptr ? message.Params() : message.Result();
-    if (!FillJob(params, m_block)) return;
+    if (!FillJob(params, m_block)) {
+        if (params != nullptr && params->IsArray()) LogOnce("A job without an id is ignored");
+        return false;
+    }
     m_hasJob = m_block.jobId[0] != '\0';
     PostWork(QV_MSG_NEW_JOB);
     m_currentJob.Set(m_block.jobId, m_clock.UtcNow());
+    if (!std::exchange(m_jobHere, true) && m_ready) BeginWork();
+    return true;
 }
 
 void CStratumSession::HandleDifficulty(const CStratumMessage& message) {
     const JsonValue* const value = Element(message.Params(), 0);
-    if (value == nullptr || !value->IsNumber()) return;
-    const double difficulty = value->GetDouble();
-    if (difficulty == m_difficulty) return;
-    if (!(difficulty > 0.0)) {
-        m_output.LogText("Difficulty ignored: it is not above 0");
+    const std::optional<double> difficulty = value != nullptr ? NumberOf(*value) : std::nullopt;
+    if (!difficulty || !(*difficulty > 0.0)) {
+        LogOnce("Difficulty ignored: it is no number above 0");
         return;
     }
-    m_difficulty = difficulty;
-    DifficultyToTarget(difficulty, m_block.target);
+    m_difficultyHere = true;
+    if (*difficulty == m_difficulty) return;
+    m_difficulty = *difficulty;
+    DifficultyToTarget(*difficulty, m_block.target);
     PostWork(QV_MSG_NEW_TARGET);
 }
 
-void CStratumSession::AnnounceExtranonce() {
+// From a notification, or from the answer to the subscribe.
+void CStratumSession::TakeExtranonce(const CStratumMessage& message) {
+    const std::string before = m_block.extranonce;
+    const bool isNotification = !message.Method().empty();
+    if (!FillExtranonce(isNotification ? Element(message.Params(), 0) : Element(message.Result(), 1), m_block)) return;
+    // A share that was found with another extranonce is none for this connection.
+    if (before != m_block.extranonce) CountStale(m_shares.ExpireAll());
     m_hasExtranonce = m_block.extranonce[0] != '\0';
     PostWork(QV_MSG_NEW_EXTRANONCE);
 }
@@ -150,5 +231,5 @@ void CStratumSession::HandlePoolError(const PoolError& error) {
     if (m_loginPool) m_loginPool->lastError.Set(error);
     m_host.PoolErrorHappened(error);
     // "Method not found" and the like are recorded, no more: the pool lacks something that mining can do without.
-    if (EqualIgnoringCase(error.text, kInvalidUser)) m_host.RequestStopMining();
+    if (EqualIgnoringCase(error.text, kInvalidUser)) m_host.RequestStopMining(error.text);
 }

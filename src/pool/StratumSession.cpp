@@ -2,15 +2,27 @@
 #include <algorithm>
 #include <iterator>
 #include <utility>
+#include "common/CodePage.h"
 #include "pool/ClientId.h"
 #include "pool/StratumMessage.h"
 #include "pool/WorkBlock.h"
 
 namespace {
 
-constexpr std::uint32_t kConnectErrorsBeforeSwitch = 4;
-constexpr std::uint32_t kDisconnectsBeforeSwitch = 4;
-constexpr TimeSpan kDisconnectMemory = 2 * kTicksPerMinute;
+constexpr std::uint32_t kTickMilliseconds = 1000;
+constexpr std::uint32_t kNoTick = 0xFFFFFFFF;
+
+// Windows Sockets codes, which this portable code gets from the transport and gives back to it.
+constexpr std::uint32_t kAccessDenied = 10013;
+constexpr std::uint32_t kNetworkDown = 10050;
+constexpr std::uint32_t kNetworkUnreachable = 10051;
+constexpr std::uint32_t kConnectionAborted = 10053;
+constexpr std::uint32_t kNotConnected = 10057;
+constexpr std::uint32_t kTimedOut = 10060;
+constexpr std::uint32_t kConnectionRefused = 10061;
+constexpr std::uint32_t kHostUnreachable = 10065;
+constexpr std::uint32_t kFirstResolverCode = 11001;
+constexpr std::uint32_t kLastResolverCode = 11004;
 
 // Algorithms whose pools never speak eth-proxy.
 constexpr bool StartsPlain(std::int32_t algorithm) {
@@ -21,6 +33,35 @@ constexpr bool StartsPlain(std::int32_t algorithm) {
 template <typename T>
 T LoadWord(const T& word) {
     return std::atomic_ref(const_cast<T&>(word)).load(std::memory_order_acquire);
+}
+
+void StoreText(const wchar_t*& word, const wchar_t* text) {
+    std::atomic_ref(word).store(text, std::memory_order_release);
+}
+
+std::uint32_t Milliseconds(TimeSpan span) {
+    return static_cast<std::uint32_t>(std::max<TimeSpan>(span + kTicksPerMillisecond - 1, 0) / kTicksPerMillisecond);
+}
+
+// Why no connection came about.
+ConnectionFailure FailureOf(std::string_view text, std::uint32_t code, const std::wstring& host) {
+    if (code >= kFirstResolverCode && code <= kLastResolverCode) {
+        return {TroubleCode::HostNotFound, "Host not found: " + WideToNarrow(host)};
+    }
+    switch (code) {
+        case kConnectionRefused:
+            return {TroubleCode::NotConnected, "Connection refused"};
+        case kTimedOut:
+            return {TroubleCode::NotConnected, "The server does not answer"};
+        case kNetworkDown:
+        case kNetworkUnreachable:
+        case kHostUnreachable:
+            return {TroubleCode::NotConnected, "No route to the server"};
+        case kAccessDenied:
+            return {TroubleCode::NotConnected, "This PC does not allow the connection (a firewall?)"};
+        default:
+            return {TroubleCode::NotConnected, std::string(text) + " (" + std::to_string(code) + ")"};
+    }
 }
 
 }  // namespace
@@ -36,7 +77,7 @@ CStratumSession::CStratumSession(StratumKind kind, IStratumHost& host, IStratumO
     ClearWork(m_block);
     SetActiveMode(ProtocolMode::None);
     m_block.prefixFlag = 1;
-    m_block.workerName = m_block.walletUser = m_block.password = L"";
+    m_block.workerName = m_block.walletUser = m_block.password = L"";  // nobody else knows the block yet
     m_block.session = backPointer;
 }
 
@@ -46,77 +87,222 @@ void CStratumSession::SetPools(std::vector<PoolPointer> pools) {
     // The earlier pools live until the work block has let go of them.
     const std::vector<PoolPointer> earlier = std::exchange(m_pools, std::move(pools));
     m_poolIndex = 0;
+    std::vector<ProtocolMode> firstModes;
+    for (const PoolPointer& pool : m_pools)
+        firstModes.push_back(StartsPlain(pool->Algo) ? ProtocolMode::Plain : ProtocolMode::EthProxy);
+    m_access.SetPools(firstModes, m_clock.Monotonic());
+    {
+        const std::lock_guard lock(m_statusLock);
+        m_status.poolFailures.assign(m_pools.size(), {});
+    }
     Reset();
 }
 
 void CStratumSession::Reset() {
     m_ready = false;
-    m_connectErrors = 0;
+    m_sharesMayGo = false;
+    m_isConnected = false;
     ClearWork(m_block);
     m_currentJob.Clear();
     m_hasJob = false;
     m_hasExtranonce = false;
     ClearTarget();
     SetActiveMode(ProtocolMode::None);
-    m_triedMode = ProtocolMode::EthProxy;
+    m_access.TakePool(m_poolIndex, m_clock.Monotonic());
+    SetPhase(ConnectionPhase::Idle);
 
     const PoolPointer pool = CurrentPool();
-    m_block.walletUser = pool ? pool->WalletUser : L"";
-    m_block.password = pool ? pool->Password : L"";
+    StoreText(m_block.walletUser, pool ? pool->WalletUser : L"");
+    StoreText(m_block.password, pool ? pool->Password : L"");
     m_loginPool = pool;
+    m_loginIndex = m_poolIndex;
     TakeWorkerName();
     if (!pool) return;
     m_serverName.assign(std::begin(pool->Server), std::find(std::begin(pool->Server), std::end(pool->Server), L'\0'));
     m_serverName.resize(std::min(m_serverName.size(), m_serverName.find(L':')));
-    if (StartsPlain(pool->Algo)) m_triedMode = ProtocolMode::Plain;
+}
+
+// ---- The connection ------------------------------------------------------------------------------------------------------
+
+void CStratumSession::Resolving(std::string_view host) {
+    SetPhase(ConnectionPhase::Resolving, std::string(host));
+}
+
+void CStratumSession::Connecting(std::string_view address) {
+    SetPhase(ConnectionPhase::Connecting, std::string(address));
 }
 
 void CStratumSession::Connected() {
-    m_ready = false;
-    m_connectErrors = 0;
-    const ddt_datetime now = m_clock.UtcNow();
-    if (now.ticks - m_lastConnect.ticks > kDisconnectMemory) {
-        m_lastConnect = now;
-        m_disconnects = 0;
-    }
+    const TimeSpan now = m_clock.Monotonic();
+    m_ready = m_sharesMayGo = false;
+    m_isConnected = true;
+    m_dropping = m_jobHere = m_difficultyHere = false;
+    m_lastRemark.clear();
+    m_shares.ForgetSent();
+    m_access.Connected(now);
+    m_subscribeSent = m_lastLine = now;
+    m_authorizeSent = m_readySince = 0;
+    SetPhase(ConnectionPhase::LoggingIn);
     TakeWorkerName();
-    m_output.SendText(SubscribeRequest(m_triedMode, Login()));
+    m_output.SendText(SubscribeRequest(m_access.Mode(), Login()));
 }
 
 void CStratumSession::Disconnected() {
-    m_ready = false;
-    const bool isUnsettled = ActiveMode() == ProtocolMode::None;
-    if (isUnsettled && m_connectErrors == 0) {
-        // A developer's pool that does not work is no reason to stop the user's mining.
-        if (m_triedMode == ProtocolMode::Host && m_kind == StratumKind::User) m_host.RequestStopMining();
-        m_triedMode = NextMode(m_triedMode);
-        return;
-    }
-    // Where there is a backup pool the loss was reported as a connect error before. It counts towards the change of pools
-    // then, and the next login on this pool tries another mode all the same.
-    if (isUnsettled) m_triedMode = NextMode(m_triedMode);
-    m_output.LogText("Disconnected");
-    if (++m_disconnects < kDisconnectsBeforeSwitch) return;
-    m_disconnects = 0;
-    SwitchPool();
+    m_ready = m_sharesMayGo = false;
+    if (!std::exchange(m_isConnected, false)) return;
+    // Trying the modes on the only pool is no loss that anybody has to read of.
+    const bool isDiscovery = ActiveMode() == ProtocolMode::None && m_pools.size() < 2;
+    if (!isDiscovery) m_output.LogText("Disconnected");
+    CarryOut(m_access.ConnectionLost(m_clock.Monotonic()));
 }
 
 void CStratumSession::Closed() {
-    m_ready = false;
+    m_ready = m_sharesMayGo = false;
+    m_isConnected = false;
+    CountStale(m_shares.ExpireAll());
+    SetPhase(ConnectionPhase::Idle);
 }
 
 void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
     m_output.LogText("Connect error: " + std::string(text) + "(" + std::to_string(static_cast<std::int32_t>(code)) + ")");
-    if (m_pools.size() < 2) return;
-    // Only the fourth: the count goes on until a connection or a reset clears it.
-    if (++m_connectErrors == kConnectErrorsBeforeSwitch) SwitchPool();
+    if (!m_isConnected) {
+        ConnectionFailure failure = FailureOf(text, code, m_serverName);
+        SetFailure(failure.code, std::move(failure.text));
+        CarryOut(m_access.ConnectFailed(m_clock.Monotonic()));
+        return;
+    }
+    if (m_dropping) return;
+    const char* const when = m_sharesMayGo       ? "Connection lost"
+                             : m_subscribeSent != 0 ? "The pool closed the connection before the login"
+                                                    : "The pool closed the connection after the login";
+    SetFailure(TroubleCode::ConnectionLost, when);
 }
 
-void CStratumSession::SwitchPool() {
-    const std::uint32_t next = m_poolIndex + 1;
-    m_poolIndex = next < m_pools.size() ? next : 0;
-    m_output.PostPoolSwitch();
+void CStratumSession::CarryOut(const CPoolAccess::Verdict& verdict) {
+    if (verdict.changePool) {
+        const std::uint32_t next = m_poolIndex + 1;
+        m_poolIndex = next < m_pools.size() ? next : 0;
+        m_output.PostPoolSwitch();
+    }
+    // A developer's pool that does not work is no reason to stop the user's mining.
+    if (verdict.giveUp && m_kind == StratumKind::User) {
+        m_host.RequestStopMining("No protocol mode works with this pool: mining was stopped");
+    }
 }
+
+std::uint32_t CStratumSession::RetryDelay() {
+    const TimeSpan now = m_clock.Monotonic();
+    const TimeSpan due = m_access.NextAttempt();
+    CountStale(m_shares.Expire(now));
+    if (due <= now) return 0;
+    m_output.LogText("Trying again in " + std::to_string((due - now + kTicksPerSecond - 1) / kTicksPerSecond) + " s (" +
+                     std::to_string(m_access.Failures()) + " in a row failed)");
+    SetPhase(ConnectionPhase::TryingAgain);
+    const std::lock_guard lock(m_statusLock);
+    m_status.retryAt = due;
+    return Milliseconds(due - now);
+}
+
+std::uint32_t CStratumSession::Tick() {
+    if (!m_isConnected) return kNoTick;
+    const TimeSpan now = m_clock.Monotonic();
+    CountStale(m_shares.Expire(now));
+    if (!m_dropping) CheckDeadlines(now);
+    return kTickMilliseconds;
+}
+
+void CStratumSession::CheckDeadlines(TimeSpan now) {
+    const auto isOver = [now](TimeSpan since, TimeSpan limit) { return since != 0 && now - since >= limit; };
+    if (isOver(m_subscribeSent, kSubscribeTime) || isOver(m_authorizeSent, kAuthorizeTime)) {
+        Drop(TroubleCode::NoLoginAnswer, "No answer to the login");
+    } else if (!m_jobHere && isOver(m_readySince, kJobTime)) {
+        Drop(TroubleCode::NoJob, "No job for " + std::to_string(kJobTime / kTicksPerMinute) + " minutes");
+    } else if (isOver(m_lastLine, kSilenceTime)) {
+        Drop(TroubleCode::PoolSilent,
+             "The pool has been silent for " + std::to_string(kSilenceTime / kTicksPerMinute) + " minutes");
+    } else if (m_shares.AreUnanswered(now)) {
+        Drop(TroubleCode::SharesUnanswered, "The pool does not answer shares");
+    }
+}
+
+void CStratumSession::Drop(TroubleCode code, const std::string& text) {
+    if (m_dropping || !m_isConnected) return;
+    m_dropping = true;
+    m_ready = m_sharesMayGo = false;
+    SetFailure(code, text);
+    m_output.DropConnection(text, code == TroubleCode::LoginRefused ? kConnectionAborted : kTimedOut);
+}
+
+// ---- What others see -----------------------------------------------------------------------------------------------------
+
+ConnectionStatus CStratumSession::Status() const {
+    const std::lock_guard lock(m_statusLock);
+    return m_status;
+}
+
+void CStratumSession::SetPhase(ConnectionPhase phase, std::string target) {
+    const TimeSpan now = m_clock.Monotonic();
+    const std::lock_guard lock(m_statusLock);
+    if (m_status.phase != phase) m_status.since = now;
+    m_status.phase = phase;
+    m_status.mode = m_access.Mode();
+    m_status.failures = m_access.Failures();
+    if (phase == ConnectionPhase::Resolving || phase == ConnectionPhase::Connecting) m_status.target = std::move(target);
+    if (phase == ConnectionPhase::Working) m_status.poolFailures.assign(m_status.poolFailures.size(), {});
+}
+
+void CStratumSession::SetFailure(TroubleCode code, std::string text) {
+    const std::lock_guard lock(m_statusLock);
+    if (m_loginIndex < m_status.poolFailures.size()) m_status.poolFailures[m_loginIndex] = {code, std::move(text)};
+}
+
+void CStratumSession::LogOnce(const std::string& text) {
+    if (text == m_lastRemark) return;
+    m_lastRemark = text;
+    m_output.LogText(text);
+}
+
+// ---- Shares --------------------------------------------------------------------------------------------------------------
+
+std::uint32_t CStratumSession::SubmitShare(std::string_view request) {
+    const TimeSpan now = m_clock.Monotonic();
+    const std::uint32_t id = CShareDesk::RequestId(request);
+    if (m_sharesMayGo) {
+        m_shares.Sent(id, now);
+        if (m_output.SendText(request) == 0) return 0;
+        m_shares.Answered(id);
+    }
+    if (!m_shares.Hold(request, now)) {
+        CountStale({CShareDesk::GpuOf(id)});
+        return kNotConnected;
+    }
+    // The login may have been completed meanwhile.
+    if (m_sharesMayGo) ReleaseShares();
+    return 0;
+}
+
+void CStratumSession::ReleaseShares() {
+    if (!m_shares.HoldsAny()) return;
+    const TimeSpan now = m_clock.Monotonic();
+    for (const std::string& request : m_shares.TakeSendable(m_currentJob.Get().id, now)) {
+        const std::uint32_t id = CShareDesk::RequestId(request);
+        m_shares.Sent(id, now);
+        if (m_output.SendText(request) == 0) continue;
+        m_shares.Answered(id);
+        CountStale({CShareDesk::GpuOf(id)});
+    }
+}
+
+void CStratumSession::CountStale(const std::vector<std::int32_t>& gpus) {
+    if (gpus.empty()) return;
+    m_output.LogText(std::to_string(gpus.size()) + " share(s) held back could not be sent in time; counted as stale");
+    for (const std::int32_t gpu : gpus) {
+        CMiningStatistics* const statistics = gpu >= 0 ? m_host.FindStatistics(gpu) : nullptr;
+        if (statistics != nullptr) std::atomic_ref(statistics->stale).fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+// ---- The plug-in's work --------------------------------------------------------------------------------------------------
 
 void CStratumSession::Activate() {
     // The I/O thread writes the block, marks what it wrote and only then takes this lock to announce it. So a job either was

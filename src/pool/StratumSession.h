@@ -8,8 +8,11 @@
 #include <vector>
 #include "common/Clock.h"
 #include "config/MinerConfiguration.h"
+#include "pool/ConnectionStatus.h"
 #include "pool/CurrentJob.h"
+#include "pool/PoolAccess.h"
 #include "pool/ProtocolMode.h"
+#include "pool/ShareDesk.h"
 #include "pool/StratumHost.h"
 #include "pool/StratumOutput.h"
 #include "pool/StratumRequests.h"
@@ -17,7 +20,14 @@
 
 class CStratumMessage;
 
-enum class StratumKind : std::int32_t { User = 1, Fee = 2 };
+// Probe: finds out whether a pool gives work; never feeds the plug-in and has no say in whether mining goes on.
+enum class StratumKind : std::int32_t { User = 1, Fee = 2, Probe = 3 };
+
+// Deadlines of a connection, on the monotonic clock.
+inline constexpr TimeSpan kSubscribeTime = 10 * kTicksPerSecond;  // until the subscribe is answered
+inline constexpr TimeSpan kAuthorizeTime = 30 * kTicksPerSecond;  // until the authorisation is answered
+inline constexpr TimeSpan kJobTime = 120 * kTicksPerSecond;       // from the login until the first job
+inline constexpr TimeSpan kSilenceTime = 10 * kTicksPerMinute;    // without any line
 
 // How the pool answered this session's shares.
 struct AnswerCounts {
@@ -44,6 +54,8 @@ class CStratumSession {
     void Reset();
 
     // Events.
+    void Resolving(std::string_view host);
+    void Connecting(std::string_view address);
     void Connected();
     void Disconnected();
     // The connection was ended from this side: no trouble of the pool's.
@@ -52,6 +64,15 @@ class CStratumSession {
     void ConnectError(std::string_view text, std::uint32_t code);
     // One line of the pool; a NUL stands behind it.
     void LineReceived(std::string_view line);
+    // Does what is due while there is a connection; in how many milliseconds it is to be called again at the latest.
+    std::uint32_t Tick();
+    // How many milliseconds to wait before the next attempt to connect. Between connections.
+    std::uint32_t RetryDelay();
+
+    // A share of the plug-in's; any thread. Goes out at once while the session is ready and has a job; otherwise it is held
+    // for a moment, for the pool to give its job again, and else counted as stale. 0, or why it could be neither sent nor
+    // held.
+    std::uint32_t SubmitShare(std::string_view request);
 
     // Becomes the plug-in's work source and replays its whole state.
     void Activate();
@@ -68,6 +89,7 @@ class CStratumSession {
     ProtocolMode ActiveMode() const;
     StratumKind Kind() const { return m_kind; }
     const StratumWorkBlock& WorkBlock() const { return m_block; }
+    ConnectionStatus Status() const;
 
     std::uint32_t PoolIndex() const { return m_poolIndex; }
     void SetPoolIndex(std::uint32_t index) { m_poolIndex = index; }
@@ -75,18 +97,30 @@ class CStratumSession {
     PoolPointer CurrentPool() const;
 
   private:
-    // Replies and notifications, by id and by method.
+    // Replies and notifications, by id and by method (StratumReplies.cpp).
     void SubscribeReply(const CStratumMessage& message, PoolError& error);
+    void AuthorizeReply(const CStratumMessage& message, PoolError& error);
     void DetectNiceHash(const CStratumMessage& message);
     void ShareReply(const CStratumMessage& message, PoolError& error);
-    void HandleMethod(std::string_view method, const CStratumMessage& message);
-    void HandleJob(const CStratumMessage& message);
+    bool HandleMethod(std::string_view method, const CStratumMessage& message);
+    bool HandleJob(const CStratumMessage& message);
     void HandleDifficulty(const CStratumMessage& message);
-    void AnnounceExtranonce();
+    void TakeExtranonce(const CStratumMessage& message);
     void HandlePoolError(const PoolError& error);
+    void RefuseLogin(PoolError& error);
+
+    void CheckDeadlines(TimeSpan now);
+    void Drop(TroubleCode code, const std::string& text);
+    void CarryOut(const CPoolAccess::Verdict& verdict);
+    void BecomeReady();
+    void BeginWork();
+    void ReleaseShares();
+    void CountStale(const std::vector<std::int32_t>& gpus);
+    void SetPhase(ConnectionPhase phase, std::string target = {});
+    void SetFailure(TroubleCode code, std::string text);
+    void LogOnce(const std::string& text);
 
     void PostWork(unsigned message);
-    void SwitchPool();
     void ClearTarget();
     void SetActiveMode(ProtocolMode mode);
     LoginFields Login() const;
@@ -101,17 +135,30 @@ class CStratumSession {
 
     // Changed only while no connection runs.
     std::vector<PoolPointer> m_pools;
-    PoolPointer m_loginPool;    // the pool of this connection, whatever the index says meanwhile; may be null
+    PoolPointer m_loginPool;  // the pool of this connection, whatever the index says meanwhile; may be null
+    std::uint32_t m_loginIndex = 0;
     std::wstring m_serverName;  // its host, without port
     // Every text whose address was ever in the work block; plug-ins read them at any time.
     std::vector<std::unique_ptr<const std::wstring>> m_keptTexts;
 
     // Of the I/O thread, and of Reset.
     std::unique_ptr<CStratumMessage> m_message;
-    std::uint32_t m_connectErrors = 0;
-    std::uint32_t m_disconnects = 0;
-    ddt_datetime m_lastConnect;
-    ProtocolMode m_triedMode = ProtocolMode::EthProxy;
+    CPoolAccess m_access;
+    bool m_isConnected = false;
+    bool m_dropping = false;       // this side ends the connection; m_failure says why
+    TimeSpan m_subscribeSent = 0;  // monotonic, like the next; 0: not waited for
+    TimeSpan m_authorizeSent = 0;
+    TimeSpan m_readySince = 0;
+    TimeSpan m_lastLine = 0;
+    bool m_jobHere = false;  // of this connection
+    bool m_difficultyHere = false;
+    ddt_datetime m_loginError;  // of the latest refusal that was recorded as the pool's error
+    std::string m_lastRemark;   // not repeated line by line
+
+    CShareDesk m_shares;
+
+    mutable std::mutex m_statusLock;  // held for copies, and only when what it guards changes
+    ConnectionStatus m_status;
 
     // Orders the work messages of both threads; held for the posting alone, never for a callback that might wait.
     std::mutex m_postLock;
@@ -119,6 +166,7 @@ class CStratumSession {
 
     // Written by the I/O thread, read by others. hasJob and hasExtranonce follow the texts of the work block.
     std::atomic<bool> m_ready = false;
+    std::atomic<bool> m_sharesMayGo = false;  // ready, and the job is this connection's
     std::atomic<bool> m_hasJob = false;
     std::atomic<bool> m_hasExtranonce = false;
     std::atomic<bool> m_hashRateRefused = false;

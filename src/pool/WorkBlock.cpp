@@ -1,6 +1,8 @@
 #include "pool/WorkBlock.h"
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <charconv>
 #include <cstring>
 #include <span>
 #include "common/CodePage.h"
@@ -59,9 +61,17 @@ void ClearWork(StratumWorkBlock& block) {
 }
 
 bool FillJob(const JsonValue* list, StratumWorkBlock& block) {
-    if (list == nullptr || !list->IsArray() || list->Empty() || !(*list)[0].IsString()) return false;
+    if (list == nullptr || !list->IsArray() || list->Empty()) return false;
     const JsonValue& params = *list;
-    CopyToField(JsonText(params[0]), std::span<char>(block.jobId));
+    if (params[0].IsString()) {
+        CopyToField(JsonText(params[0]), std::span<char>(block.jobId));
+    } else if (params[0].IsUint64()) {
+        std::array<char, 20> digits;
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), params[0].GetUint64()).ptr;
+        CopyToField(std::string_view(digits.data(), end), std::span<char>(block.jobId));
+    } else {
+        return false;
+    }
     SetPrefixFlag(block);
     PointToBareJobId(block);
     FillSlots(params, 1, std::min<rapidjson::SizeType>(params.Size(), QV_PARAMETER_SLOTS), block.parameters);

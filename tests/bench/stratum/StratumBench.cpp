@@ -13,9 +13,10 @@ class CWorkCounter final : public IStratumHost, public IStratumOutput {
   public:
     CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
     void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override {}
+    void RequestStopMining(const std::string&) override {}
     std::wstring DefaultWorkerName() override { return L"rig"; }
-    void SendText(std::string_view) override {}
+    std::uint32_t SendText(std::string_view) override { return 0; }
+    void DropConnection(const std::string&, std::uint32_t) override {}
     void PostWork(unsigned message) override { jobs += message == QV_MSG_NEW_JOB ? 1 : 0; }
     void PostPoolSwitch() override {}
     void LogText(const std::string&) override {}

@@ -47,15 +47,19 @@ TEST(Activation, APausedSessionPostsNoWorkButFollowsThePool) {
     }
     EXPECT_STREQ(recorder.session.WorkBlock().jobId, "5");
     EXPECT_STREQ(recorder.session.WorkBlock().extranonce, "cd");
-    for (int loss = 0; loss < 4; ++loss)
+    for (int loss = 0; loss < 4; ++loss) {
+        recorder.session.Connected();
+        recorder.Line(R"({"id":1,"result":true})");
         recorder.session.Disconnected();
+    }
     EXPECT_EQ(recorder.Take().back(), "switch") << "pausing concerns work only";
 }
 
 // One session fed by its connection's thread while the manager's thread pauses and activates it.
 class CWorkCounter final : public CQuietHost, public IStratumOutput {
   public:
-    void SendText(std::string_view) override {}
+    std::uint32_t SendText(std::string_view) override { return 0; }
+    void DropConnection(const std::string&, std::uint32_t) override {}
     void PostWork(unsigned message) override {
         if (session.IsPaused() && message != QV_MSG_ACTIVATE) ++whilePaused;
         if (message == QV_MSG_NEW_JOB) announced = std::atoi(session.WorkBlock().jobId);

@@ -1,5 +1,6 @@
 // What a session does about connections that fail.
 #include <gtest/gtest.h>
+#include <algorithm>
 #include "SessionRecorder.h"
 
 namespace {
@@ -13,6 +14,7 @@ class Failover : public ::testing::Test {
     Events LoginAndLoss() {
         session.Connected();
         recorder.Line(R"({"id":1,"result":true,"error":null})");
+        recorder.Line(R"({"id":4,"result":["0x1"]})");
         session.Disconnected();
         return recorder.Take();
     }
@@ -31,8 +33,8 @@ TEST_F(Failover, TheFourthConnectErrorInARowSwitchesOnceUntilTheCountIsCleared) 
     EXPECT_EQ(recorder.Take(), Events(10, line)) << "there is no other pool";
     UsePools(2);
     for (int round = 0; round < 3; ++round) {
-        session.Connected();
-        FailToConnect(3);
+        LoginAndLoss();
+        FailToConnect(2);
     }
     EXPECT_EQ(session.PoolIndex(), 0u) << "a connection clears the count";
     recorder.Take();
@@ -50,6 +52,7 @@ TEST_F(Failover, TheFourthDisconnectSwitchesAndCountsAnew) {
         UsePools(pools);
         for (int loss = 1; loss <= 8; ++loss) {
             EXPECT_EQ(LoginAndLoss(), loss % 4 == 0 ? (Events{"log Disconnected", "switch"}) : Events{"log Disconnected"});
+            if (loss % 4 == 0) session.Reset();  // as the manager does
         }
         EXPECT_EQ(session.PoolIndex(), 2 % pools);
         recorder.clock.now.ticks += kTicksPerDay;
@@ -70,38 +73,147 @@ TEST_F(Failover, DisconnectsAreForgottenByAConnectionAfterTwoMinutes) {
 }
 
 // With a backup pool the transport reports each loss as a connect error first.
-TEST_F(Failover, LossesBeforeTheLoginTryTheModesAndThenTheOtherPoolOrStopMining) {
-    const char* const methods[] = {"eth_submitLogin", "\"params\":[]", "EthereumStratum", "null,\"pool.example\"", "null"};
-    for (const std::uint32_t pools : {1u, 2u}) {
-        UsePools(pools);
-        session.Reset();
-        for (int loss = 0; loss < (pools == 1 ? 5 : 4); ++loss) {
-            session.Connected();
-            EXPECT_NE(recorder.Take().back().find(methods[loss]), std::string::npos) << loss;
-            Events expected;
-            if (pools == 2) {
-                session.ConnectError("Connection lost", 0);
-                expected = {"log Connect error: Connection lost(0)", "log Disconnected"};
-            }
-            session.Disconnected();
-            if (loss >= 3) expected.emplace_back(pools == 1 ? "stop-mining" : "switch");
-            EXPECT_EQ(recorder.Take(), expected) << loss;
+TEST_F(Failover, LossesBeforeTheLoginTryTheModesAndThenTheOtherPool) {
+    const char* const methods[] = {"eth_submitLogin", "\"params\":[]", "EthereumStratum", "null,\"pool.example\""};
+    UsePools(2);
+    for (int loss = 0; loss < 4; ++loss) {
+        session.Connected();
+        EXPECT_NE(recorder.Take().back().find(methods[loss]), std::string::npos) << loss;
+        session.ConnectError("Connection lost", 0);
+        session.Disconnected();
+        Events expected = {"log Connect error: Connection lost(0)", "log Disconnected"};
+        if (loss == 3) expected.emplace_back("switch");
+        EXPECT_EQ(recorder.Take(), expected) << loss;
+        if (loss < 3) {
+            EXPECT_EQ(session.RetryDelay(), 0u);
         }
-        EXPECT_EQ(session.PoolIndex(), pools - 1);
     }
+    EXPECT_EQ(session.PoolIndex(), 1u);
 }
 
-TEST_F(Failover, TheModeStaysOnceASubscribeHasSucceededUntilAReset) {
+// The first round of modes is quick; the second has pauses, and only after it, a minute after the first loss, mining stops.
+TEST_F(Failover, AnOnlyPoolThatSpeaksNoModeStopsMiningAfterASecondRound) {
+    UsePools(1);
+    const TimeSpan begin = recorder.clock.now.ticks;
+    std::vector<std::uint32_t> pauses;
+    for (int loss = 0; loss < 8; ++loss) {
+        session.Connected();
+        session.Disconnected();
+        const Events events = recorder.Take();
+        EXPECT_EQ(events.back() == "stop-mining", loss == 7) << loss;
+        pauses.push_back(session.RetryDelay());
+        recorder.Pass(pauses.back() * kTicksPerMillisecond);
+    }
+    EXPECT_EQ(pauses, (std::vector<std::uint32_t>{0, 0, 0, 5000, 10000, 20000, 30000, 30000}));
+    EXPECT_GE(recorder.clock.now.ticks - begin, kTicksPerMinute);
+    CSessionRecorder fee(StratumKind::Fee);
+    fee.UsePools({MakePool(1, L"pool.example")});
+    for (int loss = 0; loss < 40; ++loss) {
+        fee.session.Connected();
+        fee.session.Disconnected();
+        fee.Pass(30 * kTicksPerSecond);
+    }
+    const Events events = fee.Take();
+    EXPECT_EQ(std::count(events.begin(), events.end(), "stop-mining"), 0) << "the developer's pool has no say";
+}
+
+TEST_F(Failover, APoolThatHasSettledIsAskedInItsModeAgainAndNeverStopsMining) {
     UsePools(1);
     session.Connected();
     session.Disconnected();  // plain from here on
-    for (int loss = 0; loss < 3; ++loss)
-        EXPECT_EQ(LoginAndLoss(), Events{"log Disconnected"});
-    session.Connected();
-    EXPECT_NE(recorder.Take().back().find("\"params\":[]"), std::string::npos);
+    LoginAndLoss();
     session.Reset();
-    session.Connected();
-    EXPECT_NE(recorder.Take().back().find("eth_submitLogin"), std::string::npos);
+    int inItsMode = 0;
+    for (int loss = 0; loss < 40; ++loss) {
+        session.Connected();
+        const Events events = recorder.Take();
+        inItsMode += events.back().find("\"params\":[]") != std::string::npos ? 1 : 0;
+        session.Disconnected();
+        EXPECT_EQ(recorder.Take(), Events{});
+        recorder.Pass(30 * kTicksPerSecond);
+    }
+    EXPECT_GE(inItsMode, 30);
+}
+
+// What a pool that takes connections and never lets one last is asked.
+TEST_F(Failover, PausesGrowUntilAConnectionHasLasted) {
+    UsePools(1);
+    const auto lose = [&](bool withJob, TimeSpan after) {
+        session.Connected();
+        recorder.Line(R"({"id":1,"result":true})");
+        if (withJob) recorder.Line(R"({"id":4,"result":["0x1"]})");
+        recorder.Pass(after);
+        session.Disconnected();
+        const std::uint32_t pause = session.RetryDelay();
+        recorder.Pass(pause * kTicksPerMillisecond);
+        return pause / 1000;
+    };
+    for (const std::uint32_t pause : {1u, 2u, 3u, 5u, 10u, 20u, 30u, 30u, 30u})
+        EXPECT_EQ(lose(false, kTicksPerSecond), pause);
+    EXPECT_EQ(lose(true, 2 * kTicksPerMinute), 0u) << "at once after one that gave work";
+    EXPECT_EQ(lose(true, kTicksPerSecond), 1u) << "but not again and again";
+    session.ConnectError("Connect failed", 10061);
+    EXPECT_EQ(session.RetryDelay(), 2000u);
+}
+
+// A server that swallows everything holds the other pools up for less than a minute.
+TEST_F(Failover, ASlowPoolsTurnEndsByTime) {
+    UsePools(2);
+    const auto fail = [&] {
+        recorder.Pass(20 * kTicksPerSecond);
+        session.ConnectError("Connect timed out", 10060);
+        const Events events = recorder.Take();
+        return std::count(events.begin(), events.end(), "switch") != 0;
+    };
+    EXPECT_FALSE(fail());
+    EXPECT_TRUE(fail());
+    session.Reset();
+    EXPECT_FALSE(fail());
+    EXPECT_TRUE(fail());
+    session.Reset();
+    EXPECT_TRUE(fail()) << "once every pool has had its turn, each try is one";
+}
+
+struct Deadline {
+    std::vector<const char*> lines;
+    int shares;
+    TimeSpan limit;
+    const char* text;
+};
+
+TEST(Deadlines, EndAConnectionThatGivesNothing) {
+    const char* const login = R"({"id":1,"result":true})";
+    const char* const authorized = R"({"id":2,"result":true})";
+    const char* const job = R"({"method":"mining.notify","params":["1"]})";
+    const Deadline cases[] = {
+        {{}, 0, 10 * kTicksPerSecond, "drop No answer to the login"},
+        {{login}, 0, 30 * kTicksPerSecond, "drop No answer to the login"},
+        {{login, job}, 0, 30 * kTicksPerSecond, "drop No answer to the login"},
+        {{login, authorized}, 0, 2 * kTicksPerMinute, "drop No job for 2 minutes"},
+        {{login, authorized, job}, 2, 10 * kTicksPerMinute, "drop The pool has been silent for 10 minutes"},
+        {{login, authorized, job}, 3, kTicksPerMinute, "drop The pool does not answer shares"}};
+    for (const Deadline& c : cases) {
+        SCOPED_TRACE(std::string(c.text) + " after " + std::to_string(c.lines.size()) + " lines");
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example", 7)});
+        recorder.session.Connected();
+        for (const char* const line : c.lines)
+            recorder.Line(line);
+        for (int share = 0; share < c.shares; ++share)
+            recorder.session.SubmitShare("{\"id\":" + std::to_string(65536 + share) + "}\n");
+        recorder.Take();
+        recorder.Pass(c.limit - 1);
+        EXPECT_LE(recorder.session.Tick(), 1000u);
+        EXPECT_EQ(recorder.Take(), Events{});
+        recorder.Pass(1);
+        recorder.session.Tick();
+        EXPECT_EQ(recorder.Take(), Events{c.text});
+        recorder.session.Tick();
+        EXPECT_EQ(recorder.Take(), Events{}) << "told twice";
+        recorder.session.ConnectError("as dropped", 10060);
+        recorder.session.Disconnected();
+        EXPECT_EQ("drop " + recorder.session.Status().poolFailures[0].text, c.text);
+    }
 }
 
 TEST_F(Failover, AConnectionEndedFromThisSideIsNoTroubleOfThePool) {

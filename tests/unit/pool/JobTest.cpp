@@ -138,6 +138,18 @@ TEST_F(Job, ComesInEachShapeThatPoolsUse) {
     }
 }
 
+TEST_F(Job, NumbersInPlaceOfTextsAndTextsInPlaceOfNumbersAreUnderstood) {
+    EXPECT_EQ(Notify(R"([4711,"a"])"), Events{"post 2405"});
+    EXPECT_STREQ(block.jobId, "4711");
+    EXPECT_EQ(Difficulty("\"2\""), Events{"post 2406"});
+    EXPECT_EQ(recorder.session.Difficulty(), 2.0);
+    // A null counts as absent.
+    EXPECT_EQ(recorder.Line(R"({"id":0,"method":null,"params":null,"result":["0x5"]})"), Events{"post 2405"});
+    EXPECT_STREQ(block.jobId, "0x5");
+    EXPECT_EQ(recorder.Line(R"({"id":4,"result":null,"error":{"code":-1,"message":"Work not ready"}})"),
+              Events{"pool-error -1 -1 Work not ready"});
+}
+
 TEST_F(Job, ADifficultyGivesTheTarget) {
     const std::pair<const char*, std::string> cases[] = {
         {"1", "00000000ffff0000"},
@@ -165,16 +177,20 @@ TEST_F(Job, OnlyWhatIsValidOrAResetChangesTheBlock) {
     Difficulty("1");
     EXPECT_EQ(Call("set_extranonce", R"(["ab\u0000cd",4])"), Events{"post 2407"});
     const std::string target = HexText(block.target);
-    for (const char* const params : {"[]", "{}", "null", "\"x\"", "[5,\"a\"]", "[null]", "[[\"1\"]]", "{\"0\":\"x\"}"}) {
+    // Said once, however often it comes.
+    const std::string noJob = "log A job without an id is ignored";
+    const std::string noNumber = "log Difficulty ignored: it is no number above 0";
+    EXPECT_EQ(Notify("[null]"), Events{noJob});
+    for (const char* const params : {"[]", "{}", "null", "\"x\"", "[-5,\"a\"]", "[null]", "[[\"1\"]]", "{\"0\":\"x\"}"}) {
         EXPECT_EQ(Notify(params), Events{}) << params;
         EXPECT_EQ(Call("set_extranonce", params), Events{}) << params;
     }
-    for (const char* const value : {"1", "1.0", "", "null", "true", "\"2\"", "[2]", "{}", "1e400"})
+    EXPECT_EQ(Difficulty("0"), Events{noNumber});
+    for (const char* const value :
+         {"1", "1.0", "", "null", "true", "\"2x\"", "[2]", "{}", "-0.0", "-1", "-5e-324", "-9223372036854775808"})
         EXPECT_EQ(Difficulty(value), Events{}) << value;
-    for (const char* const value : {"0", "-0.0", "-1", "-5e-324", "-9223372036854775808"})
-        EXPECT_EQ(Difficulty(value), Events{"log Difficulty ignored: it is not above 0"}) << value;
-    EXPECT_EQ(recorder.Line(R"({"method":"mining.set_difficulty"})"), Events{});
-    EXPECT_EQ(recorder.Line(R"({"method":"mining.set_difficulty","result":[4]})"), Events{}) << "only a job may be a result";
+    EXPECT_EQ(Difficulty("1e400"), Events{"log A line that is no JSON object is ignored"});
+    EXPECT_EQ(recorder.Line(R"({"method":"mining.set_difficulty","result":[4]})"), Events{noNumber}) << "no result";
     EXPECT_EQ(Call("set_target", R"(["1","2"])"), Events{});
     EXPECT_STREQ(block.jobId, "77");
     EXPECT_STREQ(block.parameters[0], "a");

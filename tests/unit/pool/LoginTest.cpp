@@ -54,7 +54,7 @@ TEST(Login, EachModeHasItsConversationAndDetectsNiceHash) {
             EXPECT_STREQ(recorder.session.WorkBlock().extranonce, isNiceHash ? "080c" : "");
             EXPECT_EQ(recorder.session.WorkBlock().protocolMode, isNiceHash ? 2 : mode);
             EXPECT_EQ(recorder.session.IsReady(), mode == 0 && !isNiceHash);
-            EXPECT_EQ(recorder.Line(R"({"id":2,"result":false,"error":null})"), Events{});
+            EXPECT_EQ(recorder.Line(R"({"id":2,"result":true,"error":null})"), Events{});
             EXPECT_TRUE(recorder.session.IsReady());
         }
     }
@@ -81,19 +81,65 @@ TEST(Login, TheAlgorithmChoosesTheFirstMode) {
     }
 }
 
-TEST(Login, ARefusedSubscribeIsLoggedAndWaitsForThePool) {
-    CSessionRecorder recorder;
-    recorder.UsePools({MakePool(1, L"pool.example")});
-    recorder.session.Activate();
-    recorder.session.Connected();
-    const std::string logged = "log Subscribe failed. Protocol-Mode was = 0";
-    EXPECT_EQ(recorder.Line(R"({"id":1,"result":null,"error":[20,"Not supported",null]})"),
-              (Events{logged, "pool-error 20 -1 Not supported"}));
-    EXPECT_EQ(recorder.Line(R"({"id":1,"error":{"code":-3,"message":"Method not found"}})"), Events{logged});
-    EXPECT_EQ(recorder.session.ActiveMode(), ProtocolMode::None);
+// Each ends the connection from this side; the pool may keep it open. As public pools answer a login that they do not know,
+// or refuse.
+TEST(Login, ARefusalEndsTheConnection) {
+    const std::string subscribeFailed = "log Subscribe failed. Protocol-Mode was = 1";
+    const std::string own = std::to_string(CodeNumber(TroubleCode::LoginRefused));
+    struct Case {
+        const char* reply;
+        Events events;
+    };
+    const Case subscribes[] = {
+        {R"({"error":{"code":20,"message":"Unsupported request eth_submitLogin"},"id":1})",
+         {subscribeFailed, "drop Login refused: Unsupported request eth_submitLogin",
+          "pool-error 20 -1 Unsupported request eth_submitLogin"}},
+        {R"({"id":1,"result":null,"error":[20,"Unknown method",null]})",
+         {subscribeFailed, "drop Login refused: Unknown method", "pool-error 20 -1 Unknown method"}},
+        {R"({"id":1,"error":{"code":-3,"message":"Method not found"}})",
+         {subscribeFailed, "drop Login refused: Method not found"}},
+        {R"({"id":"1","result":false,"error":"Not here"})",
+         {subscribeFailed, "drop Login refused: Not here", "pool-error -1 -1 Not here"}},
+        {R"({"id":null,"error":{"code":-32700,"message":"Parse error"}})",
+         {subscribeFailed, "drop Login refused: Parse error", "pool-error -32700 -1 Parse error"}},
+        {R"({"id":1,"jsonrpc":"2.0","result":false})",
+         {subscribeFailed, "drop The pool refuses the login", "pool-error " + own + " -1 The pool refuses the login"}}};
+    for (const Case& c : subscribes) {
+        SCOPED_TRACE(c.reply);
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example", 7)});
+        recorder.session.Activate();
+        recorder.session.Connected();
+        EXPECT_EQ(recorder.Line(c.reply), c.events);
+        recorder.session.Disconnected();
+        recorder.session.Connected();
+        EXPECT_EQ(recorder.Take().back(), kSubscribe[2]) << "the next mode";
+        // The right mode makes up for what was said in the wrong one.
+        for (const char* const line :
+             {kNiceHashReply, R"({"id":2,"result":true})", R"({"method":"mining.notify","params":["1"]})"})
+            recorder.Line(line);
+        EXPECT_EQ(recorder.pools[0]->lastError.Get().code, 0);
+    }
+    const Case authorizations[] = {
+        {R"({"id":2,"result":false,"error":null})",
+         {"drop The pool refuses the login", "pool-error " + own + " -1 The pool refuses the login"}},
+        {R"({"id":2,"result":null,"error":[24,"Unauthorized worker",null]})",
+         {"drop Login refused: Unauthorized worker", "pool-error 24 -1 Unauthorized worker"}},
+        {R"({"id":"2","result":null,"error":"Invalid user provided"})",
+         {"drop Login refused: Invalid user provided", "pool-error -1 -1 Invalid user provided", "stop-mining"}}};
+    for (const Case& c : authorizations) {
+        SCOPED_TRACE(c.reply);
+        CSessionRecorder recorder;
+        recorder.UsePools({MakePool(1, L"pool.example", 7)});
+        recorder.session.Activate();
+        recorder.session.Connected();
+        recorder.Line(kAccepted);
+        EXPECT_EQ(recorder.Line(c.reply), c.events);
+        EXPECT_FALSE(recorder.session.IsReady());
+    }
 }
 
-TEST(Login, ASubscribeClearsTheTargetAndForgetsItsDifficulty) {
+TEST(Login, ASubscribeClearsTheTargetUnlessADifficultyCameBeforeItsAnswer) {
     CSessionRecorder recorder;
     recorder.LogIn(ProtocolMode::Plain);
     recorder.session.Activate();
@@ -104,6 +150,11 @@ TEST(Login, ASubscribeClearsTheTargetAndForgetsItsDifficulty) {
     recorder.Line(kAccepted);
     EXPECT_EQ(recorder.session.WorkBlock().target[4], 0);
     EXPECT_EQ(recorder.Line(difficulty), Events{"post 2406"});
+    EXPECT_EQ(recorder.session.WorkBlock().target[4], 0x7F);
+    recorder.session.Disconnected();
+    recorder.session.Connected();
+    recorder.Line(difficulty);
+    recorder.Line(kAccepted);
     EXPECT_EQ(recorder.session.WorkBlock().target[4], 0x7F);
 }
 

@@ -20,7 +20,7 @@ class CQuietHost : public IStratumHost {
   public:
     CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
     void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override {}
+    void RequestStopMining(const std::string&) override {}
     std::wstring DefaultWorkerName() override { return L"rig"; }
 };
 
@@ -34,7 +34,7 @@ inline std::string Join(std::initializer_list<std::string_view> parts) {
 PoolEntry MakePool(std::uint32_t id, const wchar_t* server, std::int32_t algorithm = 3);
 
 // The surroundings of a session, which write down what it does:
-//     "send <text>", "post <number>", "switch", "log <text>", "stop-mining", "pool-error <code> <GPU> <text>"
+//     "send <text>", "post <number>", "switch", "log <text>", "drop <text>", "stop-mining", "pool-error <code> <GPU> <text>"
 class CSessionRecorder final : public IStratumHost, public IStratumOutput {
   public:
     explicit CSessionRecorder(StratumKind kind = StratumKind::User) : session(kind, *this, *this, clock, this) {}
@@ -46,20 +46,26 @@ class CSessionRecorder final : public IStratumHost, public IStratumOutput {
     // As one pool, connected and with a login that has been accepted. What the session did is forgotten.
     void LogIn(ProtocolMode mode);
     void UsePools(const std::vector<PoolEntry>& entries);
+    void Pass(TimeSpan span) { clock.now.ticks += span; }
 
     CMiningStatistics* FindStatistics(std::int32_t cudaId) override {
         return gpus.contains(cudaId) ? &gpus[cudaId] : nullptr;
     }
     void PoolErrorHappened(const PoolError& error) override;
-    void RequestStopMining() override { m_events.emplace_back("stop-mining"); }
+    void RequestStopMining(const std::string&) override { m_events.emplace_back("stop-mining"); }
     std::wstring DefaultWorkerName() override { return workerName; }
 
-    void SendText(std::string_view text) override { m_events.push_back("send " + std::string(text)); }
+    std::uint32_t SendText(std::string_view text) override {
+        m_events.push_back("send " + std::string(text));
+        return sendResult;
+    }
+    void DropConnection(const std::string& text, std::uint32_t) override { m_events.push_back("drop " + text); }
     void PostWork(unsigned message) override;
     void PostPoolSwitch() override { m_events.emplace_back("switch"); }
     void LogText(const std::string& text) override { m_events.push_back("log " + text); }
 
     CHandClock clock;
+    std::uint32_t sendResult = 0;
     std::wstring workerName = L"rig";
     std::map<std::int32_t, CMiningStatistics> gpus;
     std::vector<PoolPointer> pools;
