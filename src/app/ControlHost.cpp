@@ -24,5 +24,6 @@ void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
 }
 
 void CControlHost::RequestMining(bool start) {
+    m_parts.asker = MiningAsker::Controller;
     Post(kMessageMining, start ? 1 : 0);
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include "config/ConfigurationStore.h"
 #include "control/ControlHost.h"
+#include "gui/MiningView.h"
 #include "mining/Mining.h"
 
 // What the control channel's commands do in the program. Their effects on the dialog are posted to its window.
@@ -16,6 +17,9 @@ class CControlHost final : public IControlHost {
         const std::wstring& hostName;
         const std::atomic<HWND>& mainWindow;
         std::function<void(const std::wstring&)> log;
+        const CTroubleBoard& troubles;
+        IEventSink& events;
+        std::atomic<MiningAsker>& asker;
     };
     explicit CControlHost(const Parts& parts) : m_parts(parts) {}
 
@@ -26,6 +30,7 @@ class CControlHost final : public IControlHost {
     void RequestMining(bool start) override;
     bool IsMining() const override { return m_parts.mining.IsRunning(); }
     GpuSpan Gpus() const override { return m_parts.gpus; }
+    std::vector<PoolError> Troubles() const override { return m_parts.troubles.Lasting(); }
     std::wstring HostName() const override { return m_parts.hostName; }
     void LogLine(const std::wstring& text) override { m_parts.log(text); }
 

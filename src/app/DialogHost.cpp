@@ -1,5 +1,7 @@
 #include "app/DialogHost.h"
 
+#include <shellapi.h>
+
 #include <algorithm>
 
 #include "common/CodePage.h"
@@ -8,6 +10,7 @@
 #include "control/ControlSecurity.h"
 #include "gui/DiagnosticsText.h"
 #include "gui/LocalTimeText.h"
+#include "toolkit/TaskDialog.h"
 
 namespace {
 
@@ -24,19 +27,79 @@ std::wstring SystemText() {
     return text.append(L".").append(std::to_wstring(version.dwBuildNumber));
 }
 
+// What is to be said about the session and this GPU of it.
+std::wstring MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu) {
+    for (const PoolError& trouble : manager.Troubles()) {
+        if (trouble.gpuIndex < 0 || trouble.gpuIndex == gpu.cudaId) return NarrowToWide(trouble.text);
+    }
+    const PoolPointer pool = manager.UserSession().CurrentPool();
+    return pool ? NarrowToWide(pool->lastError.Get().text) : std::wstring();
+}
+
+const wchar_t* AskerText(MiningAsker asker) {
+    switch (asker) {
+        case MiningAsker::User:
+            return L" by the user";
+        case MiningAsker::ProgramStart:
+            return L" with the program";
+        case MiningAsker::Controller:
+            return L" by the controller";
+        case MiningAsker::Pool:
+            return L" by the pool";
+        case MiningAsker::ProgramEnd:
+            return L" with the end of the program";
+        case MiningAsker::Unknown:
+            break;
+    }
+    return L" by a message to the window";
+}
+
 }  // namespace
 
 std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) const {
     for (const auto& manager : m_parts.mining.Managers()) {
         const std::vector<QvGpuRecord*>& gpus = manager->Gpus();
-        if (manager->HasFailed() || std::find(gpus.begin(), gpus.end(), &gpu) == gpus.end()) continue;
+        if (std::find(gpus.begin(), gpus.end(), &gpu) == gpus.end()) continue;
+        MiningSessionView view;
+        view.state = SessionStateText(manager->State());
+        view.message = MessageOf(*manager, gpu);
+        if (manager->HasFailed()) return view;
+        view.role = static_cast<MiningRole>(manager->CurrentRole());
         const bool fee = manager->CurrentMode() == CMiningManager::Mode::Fee;
         const CMiningStratum& session = fee ? manager->FeeSession() : manager->UserSession();
         const JobInfo job = session.CurrentJob();
-        return MiningSessionView{
-            static_cast<MiningRole>(manager->CurrentRole()), {job.time, -1, job.id}, session.Difficulty()};
+        view.job = {job.time, -1, job.id};
+        view.difficulty = session.Difficulty();
+        const GpuActivity activity = manager->ActivityOf(gpu);
+        if (activity.kind == GpuActivity::Kind::Preparing)
+            view.state.append(L", GPU ").append(std::to_wstring(gpu.cudaId)).append(L" ").append(GpuActivityText(activity));
+        return view;
     }
     return std::nullopt;
+}
+
+std::vector<std::int32_t> CDialogHost::IdleGpus() const {
+    std::vector<std::int32_t> idle;
+    for (const auto& manager : m_parts.mining.Managers()) {
+        for (const PoolError& trouble : manager->Troubles()) {
+            if (trouble.gpuIndex >= 0) idle.push_back(trouble.gpuIndex);
+            if (trouble.gpuIndex >= 0) continue;
+            for (const QvGpuRecord* gpu : manager->Gpus())
+                idle.push_back(gpu->cudaId);
+        }
+    }
+    return idle;
+}
+
+MiningHealth CDialogHost::Health() const {
+    const std::vector<std::int32_t> idle = IdleGpus();
+    if (idle.empty()) return MiningHealth::Good;
+    for (const auto& manager : m_parts.mining.Managers()) {
+        for (const QvGpuRecord* gpu : manager->Gpus()) {
+            if (std::find(idle.begin(), idle.end(), gpu->cudaId) == idle.end()) return MiningHealth::Impaired;
+        }
+    }
+    return MiningHealth::Sick;
 }
 
 std::wstring CDialogHost::Diagnostics() const {
@@ -54,14 +117,39 @@ std::wstring CDialogHost::Diagnostics() const {
                             .mining = mining,
                             .uptime = uptime,
                             .messages = m_parts.plugInLines.Lines(),
+                            .events = m_parts.events.LatestLines(),
                             .controlState = control,
                             .dateTimeText = &LocalDateTimeText});
 }
 
 int CDialogHost::StartMining() {
+    m_parts.miningStarts();
     const int result = m_parts.mining.Start(*m_parts.configuration.Current());
-    if (result == 0) m_miningStart = CurrentTime(TimeMode::Utc);
-    return result;
+    const MiningAsker asker = m_parts.asker.exchange(MiningAsker::Unknown);
+    if (result != 0) return result;
+    m_miningStart = CurrentTime(TimeMode::Utc);
+    m_parts.events.Event(EventKind::Mining, L"", std::wstring(L"started") + AskerText(asker));
+    // The PC must not fall asleep over its work.
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    return 0;
+}
+
+void CDialogHost::StopMining() {
+    const MiningAsker asker = m_parts.asker.exchange(MiningAsker::Unknown);
+    if (!IsRunning()) return;
+    m_parts.events.Event(EventKind::Mining, L"", std::wstring(L"stopped") + AskerText(asker));
+    m_parts.mining.Stop();
+    SetThreadExecutionState(ES_CONTINUOUS);
+}
+
+void CDialogHost::ShowEventLog() {
+    m_parts.events.Flush();
+    const auto result = reinterpret_cast<INT_PTR>(
+        ShellExecuteW(nullptr, L"open", m_parts.eventLogFile.c_str(), nullptr, nullptr, SW_SHOWNORMAL));
+    constexpr INT_PTR kWorked = 32;  // what is above it
+    if (result <= kWorked)
+        ShowTaskDialog(kApplicationName, L"The event log could not be opened: " + m_parts.eventLogFile,
+                       TaskDialogIcon::Error);
 }
 
 void CDialogHost::ReadTelemetry() {

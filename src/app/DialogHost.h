@@ -1,10 +1,12 @@
 #pragma once
+#include <atomic>
 #include <functional>
 #include <string>
 #include "config/RuntimeSettings.h"
 #include "control/SocketMiner.h"
 #include "gui/dialogs/MainDialogHost.h"
 #include "mining/Mining.h"
+#include "support/EventLog.h"
 #include "support/RecentLines.h"
 
 // What the main dialog has done by the program. GUI thread.
@@ -22,12 +24,20 @@ class CDialogHost final : public IMainDialogHost {
         std::int32_t cudaVersion = 0;  // 1000 * major + 10 * minor
         std::wstring driverVersion;    // empty: unknown
         const CRecentLines& plugInLines;
+        CEventLog& events;
+        const std::wstring& eventLogFile;
+        std::wstring leftOutPlugIns = {};
+        std::atomic<MiningAsker>& asker;
+        std::function<void()> nothingToMine;
+        std::function<void()> miningStarts;  // before it does
         std::function<void(QvGpuRecord&)> updateTelemetry;
     };
     explicit CDialogHost(const Parts& parts) : m_parts(parts) {}
 
     bool IsRunning() const override { return m_parts.mining.IsRunning(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const override;
+    std::vector<std::int32_t> IdleGpus() const override;
+    MiningHealth Health() const override;
 
     RuntimeSettings& Settings() override { return m_parts.settings; }
     void SaveSettings() override { m_parts.settingsFile.Save(m_parts.settings); }
@@ -37,8 +47,12 @@ class CDialogHost final : public IMainDialogHost {
     const std::wstring& HostName() const override { return m_parts.hostName; }
     std::wstring Diagnostics() const override;
 
+    void MiningAsked(MiningAsker asker) override { m_parts.asker = asker; }
+    void NothingToMine() override { m_parts.nothingToMine(); }
+    void ShowEventLog() override;
+    std::wstring LeftOutPlugIns() const override { return m_parts.leftOutPlugIns; }
     int StartMining() override;
-    void StopMining() override { m_parts.mining.Stop(); }
+    void StopMining() override;
     ddt_datetime MiningStart() const override { return m_miningStart; }
     void ReadTelemetry() override;
 

@@ -2,6 +2,7 @@
 
 #include <winsock2.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "app/DialogHost.h"
@@ -53,13 +54,18 @@ bool CQuorvelMinerApp::InitInstance() {
     WSADATA winsock = {};
     WSAStartup(MAKEWORD(2, 2), &winsock);
     m_folders = SetUpFolders();
+    m_events.Open(m_folders.logsFolder + kApplicationName + L"_events");
+    m_eventLogFile = m_folders.logsFolder + kApplicationName + L"_events.log";
+    m_events.Event(EventKind::Program, L"", L"started, version " + NarrowToWide(kVersionText));
     m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
     m_settingsFile->Load(m_settings);
     OpenMainLog();
     EnumerateAlgorithms(m_folders.algosFolder, m_algorithms);
     if (!DiscoverGpus()) return false;
+    TellStart();
     LoadConfiguration();
     RunProgram();
+    m_events.Event(EventKind::Program, L"", L"ended");
     return false;
 }
 
@@ -83,13 +89,17 @@ bool CQuorvelMinerApp::DiscoverGpus() {
     m_cuda = std::make_unique<CCudaRuntime>(m_folders.installationFolder);
     m_nvml = std::make_unique<CNvml>(m_folders.installationFolder);
     m_discoveryPool = MakeUnassignedPool(m_algorithms);
-    const auto showError = [](const std::wstring& text) { ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error); };
+    const auto showError = [this](const std::wstring& text) {
+        m_events.Event(EventKind::Program, L"", text);
+        ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error);
+    };
     m_gpus = std::make_unique<CManagerMinerGpus>(
         CManagerMinerGpus::Surroundings{*m_cuda, *m_nvml, m_mainLog, [this] { return m_discoveryPool.get(); }, showError});
     try {
         return m_gpus->Init() == 0;
     } catch (const std::runtime_error& error) {
         LogMain(NarrowToWide(error.what()).c_str());
+        m_events.Event(EventKind::Program, L"", NarrowToWide(error.what()));
         showError(NarrowToWide(error.what()));
         return false;
     }
@@ -97,13 +107,43 @@ bool CQuorvelMinerApp::DiscoverGpus() {
 
 void CQuorvelMinerApp::LoadConfiguration() {
     m_configuration = std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus->Gpus(),
-                                                            [this](const std::wstring& text) { LogMain(text.c_str()); });
+                                                            [this](const std::wstring& text) {
+                                                                LogMain(text.c_str());
+                                                                m_events.Event(EventKind::Configuration, L"", text);
+                                                            });
     m_configuration->SetDefaultWorkerName(m_hostName);
     m_configuration->Load();
     for (const auto& entry : m_configuration->Current()->configurations) {
         m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Configuration: %d GPUs on %s, backup %s",
                             static_cast<int>(entry.gpus.size()), entry.primaryPool->Name, entry.secondaryPool->Name);
     }
+    m_events.Event(EventKind::Configuration, L"",
+                   L"read: " + std::to_wstring(m_configuration->Current()->pools.size()) + L" pools, " +
+                       std::to_wstring(m_configuration->Current()->configurations.size()) + L" configurations");
+}
+
+void CQuorvelMinerApp::TellStart() {
+    const std::wstring driver = m_nvml->DriverVersion();
+    m_events.Event(EventKind::Program, L"", L"driver " + (driver.empty() ? L"unknown" : driver));
+    for (const QvGpuRecord* gpu : m_gpus->Gpus())
+        m_events.Event(EventKind::Gpu, L"GPU " + std::to_wstring(gpu->cudaId), NarrowToWide(gpu->name));
+}
+
+// Who asked from afar does not see the message box.
+void CQuorvelMinerApp::NothingToMine() {
+    PoolError error;
+    error.code = CodeNumber(TroubleCode::MiningStopped);
+    error.time = SystemClock().UtcNow();
+    CopyToField(std::string_view("There is nothing to mine: no GPU and pool are configured"), error.text);
+    m_troubles.SetStopped(error);
+    m_events.Event(EventKind::Mining, L"", NarrowToWide(error.text));
+    m_control->SendErrorReport(error);
+}
+
+void CQuorvelMinerApp::MiningStarts() {
+    m_plugInMessages.Clear();
+    if (const auto stopped = m_troubles.ClearStopped())
+        m_control->SendErrorReport(OverError(*stopped, SystemClock().UtcNow()));
 }
 
 void CQuorvelMinerApp::RunProgram() {
@@ -112,18 +152,27 @@ void CQuorvelMinerApp::RunProgram() {
         .stratumHost = *this,
         .clock = SystemClock(),
         .mainLog = m_mainLog,
+        .events = m_events,
+        .troubles = m_troubles,
+        .plugInMessages = m_plugInMessages,
         .connectionLogFolder = m_folders.minerLogsFolder,
         .connectionLog = m_settings.ConnectionLog != 0,
         .feePools = [this](std::int32_t algorithmId) { return BuildFeePools(algorithmId, m_algorithms, m_feePoolIds); },
         .ping = &PingPool});
     m_mining = std::make_unique<CMining>(*m_miningContext);
-    m_controlHost = std::make_unique<CControlHost>(
-        CControlHost::Parts{.configuration = *m_configuration,
-                            .mining = *m_mining,
-                            .gpus = m_gpus->Gpus(),
-                            .hostName = m_hostName,
-                            .mainWindow = m_mainWindow,
-                            .log = [this](const std::wstring& text) { LogMain(text.c_str()); }});
+    m_controlHost = std::make_unique<CControlHost>(CControlHost::Parts{.configuration = *m_configuration,
+                                                                       .mining = *m_mining,
+                                                                       .gpus = m_gpus->Gpus(),
+                                                                       .hostName = m_hostName,
+                                                                       .mainWindow = m_mainWindow,
+                                                                       .log =
+                                                                           [this](const std::wstring& text) {
+                                                                               LogMain(text.c_str());
+                                                                               m_events.Event(EventKind::Control, L"", text);
+                                                                           },
+                                                                       .troubles = m_troubles,
+                                                                       .events = m_events,
+                                                                       .asker = m_asker});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
     RunDialog();
     m_control->Close();
@@ -142,6 +191,11 @@ void CQuorvelMinerApp::RunDialog() {
                       .cudaVersion = m_cuda->DriverVersion(),
                       .driverVersion = m_nvml->DriverVersion(),
                       .plugInLines = m_plugInLines,
+                      .events = m_events,
+                      .eventLogFile = m_eventLogFile,
+                      .asker = m_asker,
+                      .nothingToMine = [this] { NothingToMine(); },
+                      .miningStarts = [this] { MiningStarts(); },
                       .updateTelemetry = [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
     CXTPPaintManager paint;
     CThemeManager themes(paint, m_folders.installationFolder);
@@ -172,6 +226,7 @@ void CQuorvelMinerApp::LogMain(const wchar_t* text) {
 
 void CQuorvelMinerApp::LogPlugIn(const wchar_t* text) {
     LogMain(text);
+    m_plugInMessages.Add(text, SystemClock().Monotonic());
     m_plugInLines.Add(LocalDateTimeText(CurrentTime(TimeMode::Utc)) + L"  " + text);
 }
 
@@ -183,11 +238,31 @@ CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {
 }
 
 void CQuorvelMinerApp::PoolErrorHappened(const PoolError& error) {
-    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Pool error %d: %s", error.code, NarrowToWide(error.text).c_str());
+    LogPoolError(error);
     m_control->SendErrorReport(error);
 }
 
-void CQuorvelMinerApp::RequestStopMining() {
+void CQuorvelMinerApp::LogPoolError(const PoolError& error) {
+    const CLineBudget::Verdict verdict = m_poolErrorLines.Take(SystemClock().Monotonic());
+    if (!verdict.write) return;
+    std::wstring text = NarrowToWide(error.text);
+    std::replace_if(
+        text.begin(), text.end(), [](wchar_t c) { return c < L' ' || c == L'\x7F'; }, L' ');
+    if (verdict.left != 0) {
+        m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%u messages of pools were left out before the next", verdict.left);
+    }
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Pool error %d: %s", error.code, text.c_str());
+}
+
+void CQuorvelMinerApp::RequestStopMining(const std::string& reason) {
+    PoolError error;
+    error.code = CodeNumber(TroubleCode::MiningStopped);
+    error.time = SystemClock().UtcNow();
+    CopyToField(std::string_view("Mining was stopped by the pool: " + reason), error.text);
+    m_troubles.SetStopped(error);
+    m_asker = MiningAsker::Pool;
+    m_events.Event(EventKind::Mining, L"", NarrowToWide(error.text));
+    PoolErrorHappened(error);
     const HWND window = m_mainWindow;
     if (window != nullptr) PostMessageW(window, kMessageMining, 0, 0);
 }

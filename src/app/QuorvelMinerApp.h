@@ -14,6 +14,8 @@
 #include "mining/FeePools.h"
 #include "mining/Mining.h"
 #include "pool/StratumHost.h"
+#include "support/EventLog.h"
+#include "support/LineBudget.h"
 #include "support/LogSystem.h"
 #include "support/RecentLines.h"
 #include "toolkit/WinApp.h"
@@ -39,13 +41,18 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void OpenMainLog();
     bool DiscoverGpus();
     void LoadConfiguration();
+    void TellStart();
+    void NothingToMine();
+    void MiningStarts();
+    // One line in the main log about what a pool said: whole, on one line, and no flood.
+    void LogPoolError(const PoolError& error);
     void RunProgram();
     void RunDialog();
 
     // IStratumHost; sessions' I/O threads.
     CMiningStatistics* FindStatistics(std::int32_t cudaId) override;
     void PoolErrorHappened(const PoolError& error) override;
-    void RequestStopMining() override;
+    void RequestStopMining(const std::string& reason) override;
     std::wstring DefaultWorkerName() override;
 
     std::wstring m_hostName;
@@ -54,6 +61,12 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     RuntimeSettings m_settings;
     std::unique_ptr<CRuntimeSettingsFile> m_settingsFile;
     CBKLogSystem m_mainLog;
+    CEventLog m_events;
+    std::wstring m_eventLogFile;
+    CTroubleBoard m_troubles;
+    CPlugInMessages m_plugInMessages;
+    std::atomic<MiningAsker> m_asker = MiningAsker::Unknown;
+    CLineBudget m_poolErrorLines;
     CRecentLines m_plugInLines{30};
     CAlgorithmList m_algorithms;
     std::unique_ptr<CCudaRuntime> m_cuda;

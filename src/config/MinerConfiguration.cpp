@@ -61,3 +61,9 @@ QvGpuRecord* CConfigurationBuilder::FindGpu(std::string_view uuidDigits) const {
     });
     return found == m_gpus.end() ? nullptr : *found;
 }
+
+std::wstring PoolAddressText(const PoolEntry& pool) {
+    std::wstring text = pool.Server;
+    if (text.find(L':') == std::wstring::npos) text.append(L":").append(std::to_wstring(pool.Port));
+    return text;
+}

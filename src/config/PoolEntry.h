@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <mutex>
+#include <string>
 #include "config/PoolError.h"
 #include "quorvel/plugin.h"
 
@@ -44,3 +45,6 @@ struct PoolEntry {
 
     bool IsUnassigned() const { return ID == kUnassignedPoolId; }
 };
+
+// "host:port" for people: a server text that names its own port is shown as it stands.
+std::wstring PoolAddressText(const PoolEntry& pool);

@@ -2,7 +2,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 #include "config/MinerConfiguration.h"
+#include "config/PoolError.h"
 
 // As the dialog's message kMessageControlState numbers them.
 enum class ControlChannelState : std::uint32_t { Offline = 1, Listening = 2, Connected = 3 };
@@ -32,6 +34,8 @@ class IControlHost {
     virtual bool IsMining() const = 0;
     // In the order of discovery; constant, like the identity in the records, while the channel exists.
     virtual GpuSpan Gpus() const = 0;
+    // What keeps the rig from mining now.
+    virtual std::vector<PoolError> Troubles() const = 0;
     virtual std::wstring HostName() const = 0;
     // One line in the main log.
     virtual void LogLine(const std::wstring& text) = 0;

@@ -46,7 +46,10 @@ bool CSocketMiner::IsConnected() const {
 }
 
 void CSocketMiner::SendSystemReport() {
-    if (HasReader()) SendReport(SystemReport(m_program.HostName(), m_program.IsMining(), m_program.Gpus()));
+    if (!HasReader()) return;
+    SendReport(SystemReport(m_program.HostName(), m_program.IsMining(), m_program.Gpus()));
+    for (const PoolError& trouble : m_program.Troubles())
+        SendReport(ErrorReport(trouble));
 }
 
 void CSocketMiner::SendUpdateReport() {

@@ -33,6 +33,7 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
 
     // Each does nothing unless a controller is connected and, with a token set, has sent a command with it on this
     // connection.
+    // Followed by an error report for each trouble that lasts.
     void SendSystemReport();
     void SendUpdateReport();
     void SendErrorReport(const PoolError& error);

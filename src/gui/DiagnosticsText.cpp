@@ -59,6 +59,11 @@ class CDiagnosticsWriter {
         if (m_input.messages.empty()) Line(L"  none");
         for (const std::wstring& message : m_input.messages)
             Line(L"  " + message);
+        Line({});
+        Line(L"Latest events:");
+        if (m_input.events.empty()) Line(L"  none");
+        for (const std::wstring& event : m_input.events)
+            Line(L"  " + WithoutSecrets(event));
         return std::move(m_text);
     }
 
@@ -86,8 +91,7 @@ class CDiagnosticsWriter {
     }
 
     void WritePool(const PoolEntry& pool) {
-        std::wstring line = std::wstring(L"  ").append(pool.Name).append(L": ").append(pool.Server);
-        line.append(L":").append(std::to_wstring(pool.Port));
+        std::wstring line = std::wstring(L"  ").append(pool.Name).append(L": ").append(PoolAddressText(pool));
         line.append(L", ").append(m_input.algorithms.Find(pool.Algo).record.name);
         line.append(L" (").append(std::to_wstring(pool.Algo)).append(L")");
         line.append(L", wallet ").append(ShortenedWallet(pool.WalletUser));
@@ -97,10 +101,16 @@ class CDiagnosticsWriter {
         if (error.time.IsSet()) Line(L"    Last error: " + ErrorText(error, pool));
     }
 
+    std::wstring WithoutSecrets(std::wstring text) const {
+        for (const PoolPointer& pool : m_input.configuration.pools)
+            text = ::WithoutSecrets(std::move(text), *pool);
+        return text;
+    }
+
     std::wstring ErrorText(const PoolError& error, const PoolEntry& pool) const {
         std::wstring text = m_input.dateTimeText(error.time).append(L", code ").append(std::to_wstring(error.code));
         if (error.gpuIndex >= 0) text.append(L", GPU#").append(std::to_wstring(error.gpuIndex));
-        return text.append(L": ").append(WithoutSecrets(NarrowToWide(error.text), pool));
+        return text.append(L": ").append(::WithoutSecrets(NarrowToWide(error.text), pool));
     }
 
     void WriteConfigurations() {

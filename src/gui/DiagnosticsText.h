@@ -18,6 +18,7 @@ struct DiagnosticsInput {
     bool mining = false;
     TimeSpan uptime = 0;                 // of mining
     std::vector<std::wstring> messages;  // of the plug-ins, the latest last
+    std::vector<std::wstring> events;    // the latest lines of the event log, the latest last
     std::uint32_t controlState = 0;      // as the window message carries it
     TimeTextFunction dateTimeText;
 };

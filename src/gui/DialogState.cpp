@@ -26,8 +26,10 @@ LabelLook ControlStateLook(std::uint32_t state, std::uint32_t defaultBackground)
     }
 }
 
-LabelLook MiningStateLook(bool running) {
-    return running ? LabelLook{L"State: Mining", kGreen} : LabelLook{L"State: Idle", kYellow};
+LabelLook MiningStateLook(bool running, MiningHealth health) {
+    if (!running) return {L"State: Idle", kYellow};
+    const std::uint32_t colors[] = {kGreen, kYellow, kRed};
+    return {L"State: Mining", colors[static_cast<std::size_t>(health)]};
 }
 
 std::optional<std::size_t> StartChoiceIndex(std::int32_t setting) {

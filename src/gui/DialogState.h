@@ -3,6 +3,7 @@
 #include <optional>
 #include "config/RuntimeSettings.h"
 #include "gui/Colors.h"
+#include "gui/MiningView.h"
 
 // The main dialog's states and start-up choices. Portable; any thread.
 
@@ -11,7 +12,8 @@ enum class ControlState : std::uint32_t { Undefined = 0, Offline = 1, Listening 
 
 // defaultBackground: of a label without a state, for any value that is no state.
 LabelLook ControlStateLook(std::uint32_t state, std::uint32_t defaultBackground);
-LabelLook MiningStateLook(bool running);
+// The colour tells whether what runs earns anything.
+LabelLook MiningStateLook(bool running, MiningHealth health = MiningHealth::Good);
 
 // What the button does that stands beside the state.
 constexpr const wchar_t* ListenButtonText(bool open) {

@@ -1,5 +1,7 @@
 #include "gui/GpuGrid.h"
 
+#include <algorithm>
+
 #include "gui/Colors.h"
 #include "gui/GpuPool.h"
 #include "gui/GpuText.h"
@@ -25,11 +27,7 @@ GridCell AssignedCell(const GpuGridSource& source, const QvGpuRecord& gpu, const
     }
 }
 
-}  // namespace
-
-GridCell GpuCell(const GpuGridSource& source, std::size_t row, std::size_t column) {
-    if (row >= source.gpus.size() || column >= kGpuColumns.size()) return {};
-    const QvGpuRecord& gpu = *source.gpus[row];
+GridCell PlainCell(const GpuGridSource& source, const QvGpuRecord& gpu, std::size_t column) {
     const PoolPointer pool = FindGpuPool(source.configuration, gpu, source.unassignedPool);
     switch (kGpuColumns[column].column) {
         case GpuColumn::Id:
@@ -43,4 +41,15 @@ GridCell GpuCell(const GpuGridSource& source, std::size_t row, std::size_t colum
         default:
             return pool->IsUnassigned() ? GridCell() : AssignedCell(source, gpu, *pool, kGpuColumns[column].column);
     }
+}
+
+}  // namespace
+
+GridCell GpuCell(const GpuGridSource& source, std::size_t row, std::size_t column) {
+    if (row >= source.gpus.size() || column >= kGpuColumns.size()) return {};
+    const QvGpuRecord& gpu = *source.gpus[row];
+    GridCell cell = PlainCell(source, gpu, column);
+    if (std::find(source.idleGpus.begin(), source.idleGpus.end(), gpu.cudaId) != source.idleGpus.end())
+        cell.textColor = kRed;
+    return cell;
 }

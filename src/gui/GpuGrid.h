@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include "common/Time.h"
 #include "config/AlgorithmList.h"
@@ -48,7 +49,8 @@ struct GpuGridSource {
     const MinerConfiguration& configuration;
     const PoolPointer& unassignedPool;
     const CAlgorithmList& algorithms;
-    ddt_datetime now;  // UTC
+    ddt_datetime now;                             // UTC
+    std::span<const std::int32_t> idleGpus = {};  // CUDA ids of those that should mine and do not: their rows are red
 };
 
 // Empty outside the grid.

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 #include "common/Time.h"
 #include "quorvel/plugin.h"
 
@@ -16,10 +17,18 @@ struct MiningJob {
 
 // One mining session as it is at a moment.
 struct MiningSessionView {
-    MiningRole role = MiningRole::Primary;
+    std::optional<MiningRole> role;  // absent: it does not run
     MiningJob job;
     double difficulty = 0.0;  // 0: none received
+    std::wstring state;       // what it does now
+    std::wstring message;     // its trouble or its GPU's, else its pool's last one; empty: none
 };
+
+// Who asked for mining to be started or stopped.
+enum class MiningAsker { Unknown, User, ProgramStart, Controller, Pool, ProgramEnd };
+
+// Whether what runs earns anything. Sick: nothing does.
+enum class MiningHealth { Good, Impaired, Sick };
 
 // What the dialog asks of mining. GUI thread.
 class IMiningView {
@@ -28,4 +37,7 @@ class IMiningView {
     virtual bool IsRunning() const = 0;
     // The session that mines with the GPU, if there is one.
     virtual std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const = 0;
+    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment.
+    virtual std::vector<std::int32_t> IdleGpus() const = 0;
+    virtual MiningHealth Health() const = 0;
 };

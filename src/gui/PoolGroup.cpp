@@ -29,7 +29,9 @@ std::wstring JobText(const MiningJob& job, TimeTextFunction timeText) {
 }
 
 void FillSession(const MiningSessionView& session, const PoolGroupInput& input, PoolGroup& group) {
-    group.role = RoleLook(session.role);
+    if (session.role) group.role = RoleLook(*session.role);
+    group.state = session.state;
+    if (!session.message.empty()) group.message = session.message;
     group.job = JobText(session.job, input.timeText);
     group.difficulty = DifficultyText(session.difficulty, input.unit);
 }
@@ -42,7 +44,7 @@ PoolGroup MakePoolGroup(const PoolGroupInput& input) {
     if (input.pool == nullptr) return group;
     group.name = input.pool->Name;
     if (!input.pool->IsUnassigned()) {
-        group.server = std::wstring(input.pool->Server).append(L":").append(std::to_wstring(input.pool->Port));
+        group.server = PoolAddressText(*input.pool);
         group.message = NarrowToWide(input.pool->lastError.Get().text);
     }
     if (input.sums) {

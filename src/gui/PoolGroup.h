@@ -10,6 +10,7 @@
 // The group "Selected Pool information". Portable; GUI thread.
 struct PoolGroup {
     std::wstring name, server, difficulty, lastShare, hashRate, shares, job, message;
+    std::wstring state;             // what the session does now; empty: there is none
     LabelLook connection;           // whether mining runs, not whether the pool is connected
     std::optional<LabelLook> role;  // absent: stays as it is
 };

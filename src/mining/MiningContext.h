@@ -6,8 +6,11 @@
 #include "common/Clock.h"
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
+#include "mining/PlugInMessages.h"
+#include "mining/TroubleBoard.h"
 #include "pool/PoolOrder.h"
 #include "pool/StratumHost.h"
+#include "support/Event.h"
 #include "support/LogSystem.h"
 
 // What a mining session needs of the program. Outlives every session; GUI thread.
@@ -16,6 +19,9 @@ struct MiningContext {
     IStratumHost& stratumHost;
     const IClock& clock;
     CBKLogSystem& mainLog;
+    IEventSink& events;
+    CTroubleBoard& troubles;          // what lasts now, of all sessions
+    CPlugInMessages& plugInMessages;
     std::wstring connectionLogFolder = {};  // ends with a backslash
     bool connectionLog = false;             // each session writes its own log file
     // The developer's pools for a primary pool of that algorithm, in the order in which they are tried.

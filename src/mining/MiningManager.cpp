@@ -11,12 +11,12 @@
 #include "mining/Statistics.h"
 
 CMiningManager::CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration)
-    : m_userSession(StratumKind::User, context.stratumHost, context.clock),
-      m_feeSession(StratumKind::Fee, context.stratumHost, context.clock),
+    : m_context(context),
       m_log(context.clock),
+      m_userSession(StratumKind::User, context.stratumHost, context.clock),
+      m_feeSession(StratumKind::Fee, context.stratumHost, context.clock),
       m_gpus(configuration.gpus),
-      m_pools{configuration.primaryPool, configuration.secondaryPool},
-      m_context(context) {
+      m_pools{configuration.primaryPool, configuration.secondaryPool} {
     for (QvGpuRecord* gpu : m_gpus)
         ClearStatistics(gpu->statistics);
 }
@@ -27,7 +27,8 @@ CMiningManager::~CMiningManager() {
 
 bool CMiningManager::Start() {
     if (!CreateMessageOnly()) {
-        Fail(L"Failed to create the session's window: " + std::wstring(m_pools[0]->Name));
+        const std::wstring line = std::wstring(L"Failed to create the session's window: ") + m_pools[0]->Name;
+        Fail(line, line);
         return false;
     }
     OpenLog();
@@ -50,9 +51,15 @@ bool CMiningManager::LoadPlugin() {
     const QvDescriptor& algorithm = m_context.algorithms.Find(pool.Algo).record;
     const PluginLoadResult result = m_plugin.Load(algorithm);
     if (result == PluginLoadResult::Ok) return true;
-    std::wstring reason = std::wstring(L"Failed to load pool configuration/algo: ") + pool.Name;
-    if (result != PluginLoadResult::NoAlgorithm) reason += std::wstring(L" - ") + algorithm.name;
-    Fail(reason);
+    std::wstring line = std::wstring(L"Failed to load pool configuration/algo: ") + pool.Name;
+    if (result == PluginLoadResult::NoAlgorithm) {
+        const std::wstring number = std::to_wstring(pool.Algo);
+        Fail(line, L"The plug-in for algorithm " + number + L" is missing");
+        return false;
+    }
+    Fail(line + L" - " + algorithm.name,
+         std::wstring(L"The plug-in ") + algorithm.name +
+             (result == PluginLoadResult::NoInterface ? L" is none of this program" : L" cannot be loaded"));
     return false;
 }
 
@@ -71,7 +78,7 @@ void CMiningManager::StartSessions() {
     m_userSession.SetPoolList(ConnectablePools());
     m_userSession.SetLog(&m_log);
     m_mode = Mode::User;
-    if (!m_userSession.IsStopped()) m_userSession.Connect();
+    m_userSession.Connect();
     m_userSession.Activate();
 }
 
@@ -90,8 +97,11 @@ void CMiningManager::Stop() {
     AccountTime(m_userSession);
     AccountTime(m_feeSession);
     m_plugin.StopWork();
+    m_probe.reset();
     m_userSession.CloseConnection();
     m_feeSession.CloseConnection();
+    for (const CTroubleWatch::Change& change : m_watch.End(m_context.clock))
+        Tell(change);
     LogTotals();
     DestroyWindow();
     m_plugin.Unload();
@@ -102,10 +112,12 @@ LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_CREATE:
             SetTimer(Handle(), kSubmitTimerId, kSubmitPeriodMs, nullptr);
             SetTimer(Handle(), kAccountingTimerId, kAccountingPeriodMs, nullptr);
+            SetTimer(Handle(), kWatchTimerId, kWatchPeriodMs, nullptr);
             return 0;
         case WM_DESTROY:
             KillTimer(Handle(), kSubmitTimerId);
             KillTimer(Handle(), kAccountingTimerId);
+            KillTimer(Handle(), kWatchTimerId);
             return 0;
         case WM_TIMER:
             OnTimer(wParam);
@@ -122,6 +134,8 @@ LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CMiningManager::OnTimer(UINT_PTR id) {
+    if (id == kWatchTimerId) Watch();
+    if (HasFailed()) return;
     if (id == kSubmitTimerId) ReportHashRate();
     if (id != kAccountingTimerId) return;
     AccountTime(m_userSession);
@@ -138,32 +152,33 @@ void CMiningManager::ReportHashRate() {
 }
 
 void CMiningManager::Revive(CMiningStratum& session) {
-    if (session.IsRunning() || session.IsStopped()) return;
+    if (session.IsRunning()) return;
     m_log.LogLine(L"The connection had ended; connecting again");
     session.Connect();
 }
 
+// On the clock that stands still while the PC sleeps and does not jump with the system's time: nothing but mining counts.
 void CMiningManager::AccountTime(CMiningStratum& session) {
     if (session.IsPaused()) return;
-    const ddt_datetime now = m_context.clock.UtcNow();
-    const TimeSpan elapsed = now.ticks - session.lastTick.ticks;
+    const TimeSpan now = m_context.clock.Monotonic();
+    const TimeSpan elapsed = now - session.lastTick;
     session.lastTick = now;
-    if (elapsed < 0) {
-        m_log.LogLine(L"The system clock was set back by %s: the time since the last count is not counted",
-                      SpanText(-elapsed).c_str());
-        return;
-    }
     session.minedTime += elapsed;
     session.activeTime += elapsed;
     (&session == &m_userSession ? m_userTime : m_feeTime) += elapsed;
 }
 
 void CMiningManager::SwitchPool(CMiningStratum& session) {
+    if (HasFailed()) return;
     if (&session == &m_feeSession && !m_feeWanted) return;  // asked for before its period ended
     session.CloseConnection();
     session.ResetSession();
-    if (session.IsStopped()) return;
-    if (&session == &m_userSession) LogConnect(*session.CurrentPool());
+    if (&session == &m_userSession) {
+        const PoolEntry& pool = *session.CurrentPool();
+        LogConnect(pool);
+        // The first change of an outage is told, the number of them when it is over.
+        if (m_pools.size() > 1 && m_poolChanges++ == 0) m_context.events.Event(EventKind::Pool, pool.Name, L"this pool's turn now");
+    }
     session.Connect();
 }
 
@@ -171,8 +186,9 @@ void CMiningManager::LogConnect(const PoolEntry& pool) {
     m_log.LogLine(L"*** Miner connect to %s - %s:%d", pool.Name, pool.Server, static_cast<int>(pool.Port));
 }
 
-void CMiningManager::Fail(const std::wstring& reason) {
-    m_failed = true;
-    m_log.LogLine(L"%s", reason.c_str());
-    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", reason.c_str());
+void CMiningManager::Fail(const std::wstring& line, std::wstring reason) {
+    m_failure = {TroubleCode::PlugInMissing, -1, std::move(reason), true};
+    m_log.LogLine(L"%s", line.c_str());
+    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", line.c_str());
+    Watch();
 }

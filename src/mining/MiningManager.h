@@ -1,10 +1,13 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 #include "mining/FeePoolOrder.h"
 #include "mining/MiningContext.h"
 #include "mining/PluginInstance.h"
+#include "mining/SessionState.h"
+#include "mining/TroubleWatch.h"
 #include "pool/MiningStratum.h"
 #include "support/LogSystem.h"
 #include "toolkit/Wnd.h"
@@ -29,17 +32,21 @@ class CMiningManager final : public CWnd {
     // Ends the plug-in's work, both connections, the window and the plug-in. After it nothing of this session runs.
     void Stop();
 
-    bool HasFailed() const { return m_failed; }
+    bool HasFailed() const { return !m_failure.text.empty(); }
     const std::vector<QvGpuRecord*>& Gpus() const { return m_gpus; }
     Mode CurrentMode() const { return m_mode; }
     PoolRole CurrentRole() const;
+    SessionState State() const;
+    GpuActivity ActivityOf(const QvGpuRecord& gpu) const;
+    // Trouble of this session and its GPUs that has lasted long enough to be told.
+    std::vector<PoolError> Troubles() const { return m_watch.Lasting(); }
     const CMiningStratum& UserSession() const { return m_userSession; }
+    CMiningStratum& UserSession() { return m_userSession; }
     const CMiningStratum& FeeSession() const { return m_feeSession; }
     CMiningStratum& FeeSession() { return m_feeSession; }
     // Time mined since the start: for the user, and for the developer.
     TimeSpan UserTime() const { return m_userTime; }
     TimeSpan FeeTime() const { return m_feeTime; }
-    CMiningStratum& UserSession() { return m_userSession; }
 
   protected:
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -49,6 +56,8 @@ class CMiningManager final : public CWnd {
     static constexpr UINT kSubmitPeriodMs = 90000;
     static constexpr UINT_PTR kAccountingTimerId = 2;
     static constexpr UINT kAccountingPeriodMs = 30000;
+    static constexpr UINT_PTR kWatchTimerId = 3;
+    static constexpr UINT kWatchPeriodMs = 1000;
 
     void OpenLog();
     bool LoadPlugin();
@@ -57,7 +66,7 @@ class CMiningManager final : public CWnd {
     void OnTimer(UINT_PTR id);
     // Sends the summed hash rate to the user's pool.
     void ReportHashRate();
-    // Adds the time since the last accounting, unless the session is paused. A clock that was set back adds nothing.
+    // Adds the time since the last accounting, unless the session is paused.
     void AccountTime(CMiningStratum& session);
 
     // The developer fee.
@@ -67,16 +76,25 @@ class CMiningManager final : public CWnd {
     void EndFeePeriod(std::uint64_t owed);
     void LogTotals();
 
-    // The connection's thread ends by itself on errors that it does not know, such as an unreachable network; a rig that is
-    // left alone must go on when the network is back.
+    // Once a second: trouble that begins and ends, and the way back to the primary pool (MiningManagerWatch.cpp).
+    void Watch();
+    std::vector<Concern> Concerns() const;
+    void Tell(const CTroubleWatch::Change& change);
+    void TellWork();
+    void SeekPrimary();
+    void LeaveForPrimary();
+
+    // Takes up a connection whose thread could not be started.
     void Revive(CMiningStratum& session);
     void SwitchPool(CMiningStratum& session);
     void LogConnect(const PoolEntry& pool);
-    void Fail(const std::wstring& reason);
+    void Fail(const std::wstring& line, std::wstring reason);
     // Those of the pools that name a server; the primary alone when none does.
     std::vector<PoolPointer> ConnectablePools() const;
 
-    bool m_failed = false;
+    const MiningContext& m_context;
+    CBKLogSystem m_log;  // before the sessions, which write into it until they have gone
+    Concern m_failure;   // why it could not start; no text: it did
     bool m_stopped = false;
     CMiningStratum m_userSession;
     CMiningStratum m_feeSession;
@@ -87,9 +105,16 @@ class CMiningManager final : public CWnd {
     CFeePoolOrder m_feePoolOrder;
     TimeSpan m_userTime = 0;
     TimeSpan m_feeTime = 0;
-    CBKLogSystem m_log;
     std::vector<QvGpuRecord*> m_gpus;
     std::vector<PoolPointer> m_pools;  // primary, backup
     CPluginInstance m_plugin;
-    const MiningContext& m_context;
+
+    CTroubleWatch m_watch;
+    std::wstring m_toldWork;      // where it was told last that it mines
+    std::wstring m_presentWork;   // where it mines
+    TimeSpan m_presentSince = 0;  // since when, monotonic like the next
+    std::uint32_t m_poolChanges = 0;  // since it mined last
+    // Tries the primary pool while the backup pool is mined on; null: it is not time yet.
+    std::unique_ptr<CMiningStratum> m_probe;
+    TimeSpan m_probeDue = 0;  // 0: not on the backup pool
 };

@@ -50,6 +50,7 @@ void CMiningManager::BeginFeePeriod(std::uint64_t owed) {
     m_userSession.Pause();
     m_log.LogLine(L"Developer fee: begins, %s owed for %s mined", ShortSpan(owed).c_str(),
                   SpanText(m_userSession.minedTime).c_str());
+    m_context.events.Event(EventKind::Fee, m_pools[0]->Name, L"developer's time begins: " + ShortSpan(owed));
     m_feeSession.Activate();
     m_mode = Mode::Fee;
 }
@@ -59,6 +60,8 @@ void CMiningManager::EndFeePeriod(std::uint64_t owed) {
     m_feeSession.Pause();
     m_log.LogLine(L"Developer fee: ends, %s mined of %s owed", SpanText(m_feeSession.minedTime).c_str(),
                   ShortSpan(owed).c_str());
+    m_context.events.Event(EventKind::Fee, m_pools[0]->Name,
+                           L"developer's time ends after " + SpanText(m_feeSession.minedTime));
     if (m_userSession.CurrentPoolIndex() != 0) {
         m_userSession.SetCurrentPoolIndex(0);
         PostMessageW(Handle(), kMessageReconnect, reinterpret_cast<WPARAM>(&m_userSession), 0);
@@ -72,7 +75,7 @@ void CMiningManager::EndFeePeriod(std::uint64_t owed) {
 }
 
 void CMiningManager::LogTotals() {
-    if (m_failed) return;
+    if (HasFailed()) return;
     const AnswerCounts fee = m_feeSession.Answers();
     const std::wstring counts =
         L" (shares A:" + std::to_wstring(fee.accepted) + L" R:" + std::to_wstring(fee.rejected) + L")";

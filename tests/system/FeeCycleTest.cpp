@@ -12,7 +12,7 @@
 
 extern "C" __declspec(dllexport) int QuorvelSend(void* session, const char* text, std::uint32_t length);
 int QuorvelSend(void* session, const char* text, std::uint32_t length) {
-    return static_cast<int>(static_cast<CMiningStratum*>(session)->Send({text, length}));
+    return static_cast<int>(static_cast<CMiningStratum*>(session)->SubmitShare({text, length}));
 }
 
 namespace {
@@ -33,7 +33,7 @@ class CHost final : public IStratumHost {
     explicit CHost(CMiningStatistics& statistics) : m_statistics(statistics) {}
     CMiningStatistics* FindStatistics(std::int32_t cudaId) override { return cudaId == 0 ? &m_statistics : nullptr; }
     void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override { ADD_FAILURE() << "a pool stops mining"; }
+    void RequestStopMining(const std::string&) override { ADD_FAILURE() << "a pool stops mining"; }
     std::wstring DefaultWorkerName() override { return L"rig"; }
 
   private:
@@ -52,6 +52,11 @@ PoolPointer MakePool(const wchar_t* name, unsigned port) {
 }
 
 // What the plug-in was told from one change of its work source to the next.
+class CNoEvents final : public IEventSink {
+  public:
+    void Event(EventKind, std::wstring_view, std::wstring_view) override {}
+};
+
 struct Segment {
     WPARAM source = 0;
     std::vector<UINT> messages;
@@ -118,10 +123,16 @@ class FeeCycleTest : public testing::Test {
     CAlgorithmList m_algorithms;
     CBKLogSystem m_mainLog;
     unsigned m_feePort = 0;
+    CNoEvents m_events;
+    CTroubleBoard m_troubles;
+    CPlugInMessages m_plugInMessages;
     MiningContext m_context{.algorithms = m_algorithms,
                             .stratumHost = m_host,
                             .clock = m_clock,
                             .mainLog = m_mainLog,
+                            .events = m_events,
+                            .troubles = m_troubles,
+                            .plugInMessages = m_plugInMessages,
                             .feePools = [this](std::int32_t) { return std::vector{MakePool(L"DevFee", m_feePort)}; }};
     CMining m_mining{m_context};
 };

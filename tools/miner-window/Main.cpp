@@ -1,5 +1,6 @@
 // Steers a running miner through its main window, for scripts: miner-window wait|title|start|stop|close,
-//     miner-window menu NUMBER (an entry of the system menu), miner-window press ID (a button)
+//     miner-window menu NUMBER (an entry of the system menu), miner-window press ID (a button),
+//     miner-window text ID (prints the text of an item)
 // Exit code 0; 1 when there is no such window (wait: within 60 s), 2 for wrong usage.
 #include <windows.h>
 
@@ -39,6 +40,16 @@ bool Wait(bool present) {
     return true;
 }
 
+int PrintItem(HWND item) {
+    wchar_t text[4000] = {};
+    // Across processes only the message reaches a control's text.
+    DWORD_PTR ignored = 0;
+    if (item == nullptr) return 1;
+    SendMessageTimeoutW(item, WM_GETTEXT, 4000, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, 5000, &ignored);
+    std::printf("%ls\n", text);
+    return 0;
+}
+
 int Print(HWND window) {
     wchar_t title[200] = {};
     GetWindowTextW(window, title, 200);
@@ -63,6 +74,7 @@ int wmain(int argc, wchar_t** argv) {
         const HWND button = GetDlgItem(window, static_cast<int>(number));
         return button != nullptr && PostMessageW(button, BM_CLICK, 0, 0) ? 0 : 1;
     }
-    std::fputs("usage: miner-window wait|title|start|stop|close|menu NUMBER|press ID\n", stderr);
+    if (command == L"text" && number != 0) return PrintItem(GetDlgItem(window, static_cast<int>(number)));
+    std::fputs("usage: miner-window wait|title|start|stop|close|menu NUMBER|press ID|text ID\n", stderr);
     return 2;
 }

@@ -18,6 +18,14 @@ class IMainDialogHost : public IMiningView {
     // For "Copy diagnostics".
     virtual std::wstring Diagnostics() const = 0;
 
+    // Who wants what the next message about mining asks for: for the event log.
+    virtual void MiningAsked(MiningAsker asker) = 0;
+    // There is no configuration: for those who asked from afar.
+    virtual void NothingToMine() = 0;
+    // Opens the event log in the user's editor.
+    virtual void ShowEventLog() = 0;
+    // Plug-ins that were left out, and why; empty: none.
+    virtual std::wstring LeftOutPlugIns() const = 0;
     // 0: mining runs now.
     virtual int StartMining() = 0;
     virtual void StopMining() = 0;

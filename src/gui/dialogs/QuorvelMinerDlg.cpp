@@ -78,6 +78,7 @@ LRESULT CQuorvelMinerDlg::OnQueryDragIcon() const {
 }
 
 void CQuorvelMinerDlg::OnMiningButton() {
+    m_host.MiningAsked(MiningAsker::User);
     PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
 }
 
@@ -121,6 +122,7 @@ void CQuorvelMinerDlg::OnTimer() {
 }
 
 void CQuorvelMinerDlg::EndWork() {
+    m_host.MiningAsked(MiningAsker::ProgramEnd);
     KillTimer(Handle(), kTimerId);
     m_looks.windowChanged(nullptr);
     m_notifyIcon.Remove();
@@ -143,6 +145,7 @@ void CQuorvelMinerDlg::OnMining(WPARAM wanted) {
 // False: nothing is configured, and the user was told.
 bool CQuorvelMinerDlg::StartMining() {
     if (m_host.Configuration().Current()->configurations.empty()) {
+        m_host.NothingToMine();
         ShowTaskDialog(kApplicationName, kNothingToMine, TaskDialogIcon::Information);
         return false;
     }
@@ -150,7 +153,8 @@ bool CQuorvelMinerDlg::StartMining() {
     m_host.Settings().LastMiningState = 1;
     m_selectedGpu = nullptr;
     OnSelectionChanged();
-    ShowState(IDC_MINING_STATE, MiningStateLook(true));
+    m_health = m_host.Health();
+    ShowState(IDC_MINING_STATE, MiningStateLook(true, m_health));
     SetItemText(IDC_START_MINING, MiningButtonText(true));
     RefreshAll();
     return true;
@@ -158,6 +162,7 @@ bool CQuorvelMinerDlg::StartMining() {
 
 void CQuorvelMinerDlg::StopMining() {
     SetItemText(IDC_UPTIME, L"");
+    m_health = MiningHealth::Good;
     ShowState(IDC_MINING_STATE, MiningStateLook(false));
     SetItemText(IDC_START_MINING, MiningButtonText(false));
     m_host.Settings().LastMiningState = 0;

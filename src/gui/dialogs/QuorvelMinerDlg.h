@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 #include "gui/PoolGroup.h"
 #include "gui/dialogs/ExControls.h"
 #include "gui/dialogs/ExDialog.h"
@@ -86,6 +87,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     // QuorvelMinerDlgShow.cpp: what stands in the groups and the grid.
     void ShowState(int id, const LabelLook& look);
     void RefreshAll();
+    void RefreshHealth();
     void RefreshPoolGroup();
     void RefreshGpuStatic();
     void RefreshGpuLive();
@@ -108,6 +110,8 @@ class CQuorvelMinerDlg final : public CExDialog {
     ConfigurationPointer m_shown;  // what the cells are formatted from; taken anew with every refresh
     PoolPointer m_unassigned;
     ddt_datetime m_now;
+    std::vector<std::int32_t> m_idleGpus;
+    MiningHealth m_health = MiningHealth::Good;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;
     std::uint32_t m_tick = 0;
@@ -124,3 +128,4 @@ inline constexpr UINT kMenuThemeDefault = 0x60;
 inline constexpr UINT kMenuThemeLight = 0x70;
 inline constexpr UINT kMenuThemeDark = 0x80;
 inline constexpr UINT kMenuThemeOffice = 0x90;
+inline constexpr UINT kMenuEventLog = 0xA0;

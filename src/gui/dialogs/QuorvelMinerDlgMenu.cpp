@@ -55,6 +55,9 @@ bool CQuorvelMinerDlg::OnSysCommand(UINT command) {
         case kMenuWorker:
             EditWorker();
             return true;
+        case kMenuEventLog:
+            m_host.ShowEventLog();
+            return true;
         case kMenuDiagnostics:
             CopyDiagnostics();
             return true;
@@ -95,7 +98,8 @@ void CQuorvelMinerDlg::ToggleHideMinimized() {
 
 void CQuorvelMinerDlg::UpdateNotifyIcon() {
     const std::wstring tip = std::wstring(kApplicationName) + L"\nMiner: " + BareState(MiningStateLook(m_host.IsRunning())) +
-                             L"\nControl: " + BareState(ControlStateLook(m_controlState, 0));
+                             (m_health == MiningHealth::Good ? L"" : L", with trouble") + L"\nControl: " +
+                             BareState(ControlStateLook(m_controlState, 0));
     m_notifyIcon.Show(Handle(), kNotifyIconMessage, m_looks.icon, tip);
 }
 
@@ -120,7 +124,7 @@ void CQuorvelMinerDlg::ShowNotifyMenu() {
     PostMessageW(Handle(), WM_NULL, 0, 0);
     DestroyMenu(menu);
     if (command == kNotifyOpen) Restore();
-    if (command == kNotifyMining) PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
+    if (command == kNotifyMining) OnMiningButton();
     if (command == kNotifyExit) PostMessageW(Handle(), WM_CLOSE, 0, 0);
 }
 

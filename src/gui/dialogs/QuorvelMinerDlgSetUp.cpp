@@ -86,6 +86,8 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     RefreshWorker();
     CreateGrid();
     SetUpResize();
+    if (const std::wstring leftOut = m_host.LeftOutPlugIns(); !leftOut.empty())
+        SetItemText(IDC_MINER_SEPARATOR, L"Miner settings - " + leftOut);
     ShowState(IDC_MINING_STATE, MiningStateLook(false));
     SetItemText(IDC_START_MINING, MiningButtonText(false));
     StartAsChosen();
@@ -142,6 +144,7 @@ void CQuorvelMinerDlg::SetUpSystemMenu() {
     AppendMenuW(themes, MF_STRING, kMenuThemeOffice, L"&White");
     AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(themes), L"&Theme");
     AppendMenuW(menu, MF_STRING, kMenuHideMinimized, L"&Hide when minimised");
+    AppendMenuW(menu, MF_STRING, kMenuEventLog, L"E&vent log");
     AppendMenuW(menu, MF_STRING, kMenuDiagnostics, L"Copy &diagnostics");
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
     AppendMenuW(menu, MF_STRING, kMenuAbout, about.c_str());
@@ -188,6 +191,9 @@ void CQuorvelMinerDlg::StartAsChosen() {
     const RuntimeSettings& settings = m_host.Settings();
     if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
     // Posted: what it may have to say must not keep the dialog from showing and the channel from listening.
-    if (ShouldStartMining(settings)) PostMessageW(Handle(), kMessageMining, 1, 0);
+    if (ShouldStartMining(settings)) {
+        m_host.MiningAsked(MiningAsker::ProgramStart);
+        PostMessageW(Handle(), kMessageMining, 1, 0);
+    }
     if (ShouldListen(settings)) StartListening();
 }

@@ -1,5 +1,6 @@
 // What the main dialog's groups and grid show.
 #include "common/SystemTime.h"
+#include "gui/DialogState.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuPool.h"
 #include "gui/LocalTimeText.h"
@@ -7,6 +8,8 @@
 #include "gui/dialogs/resource.h"
 
 namespace {
+
+const std::wstring kPoolCaption = L"Selected Pool information";
 
 // Dark or light, whichever stands out more on the colour (relative luminance of WCAG 2, roughly).
 COLORREF ReadableText(COLORREF background) {
@@ -25,15 +28,24 @@ void CQuorvelMinerDlg::ShowState(int id, const LabelLook& look) {
 }
 
 GpuGridSource CQuorvelMinerDlg::GridSource() const {
-    return {m_host.Gpus(), *m_shown, m_unassigned, m_host.Algorithms(), m_now};
+    return {m_host.Gpus(), *m_shown, m_unassigned, m_host.Algorithms(), m_now, m_idleGpus};
 }
 
 void CQuorvelMinerDlg::RefreshAll() {
     m_shown = m_host.Configuration().Current();
     m_now = CurrentTime(TimeMode::Utc);
+    m_idleGpus = m_host.IdleGpus();
+    RefreshHealth();
     m_grid.Refresh();
     RefreshPoolGroup();
     RefreshGpuLive();
+}
+
+void CQuorvelMinerDlg::RefreshHealth() {
+    const MiningHealth health = m_host.Health();
+    if (health == m_health) return;
+    m_health = health;
+    ShowState(IDC_MINING_STATE, MiningStateLook(m_host.IsRunning(), health));
 }
 
 void CQuorvelMinerDlg::RefreshPoolGroup() {
@@ -46,6 +58,7 @@ void CQuorvelMinerDlg::RefreshPoolGroup() {
     SetItemText(IDC_TOTAL_SHARES, group.shares);
     SetItemText(IDC_JOB, group.job);
     SetItemText(IDC_POOL_MESSAGE, group.message);
+    SetItemText(IDC_POOL_SEPARATOR, group.state.empty() ? kPoolCaption : kPoolCaption + L" - " + group.state);
     SetItemText(IDC_POOL_CONNECTED, group.connection.text);
     Label(IDC_POOL_CONNECTED).SetBackgroundColor(group.connection.background);
     if (!group.role) return;

@@ -41,6 +41,7 @@ class CRecordingHost final : public IControlHost {
     bool IsMining() const override { return true; }
     GpuSpan Gpus() const override { return manyGpus.empty() ? GpuSpan(m_gpus) : GpuSpan(manyGpus); }
     std::wstring HostName() const override { return L"RIG"; }
+    std::vector<PoolError> Troubles() const override { return troubles; }
     void LogLine(const std::wstring& text) override { Record("log " + WideToUtf8(text)); }
 
     QvGpuRecord& A() { return m_records[0]; }
@@ -57,6 +58,7 @@ class CRecordingHost final : public IControlHost {
         return m_changed.wait_for(lock, std::chrono::seconds(5), [&] { return std::ranges::count(m_events, event) > 0; });
     }
 
+    std::vector<PoolError> troubles;
     std::vector<QvGpuRecord*> manyGpus;  // for long reports, instead of the two
 
   private:

@@ -27,6 +27,7 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
                                                .mining = true,
                                                .uptime = 61 * kTicksPerSecond,
                                                .messages = {L"Etchash: GPU 0: lost", L"Etchash: GPU 0: back"},
+                                               .events = {L"pool\tOne\tLogin refused: secret"},
                                                .controlState = 2,
                                                .dateTimeText = TestTime});
     for (const wchar_t* part : {
@@ -42,6 +43,7 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
              L"Configuration 2 (GPU#2): Seven\r\n",
              L"Plug-ins:\r\n  3 Etchash\r\n",
              L"plug-ins:\r\n  Etchash: GPU 0: lost\r\n  Etchash: GPU 0: back\r\n",
+             L"Latest events:\r\n  pool\tOne\tLogin refused: ***\r\n",
          }) {
         EXPECT_TRUE(Has(text, part)) << part;
     }
@@ -60,6 +62,7 @@ TEST(DiagnosticsText, TellsWhatIsMissing) {
                                                .configuration = empty,
                                                .algorithms = rig.algorithms,
                                                .messages = {},
+                                               .events = {},
                                                .dateTimeText = TestTime});
     for (const wchar_t* part :
          {L"Driver: unknown, CUDA none\r\n", L"State: Idle\r\n", L"GPUs:\r\n  none\r\n", L"Pools:\r\n  none\r\n",

@@ -44,6 +44,8 @@ class CGroups : public testing::Test {
 struct CMiningFake final : IMiningView {
     bool IsRunning() const override { return session.has_value(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord&) const override { return session; }
+    std::vector<std::int32_t> IdleGpus() const override { return {}; }
+    MiningHealth Health() const override { return MiningHealth::Good; }
     std::optional<MiningSessionView> session;
 };
 
@@ -104,7 +106,7 @@ TEST_F(CGroups, SumThePoolGroupOverTheConfiguration) {
     SetCounters(2, 99, 99, 99, 99, kNow.ticks);
     rig.Current()->pools[0]->lastError.Set({23, kNow, -1, "Low difficulty share"});
     CMiningFake mining;
-    mining.session = {MiningRole::Backup, {{3 * kTicksPerDay}, 4, "0xab"}, 4e9};
+    mining.session = {MiningRole::Backup, {{3 * kTicksPerDay}, 4, "0xab"}, 4e9, L"mining at 1.2.3.4:5", {}};
     const PoolGroup group = MakePoolGroup(Source(), rig.gpus[0], mining, TestTime);
     EXPECT_EQ(group.name, L"One");
     EXPECT_EQ(group.server, L"pool.example:4001");
@@ -114,6 +116,9 @@ TEST_F(CGroups, SumThePoolGroupOverTheConfiguration) {
     EXPECT_EQ(group.job, L"T3 (GPU#4): 0xab");
     EXPECT_EQ(group.difficulty, L"4.000 GH/s");
     EXPECT_EQ(group.message, L"Low difficulty share");
+    EXPECT_EQ(group.state, L"mining at 1.2.3.4:5");
+    mining.session->message = L"GPU 0 is not hashing";
+    EXPECT_EQ(MakePoolGroup(Source(), rig.gpus[0], mining, TestTime).message, L"GPU 0 is not hashing");
     EXPECT_EQ(group.connection, (LabelLook{L"Connected", 0x00C000}));
 
     mining.session->job = {{3 * kTicksPerDay}, -1, "0xab"};
@@ -136,7 +141,7 @@ TEST_F(CGroups, NameEachRoleAndLeaveTheLabelAtOthers) {
     };
     CMiningFake mining;
     for (const auto& c : cases) {
-        mining.session = {static_cast<MiningRole>(c.role), {}, 0.0};
+        mining.session = {static_cast<MiningRole>(c.role), {}, 0.0, {}, {}};
         EXPECT_EQ(MakePoolGroup(Source(), rig.gpus[0], mining, TestTime).role, c.look) << c.role;
     }
     mining.session.reset();

@@ -23,9 +23,17 @@ class CFakeHost final : public IStratumHost {
   public:
     CMiningStatistics* FindStatistics(std::int32_t) override { return nullptr; }
     void PoolErrorHappened(const PoolError&) override {}
-    void RequestStopMining() override { ++stopRequests; }
+    void RequestStopMining(const std::string&) override { ++stopRequests; }
     std::wstring DefaultWorkerName() override { return L"rig"; }
     std::atomic<int> stopRequests = 0;
+};
+
+class CEventList final : public IEventSink {
+  public:
+    void Event(EventKind kind, std::wstring_view subject, std::wstring_view text) override {
+        lines.push_back(EventText(kind, subject, text));
+    }
+    std::vector<std::wstring> lines;  // of the GUI thread
 };
 
 inline std::shared_ptr<PoolEntry> MakePool(std::int32_t algo, const wchar_t* name, const wchar_t* server) {
@@ -88,6 +96,9 @@ class MiningTest : public testing::Test {
     QvGpuRecord m_gpus[2] = {};
     CScratchFolder m_logFolder;
     std::shared_ptr<PoolEntry> m_backup = MakePool(kRecorderId, L"Backup", L"127.0.0.1");
-    MiningContext m_context{m_algorithms, m_host, m_clock, m_mainLog};
+    CTroubleBoard m_troubles;
+    CPlugInMessages m_plugInMessages;
+    CEventList m_events;
+    MiningContext m_context{m_algorithms, m_host, m_clock, m_mainLog, m_events, m_troubles, m_plugInMessages};
     CMining m_mining{m_context};
 };
