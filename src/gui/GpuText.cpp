@@ -26,7 +26,8 @@ std::wstring ShareCountsText(const GpuCounters& counters) {
 }
 
 std::wstring LastShareText(ddt_datetime lastShare, ddt_datetime now) {
-    return lastShare.IsSet() ? SpanText(now.ticks - lastShare.ticks) : std::wstring();
+    // One that was sent after the moment that is shown, or before the clock was set back, is of now.
+    return lastShare.IsSet() ? SpanText(std::max<TimeSpan>(now.ticks - lastShare.ticks, 0)) : std::wstring();
 }
 
 std::wstring TemperatureText(std::uint32_t degrees) {
