@@ -158,6 +158,9 @@ void CSocketMiner::OnError(const char* operation, std::uint32_t code) {
         m_program.ControlStateChanged(m_listenFailed ? ControlChannelState::Offline : ControlChannelState::Listening);
         return;
     }
+    if (code == WSA_NOT_ENOUGH_MEMORY) {
+        m_program.LogLine(L"The control channel has run out of memory; its connection is closed");
+    }
     if (code == WSAECONNABORTED) m_program.LogLine(L"The controller sent a line without end; its connection is closed");
 }
 

@@ -1,16 +1,22 @@
 #include <winsock2.h>
 // After winsock2.h:
-#include <ws2tcpip.h>
 #include <array>
-#include <memory>
+#include <new>
 #include "common/DetachedThread.h"
 #include "net/HostLookup.h"
 #include "net/SocketHandles.h"
 
-namespace {
-
-struct Request {
+struct CHostLookup::Request {
     Request(IResolver& askedResolver, const std::wstring& askedHost) : resolver(askedResolver), host(askedHost) {}
+
+    void Run() noexcept {
+        try {
+            result = resolver.Resolve(host);
+        } catch (const std::bad_alloc&) {
+            result = {WSA_NOT_ENOUGH_MEMORY, {}};
+        }
+        WSASetEvent(done.Get());
+    }
 
     IResolver& resolver;
     const std::wstring host;
@@ -18,28 +24,37 @@ struct Request {
     CNetworkEvent done;
 };
 
+namespace {
+
 struct LocalMemoryDeleter {
     void operator()(char* memory) const { LocalFree(memory); }
 };
 
-bool StartRequest(const std::shared_ptr<Request>& request) {
-    return request->done.IsValid() && StartDetached([request] {
-               request->result = request->resolver.Resolve(request->host);
-               WSASetEvent(request->done.Get());
-           });
-}
-
 }  // namespace
 
-std::optional<ResolveResult> LookUpHost(IResolver& resolver, const std::wstring& host, HANDLE stopEvent) {
-    in_addr numeric = {};
-    if (InetPtonW(AF_INET, host.c_str(), &numeric) == 1) return ResolveResult{0, numeric.s_addr};
+CHostLookup::CHostLookup(IResolver& resolver) : m_resolver(resolver) {}
 
-    const auto request = std::make_shared<Request>(resolver, host);
-    if (!StartRequest(request)) return ResolveResult{WSATRY_AGAIN, 0};
-    const std::array<HANDLE, 2> events = {stopEvent, request->done.Get()};
-    if (WaitForMultipleObjects(2, events.data(), FALSE, INFINITE) != WAIT_OBJECT_0 + 1) return std::nullopt;
-    return request->result;
+CHostLookup::~CHostLookup() = default;
+
+std::optional<LookUpAnswer> CHostLookup::LookUp(const std::wstring& host, HANDLE stopEvent,
+                                                std::uint32_t limitMilliseconds) {
+    Host& entry = m_hosts[host];
+    if (!entry.pending) {
+        const auto request = std::make_shared<Request>(m_resolver, host);
+        if (!request->done.IsValid() || !StartDetached([request] { request->Run(); })) {
+            return LookUpAnswer{WSA_NOT_ENOUGH_MEMORY, false, entry.known};
+        }
+        entry.pending = request;
+    }
+    const std::array<HANDLE, 2> events = {stopEvent, entry.pending->done.Get()};
+    const DWORD ended = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE, limitMilliseconds);
+    if (ended == WAIT_OBJECT_0) return std::nullopt;
+    if (ended != WAIT_OBJECT_0 + 1) return LookUpAnswer{WSATRY_AGAIN, true, entry.known};
+
+    ResolveResult result = std::move(std::exchange(entry.pending, nullptr)->result);
+    if (result.error == 0 && result.addresses.empty()) result.error = WSANO_DATA;
+    if (result.error == 0) entry.known = std::move(result.addresses);
+    return LookUpAnswer{result.error, false, entry.known};
 }
 
 std::string SystemMessage(std::uint32_t code) {

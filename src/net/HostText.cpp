@@ -1,14 +1,28 @@
 #include "net/HostText.h"
 
-std::uint32_t CutPort(std::wstring& hostText, std::uint32_t defaultPort) {
-    const std::size_t colon = hostText.find(L':');
-    if (colon == std::wstring::npos) return defaultPort;
+namespace {
 
+std::uint32_t ReadPort(const std::wstring& text, std::size_t from) {
     std::uint32_t port = 0;
-    for (std::size_t i = hostText.find_first_not_of(L" \t", colon + 1); i < hostText.size(); ++i) {
-        if (hostText[i] < L'0' || hostText[i] > L'9') break;
-        port = (port * 10 + static_cast<std::uint32_t>(hostText[i] - L'0')) % 65536;
+    for (std::size_t i = text.find_first_not_of(L" \t", from); i < text.size(); ++i) {
+        if (text[i] < L'0' || text[i] > L'9') break;
+        port = (port * 10 + static_cast<std::uint32_t>(text[i] - L'0')) % 65536;
     }
+    return port;
+}
+
+}  // namespace
+
+std::uint32_t CutPort(std::wstring& hostText, std::uint32_t defaultPort) {
+    if (const std::size_t close = hostText.find(L']'); hostText.starts_with(L'[') && close != std::wstring::npos) {
+        const std::wstring behind = hostText.substr(close + 1);
+        if (!behind.empty() && behind[0] != L':') return defaultPort;  // no address either: the look-up says so
+        hostText = hostText.substr(1, close - 1);
+        return behind.empty() ? defaultPort : ReadPort(behind, 1);
+    }
+    const std::size_t colon = hostText.find(L':');
+    if (colon == std::wstring::npos || hostText.find(L':', colon + 1) != std::wstring::npos) return defaultPort;
+    const std::uint32_t port = ReadPort(hostText, colon + 1);
     hostText.erase(colon);
     return port;
 }

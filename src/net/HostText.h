@@ -4,6 +4,8 @@
 
 inline constexpr std::size_t kMaximumHostCharacters = 259;
 
-// Cuts "host:port" at its first colon in place and returns the decimal number behind it, modulo 65536 (0 when there is
-// none). A text without a colon is left as it is and gives defaultPort.
+// Takes the port off a host's text in place and returns it:
+//     "host:port" is cut at the colon; the port is the decimal number behind it, modulo 65536 (0 when there is none)
+//     "[IPv6]:port" and "[IPv6]" are left without their brackets; without a colon: defaultPort
+//     a text without a colon, or with several and no brackets (an IPv6 address), is left as it is: defaultPort
 std::uint32_t CutPort(std::wstring& hostText, std::uint32_t defaultPort);

@@ -1,5 +1,6 @@
 #include "net/LineFramer.h"
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -11,26 +12,26 @@ constexpr std::size_t kTolerableRoom = std::size_t{64} * 1024;
 CLineFramer::CLineFramer(char delimiter, std::size_t limit) : m_delimiter(delimiter), m_limit(limit) {}
 
 void CLineFramer::Add(std::span<const char> bytes) {
-    m_pending.Append(bytes);
+    if (!m_pending.Append(bytes)) throw std::bad_alloc();
 }
 
 std::span<char> CLineFramer::NextLine() {
-    while (m_searched < m_pending.Length()) {
-        const char* const from = m_pending.Data() + m_searched;
-        const void* const found = std::memchr(from, m_delimiter, m_pending.Length() - m_searched);
-        if (found == nullptr) break;
-        const std::size_t end = m_searched + static_cast<std::size_t>(static_cast<const char*>(found) - from) + 1;
-        const std::span<const char> source(m_pending.Data() + m_taken, end - m_taken);
-        m_taken = m_searched = end;
-
-        m_line.Clear();
-        m_line.Trim();
-        static constexpr char kNul = '\0';
-        // A line for which there is no memory is lost, not handed out without its end.
-        if (m_line.Append(source) && m_line.Append({&kNul, 1})) return {m_line.Data(), m_line.Length()};
+    const char* const from = m_pending.Data() + m_searched;
+    const std::size_t left = m_pending.Length() - m_searched;
+    const void* const found = left != 0 ? std::memchr(from, m_delimiter, left) : nullptr;
+    if (found == nullptr) {
+        DropTaken();
+        return {};
     }
-    DropTaken();
-    return {};
+    const std::size_t end = m_searched + static_cast<std::size_t>(static_cast<const char*>(found) - from) + 1;
+    const std::span<const char> source(m_pending.Data() + m_taken, end - m_taken);
+    m_taken = m_searched = end;
+
+    m_line.Clear();
+    m_line.Trim();
+    static constexpr char kNul = '\0';
+    if (!m_line.Append(source) || !m_line.Append({&kNul, 1})) throw std::bad_alloc();
+    return {m_line.Data(), m_line.Length()};
 }
 
 void CLineFramer::DropTaken() {

@@ -4,7 +4,7 @@
 #include "net/ByteBuffer.h"
 
 // What a peer may send without a delimiter before it is taken for broken.
-inline constexpr std::size_t kMaximumPendingBytes = std::size_t{64} * 1024 * 1024;
+inline constexpr std::size_t kMaximumPendingBytes = std::size_t{16} * 1024 * 1024;
 
 // Cuts a stream of bytes into lines, used by one thread. After every Add all lines are to be taken:
 //     framer.Add(bytes);
@@ -13,6 +13,7 @@ class CLineFramer {
   public:
     explicit CLineFramer(char delimiter, std::size_t limit = kMaximumPendingBytes);
 
+    // Both throw std::bad_alloc; what is left then is only good for Clear.
     void Add(std::span<const char> bytes);
     // The next whole line: up to and including its delimiter, then a NUL that is counted. Writable; valid until the next
     // call. Empty: there is none.

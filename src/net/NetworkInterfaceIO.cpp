@@ -1,12 +1,27 @@
 #include "net/NetworkInterfaceIO.h"
+#include <new>
+
+namespace {
+
+// Runs a hook, which must not end the process: what it had no memory for stays undone.
+template <typename Hook>
+void CallHook(Hook hook) {
+    try {
+        hook();
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+}  // namespace
 
 void _NetworkInterfaceIO::OnThreadStart(void*) {
-    OnStart();
+    CallHook([this] { OnStart(); });
     m_running = 1;
 }
 
 void _NetworkInterfaceIO::OnThreadEnd(void*, std::uint32_t) {
-    OnStop();
+    CallHook([this] { OnStop(); });
     m_running = 0;
 }
 

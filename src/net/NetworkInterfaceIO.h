@@ -59,7 +59,7 @@ class _NetworkInterfaceIO : public CBKBaseThread {
     std::atomic<std::uint32_t> m_running{0};
     std::uint32_t m_listenMode = 0;  // 0 client, 1 server
     std::wstring m_host;             // without port, at most 259 characters
-    std::uint32_t m_address = 0;     // network byte order; 0 not resolved
+    std::uint32_t m_address = 0;     // where a server listens: IPv4, network byte order
     std::uint32_t m_port = 0;
     std::uint32_t m_option = 0;
     std::uint32_t m_reconnectInterval = 1000;  // ms

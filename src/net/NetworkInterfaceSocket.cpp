@@ -10,7 +10,7 @@ constexpr std::uint32_t kPauseAfterFailedAttempt = 2000;  // ms
 
 }  // namespace
 
-_NetworkInterfaceSocket::_NetworkInterfaceSocket(IResolver& resolver) : m_resolver(resolver) {}
+_NetworkInterfaceSocket::_NetworkInterfaceSocket(IResolver& resolver) : m_lookUp(resolver) {}
 
 _NetworkInterfaceSocket::~_NetworkInterfaceSocket() {
     m_stopping = true;
@@ -23,7 +23,6 @@ void _NetworkInterfaceSocket::StartClient(std::wstring& hostText, std::uint32_t 
     m_port = CutPort(hostText, defaultPort);
     m_host = hostText.substr(0, kMaximumHostCharacters);
     m_option = option;
-    m_address = 0;
     Launch();
 }
 
@@ -58,14 +57,12 @@ bool _NetworkInterfaceSocket::Stop() {
 std::uint32_t _NetworkInterfaceSocket::Send(std::string_view bytes, std::uintptr_t userValue) {
     std::uint32_t result = WSAENOTCONN;
     DWORD sent = 0;
-    {
-        const std::lock_guard lock(m_dataLock);
-        if (m_data.IsOpen() && m_state == ConnectionState::Connected) {
-            // The interface takes a writable pointer but only reads.
-            WSABUF buffer = {static_cast<u_long>(bytes.size()), const_cast<char*>(bytes.data())};
-            const int status = WSASend(m_data.Get(), &buffer, 1, &sent, 0, nullptr, nullptr);
-            result = status == 0 ? 0 : static_cast<std::uint32_t>(WSAGetLastError());
-        }
+    const std::lock_guard lock(m_dataLock);
+    if (m_data.IsOpen() && m_state == ConnectionState::Connected) {
+        // The interface takes a writable pointer but only reads.
+        WSABUF buffer = {static_cast<u_long>(bytes.size()), const_cast<char*>(bytes.data())};
+        const int status = WSASend(m_data.Get(), &buffer, 1, &sent, 0, nullptr, nullptr);
+        result = status == 0 ? 0 : static_cast<std::uint32_t>(WSAGetLastError());
     }
     const ddt_datetime now = SystemClock().UtcNow();
     if (result == 0) m_lastSendTime = now.ticks;

@@ -5,13 +5,21 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include "net/HostLookup.h"
 #include "net/LineFramer.h"
 #include "net/NetworkInterfaceIO.h"
-#include "net/Resolver.h"
 #include "net/SocketHandles.h"
 
 // What the connection's thread does between connections.
 enum class ConnectActivity { Resolving, Connecting };
+
+// In ms.
+struct SocketLimits {
+    std::uint32_t attempt = 20'000;      // of an attempt to connect, shared by the addresses of the host, but
+    std::uint32_t address = 5000;        // at least this for each
+    std::uint32_t lookUp = 30'000;       // until a look-up counts as failed
+    std::uint32_t listenAgain = 30'000;  // between tries to listen after the first, quick ones
+};
 
 // TCP client (with reconnection) or one-peer server over Windows Sockets, event-select model, one thread per object.
 //
@@ -21,6 +29,12 @@ enum class ConnectActivity { Resolving, Connecting };
 // The thread has no operation of unbounded length, so Stop takes effect at once: sockets are non-blocking, names are looked
 // up on a thread that is left behind, and every wait, pauses included, ends with the stop event. Only a callback that blocks
 // can hold it up; callbacks must not block.
+//
+// Nothing but Stop and an answer of OnConnectError other than kKeepTrying ends the thread. A client that cannot connect
+// calls OnConnectError once per attempt, waits ReconnectPause and begins anew with a look-up. An attempt tries all addresses
+// of the host in the resolver's order; while the resolver fails, those that it gave before. After a lost connection the
+// address that worked comes first. A server that cannot listen says so by OnError and tries again. Where memory runs out, a
+// callback's allocations included, the connection is given up and the loop goes on.
 class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
   public:
     // resolver outlives the process's use of it: a look-up may still run after the object has gone. The default asks the
@@ -29,7 +43,7 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     ~_NetworkInterfaceSocket() override;
 
     // Both do nothing while the thread runs.
-    // hostText: "host" or "host:port"; cut at the colon in place. Resolution happens on the connection's thread, so this
+    // hostText: see CutPort, which takes the port off it. Resolution happens on the connection's thread, so this
     // never waits for a name server.
     void StartClient(std::wstring& hostText, std::uint32_t defaultPort, std::uint32_t option);
     void StartServer(const EndpointRecord& endpoint);
@@ -37,7 +51,9 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     bool Stop();
 
     // One send call for the whole text; short sends are not retried. Returns 0 or the Windows Sockets error, WSAENOTCONN
-    // when there is no connection. Does not block, allocates nothing; sends of several threads do not interleave.
+    // when there is no connection. Does not block, allocates nothing; sends of several threads do not interleave. Calls
+    // OnDataSent under the lock that makes senders take turns, so that no reply can be received before OnDataSent has
+    // returned: it must be short, must not call Send, and takes only locks under which nobody sends.
     std::uint32_t Send(std::string_view bytes, std::uintptr_t userValue = 0);
 
     // Set before the thread starts.
@@ -46,21 +62,26 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     void SetLineLimit(std::size_t bytes) { m_lineLimit = bytes; }
 
     void OnDataSent(std::string_view, std::uint32_t, ddt_datetime, std::uint32_t, std::uintptr_t) override {}
-    // "ReadData" with the error; "Listen" with the error, or with 0 when it works after all.
+    // "ReadData" with the error; "Listen" with the error, or with 0 when it works after all, once per change; "Resolve" when
+    // a look-up failed and addresses found earlier are tried.
     void OnError(const char*, std::uint32_t) override {}
+    // Client: "Connect failed", "Connect timed out", "Connection lost", "Out of memory", the text of DropConnection, or for
+    // a failed look-up the system's text or "Host not found". That the resolver asks to try again (WSATRY_AGAIN) is reported
+    // from the sixth time in a row on; until then the name is looked up again after the reconnect interval.
     std::uint32_t OnConnectError(const char*, std::uint32_t) override { return kKeepTrying; }
     // Server: a peer was accepted and is about to take the place of the one before, if any. Called for every peer, unlike
     // OnConnected, which is for changes of the state.
     virtual void OnPeerAccepted() {}
 
     // All on the connection's thread; client mode only.
-    // target: the host, or the address being tried as "1.2.3.4:4444" or "[::1]:4444".
+    // Before each look-up, target: the host; before each address, target: "1.2.3.4:4444" or "[::1]:4444".
     virtual void OnActivity(ConnectActivity, const std::string&) {}
     // How long to wait, in ms, before the next attempt. afterConnect: the last one was established (and lost) rather than
     // failed. The default: 0 after an established connection, 2000 otherwise.
     virtual std::uint32_t ReconnectPause(bool afterConnect);
     // Called at the start of every wait of the loop while a connection is established or being established, so after every
-    // event and batch of lines: does what is due and returns in how many ms it wants to be called again. INFINITE: not.
+    // event and batch of lines, but neither during a look-up nor during a pause: does what is due and returns in how many ms
+    // it wants to be called again. INFINITE: not.
     virtual std::uint32_t OnTimer() { return INFINITE; }
 
     void OnHook1() override {}
@@ -76,10 +97,12 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     // peer had: OnConnectError(text, code), then OnDisconnected. Client mode only; without a connection it does nothing.
     void DropConnection(std::string text, std::uint32_t code);
 
+    SocketLimits m_limits;  // changed before the thread starts
+
   private:
     struct Loop;  // what the loop holds while it runs
     enum class Step { Continue, Stopped, Failed };
-    enum class Reception { Data, Nothing, TooLong };
+    enum class Reception { Data, Nothing, TooLong, Failed };
 
     bool PrepareStart();
     void Launch();
@@ -87,26 +110,38 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     void CloseDataSocket(Loop& loop);
 
     // The loop's steps, on the connection's thread.
-    Step RunLoop(Loop& loop);
     Step Pass(Loop& loop);
-    Step ResolveHost(Loop& loop);
-    Step Connect(Loop& loop);
+    Step EventsMissing(Loop& loop);
+    Step OutOfMemory(Loop& loop);
+    DWORD WaitTime(const Loop& loop);
     Step WaitForEvent(Loop& loop);
-    Step WaitTimedOut(Loop& loop);
     Step Pause(std::uint32_t milliseconds);
 
     Step OnDataEvent(Loop& loop);
-    Step OnConnectEvent(Loop& loop, std::uint32_t error);
+    Step OnReadEvent(Loop& loop, std::uint32_t error);
     Step OnCloseEvent(Loop& loop, std::uint32_t error);
-    Step ConnectionLost(Loop& loop, const char* text, std::uint32_t error);
-    Step Dropped(Loop& loop);
     Step LineTooLong(Loop& loop);
-    Reception Receive(Loop& loop, bool reportErrors);
+    Reception Receive(Loop& loop);
     Reception Deliver(Loop& loop, std::span<char> bytes);
 
+    // Client.
+    Step ConnectNext(Loop& loop);
+    Step ResolveHost(Loop& loop);
+    std::uint32_t Connect(Loop& loop, const HostAddress& address);
+    void Connected(Loop& loop);
+    Step AddressFailed(Loop& loop, const char* text, std::uint32_t error);
+    Step AttemptFailed(Loop& loop, const char* text, std::uint32_t error);
+    Step ConnectionLost(Loop& loop, std::uint32_t error);
+    Step ConnectionEnded(Loop& loop, const char* text, std::uint32_t error);
+    Step Dropped(Loop& loop);
+
+    // Server.
     Step OnListenEvent(Loop& loop);
     Step Listen(Loop& loop);
-    void AcceptPeer(Loop& loop);
+    std::optional<std::uint32_t> FindListenAddress(std::uint32_t& address);
+    void ListenAnew(Loop& loop, std::uint32_t error);
+    void TellListening(Loop& loop, std::uint32_t error);
+    Step AcceptPeer(Loop& loop);
 
     struct Drop {
         std::string text;
@@ -114,15 +149,16 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     };
 
     CWinsockSession m_winsock;
-    IResolver& m_resolver;
+    CHostLookup m_lookUp;
     std::atomic<bool> m_stopping{false};  // the stop event, cheap to ask between two lines
     bool m_framing = false;
     char m_delimiter = '\n';
     std::size_t m_lineLimit = kMaximumPendingBytes;
 
-    // Held by a sender during its send call and by the thread while it exchanges the socket, so that no text is ever written
-    // to a handle that was closed and given to something else meanwhile. The thread itself reads m_data without it. One
-    // sender at a time: Wine answers the second of two simultaneous sends on a non-blocking socket with WSAEWOULDBLOCK.
+    // Held by a sender from its send call until OnDataSent has returned, and by the thread while it exchanges the socket, so
+    // that no text is ever written to a handle that was closed and given to something else meanwhile. The thread itself
+    // reads m_data without it. One sender at a time: Wine answers the second of two simultaneous sends on a non-blocking
+    // socket with WSAEWOULDBLOCK.
     std::mutex m_dataLock;
     CSocket m_data;
     CSocket m_listening;

@@ -34,9 +34,11 @@ IcmpHandle OpenIcmp() {
 
 bool Resolve(const std::wstring& host, IPAddr& address) {
     const ResolveResult result = SystemResolver().Resolve(host);
-    address = result.address;
-    SetLastError(result.error);
-    return result.error == 0;
+    const auto found = std::ranges::find(result.addresses, false, &HostAddress::isV6);
+    const bool isFound = found != result.addresses.end();
+    if (isFound) address = found->V4Word();
+    SetLastError(isFound || result.error != 0 ? result.error : WSANO_DATA);
+    return isFound;
 }
 
 IP_OPTION_INFORMATION MakeOptions(const PingOptions& options) {

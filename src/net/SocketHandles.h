@@ -59,6 +59,11 @@ class CNetworkEvent {
     CNetworkEvent& operator=(const CNetworkEvent&) = delete;
 
     WSAEVENT Get() const { return m_event; }
+    // Tries once more when there is none. False: there still is none.
+    bool Create() {
+        if (!IsValid()) m_event = WSACreateEvent();
+        return IsValid();
+    }
     bool IsValid() const { return m_event != WSA_INVALID_EVENT; }
 
   private:

@@ -1,24 +1,40 @@
+#include "net/SocketLoop.h"
 #include <algorithm>
-#include <array>
-#include <optional>
+#include <new>
 #include <span>
 #include <utility>
 #include "common/Clock.h"
-#include "common/CodePage.h"
-#include "net/HostLookup.h"
-#include "net/ListeningSocket.h"
-#include "net/NetworkInterfaceSocket.h"
 
 namespace {
 
-constexpr std::size_t kReceiveArea = 4096;
-constexpr unsigned kListenTries = 10;
 constexpr std::uint32_t kExitStopped = 0;
 constexpr std::uint32_t kExitFailed = 0xFFFFFFFF;
 
-bool IsUnreachable(std::uint32_t error) {
-    return error == WSAENETUNREACH || error == WSAETIMEDOUT || error == WSAECONNREFUSED;
+std::uint32_t ErrorOf(const WSANETWORKEVENTS& events, int bit) {
+    return static_cast<std::uint32_t>(events.iErrorCode[bit]);
 }
+
+bool IsPast(const std::optional<TimeSpan>& moment) {
+    return moment && SystemClock().Monotonic() >= *moment;
+}
+
+// Rounded up: a wait that ends early would only be repeated.
+DWORD MillisecondsUntil(TimeSpan moment) {
+    const TimeSpan left = std::max<TimeSpan>(moment - SystemClock().Monotonic(), 0);
+    return static_cast<DWORD>((left + kTicksPerMillisecond - 1) / kTicksPerMillisecond);
+}
+
+// Of what is done because memory ran out: it may run out there again, and the loop goes on all the same.
+template <typename Action>
+void TryWithoutMemory(Action action) {
+    try {
+        action();
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
+}  // namespace
 
 // Requests are short and waited for: none of them is held back to be joined with the next.
 void SendAtOnce(SOCKET socket) {
@@ -26,113 +42,92 @@ void SendAtOnce(SOCKET socket) {
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
-std::uint32_t ErrorOf(const WSANETWORKEVENTS& events, int bit) {
-    return static_cast<std::uint32_t>(events.iErrorCode[bit]);
+TimeSpan FromNow(std::uint32_t milliseconds) {
+    return SystemClock().Monotonic() + milliseconds * kTicksPerMillisecond;
 }
-
-}  // namespace
-
-struct _NetworkInterfaceSocket::Loop {
-    Loop(char delimiter, std::size_t limit) : framer(delimiter, limit) {}
-
-    std::array<char, kReceiveArea> area;
-    CLineFramer framer;
-    CNetworkEvent dataEvent;
-    CNetworkEvent listenEvent;
-    DWORD timeout = WSA_INFINITE;
-    unsigned listenTries = 0;
-};
 
 std::uint32_t _NetworkInterfaceSocket::IoLoop(void*) {
     Loop loop(m_delimiter, m_lineLimit);
-    const Step end = loop.dataEvent.IsValid() && loop.listenEvent.IsValid() ? RunLoop(loop) : Step::Failed;
+    if (m_listenMode != 0) loop.listenAt = FromNow(0);
+    Step step = Step::Continue;
+    while (step == Step::Continue) {
+        try {
+            step = Pass(loop);
+        } catch (const std::bad_alloc&) {
+            step = OutOfMemory(loop);
+        }
+    }
     CloseDataSocket(loop);
     m_listening.Close();
-    SetState(ConnectionState::Disconnected);
-    return end == Step::Stopped ? kExitStopped : kExitFailed;
+    TryWithoutMemory([this] { SetState(ConnectionState::Disconnected); });
+    return step == Step::Stopped ? kExitStopped : kExitFailed;
 }
 
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::RunLoop(Loop& loop) {
-    if (m_listenMode != 0) {
-        if (const Step step = Listen(loop); step != Step::Continue) return step;
-    } else {
-        // A first look-up, silent and without a pause after it.
-        const std::optional<ResolveResult> found = LookUpHost(m_resolver, m_host, StopEvent());
-        if (!found) return Step::Stopped;
-        m_address = found->error == 0 ? found->address : 0;
-    }
-    for (;;) {
-        if (const Step step = Pass(loop); step != Step::Continue) return step;
-    }
-}
-
+// Throws std::bad_alloc, like all that it calls: a callback's too.
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Pass(Loop& loop) {
+    if (!loop.dataEvent.Create() || !loop.listenEvent.Create()) return EventsMissing(loop);
+    if (IsPast(loop.listenAt)) {
+        if (const Step step = Listen(loop); step != Step::Continue) return step;
+    }
+    if (IsPast(loop.connectEnd)) return AddressFailed(loop, "Connect timed out", WSAETIMEDOUT);
     if (m_listenMode == 0 && !m_data.IsOpen()) {
-        const Step step = m_address != 0 ? Connect(loop) : ResolveHost(loop);
-        if (step != Step::Continue) return step;
+        if (const Step step = ConnectNext(loop); step != Step::Continue || !m_data.IsOpen()) return step;
     }
     const Step step = WaitForEvent(loop);
     return step == Step::Continue && m_drop ? Dropped(loop) : step;
 }
 
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ResolveHost(Loop& loop) {
-    OnActivity(ConnectActivity::Resolving, WideToNarrow(m_host));
-    const std::optional<ResolveResult> found = LookUpHost(m_resolver, m_host, StopEvent());
-    if (!found) return Step::Stopped;
-    loop.timeout = m_reconnectInterval;
-    if (found->error == 0) {
-        m_address = found->address;
-    } else if (found->error != WSATRY_AGAIN) {
-        const std::string text = SystemMessage(found->error);
-        if (!text.empty() && OnConnectError(text.c_str(), found->error) != kKeepTrying) return Step::Failed;
-    }
-    return Step::Continue;
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::EventsMissing(Loop& loop) {
+    if (m_listenMode == 0) return AttemptFailed(loop, "Connect failed", WSA_NOT_ENOUGH_MEMORY);
+    TellListening(loop, WSA_NOT_ENOUGH_MEMORY);
+    return Pause(m_reconnectInterval);
 }
 
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Connect(Loop& loop) {
-    CSocket socket(WSASocketW(AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_OVERLAPPED));
-    if (!socket.IsOpen()) return Step::Failed;
-    SendAtOnce(socket.Get());
-    if (WSAEventSelect(socket.Get(), loop.dataEvent.Get(), FD_READ | FD_CONNECT | FD_CLOSE) != 0) return Step::Failed;
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OutOfMemory(Loop& loop) {
+    const bool wasConnected = m_state == ConnectionState::Connected;
+    CloseDataSocket(loop);
+    loop.framer = CLineFramer(m_delimiter, m_lineLimit);  // gives back what a long line had taken
+    std::uint32_t answer = kKeepTrying;
+    std::uint32_t pause = m_reconnectInterval;
+    if (m_listenMode != 0) {
+        TryWithoutMemory([this] { OnError("ReadData", WSA_NOT_ENOUGH_MEMORY); });
+    } else if (!m_stopping) {
+        wasConnected ? loop.round.Repeat() : loop.round.End();
+        TryWithoutMemory([&] { answer = OnConnectError("Out of memory", WSA_NOT_ENOUGH_MEMORY); });
+        if (wasConnected) TryWithoutMemory([this] { SetState(ConnectionState::Disconnected); });
+        TryWithoutMemory([&] { pause = std::max(pause, ReconnectPause(wasConnected)); });
+    }
+    return answer == kKeepTrying ? Pause(pause) : Step::Failed;
+}
 
-    sockaddr_in peer = {};
-    peer.sin_family = AF_INET;
-    peer.sin_port = htons(static_cast<u_short>(m_port));
-    peer.sin_addr.s_addr = m_address;
-    const int status =
-        WSAConnect(socket.Get(), reinterpret_cast<const sockaddr*>(&peer), sizeof peer, nullptr, nullptr, nullptr, nullptr);
-    if (status != 0 && WSAGetLastError() != WSAEWOULDBLOCK) return Step::Failed;
-    SetDataSocket(std::move(socket));
-    loop.timeout = WSA_INFINITE;
-    return Step::Continue;
+DWORD _NetworkInterfaceSocket::WaitTime(const Loop& loop) {
+    DWORD wait = m_listenMode == 0 ? OnTimer() : WSA_INFINITE;
+    for (const auto& moment : {loop.connectEnd, loop.listenAt}) {
+        if (moment) wait = std::min(wait, MillisecondsUntil(*moment));
+    }
+    return wait;
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::WaitForEvent(Loop& loop) {
     const std::array<WSAEVENT, 3> events = {StopEvent(), loop.dataEvent.Get(), loop.listenEvent.Get()};
-    const DWORD count = static_cast<DWORD>(events.size());
-    const bool isTimed = m_listenMode == 0 && m_data.IsOpen();
-    const DWORD timeout = isTimed ? std::min<DWORD>(OnTimer(), loop.timeout) : loop.timeout;
+    const DWORD wait = WaitTime(loop);
     if (m_drop) return Step::Continue;
-    switch (WSAWaitForMultipleEvents(count, events.data(), FALSE, timeout, TRUE)) {
+    switch (WSAWaitForMultipleEvents(static_cast<DWORD>(events.size()), events.data(), FALSE, wait, TRUE)) {
         case WSA_WAIT_EVENT_0:
             return Step::Stopped;
         case WSA_WAIT_EVENT_0 + 1:
             return OnDataEvent(loop);
         case WSA_WAIT_EVENT_0 + 2:
             return OnListenEvent(loop);
-        case WSA_WAIT_TIMEOUT:
-            return WaitTimedOut(loop);
-        case WSA_WAIT_FAILED:  // paced, so that a failure that stays does not spin
-            return Pause(m_reconnectInterval);
-        default:  // an asynchronous call ran on this thread
+        case WSA_WAIT_FAILED: {
+            const auto error = static_cast<std::uint32_t>(WSAGetLastError());
+            const Step step = m_listenMode == 0 ? ConnectionLost(loop, error) : Step::Continue;
+            // Paced, so that a failure that stays does not spin.
+            return step == Step::Continue ? Pause(m_reconnectInterval) : step;
+        }
+        default:  // the time has come for something, or an asynchronous call ran on this thread
             return Step::Continue;
     }
-}
-
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::WaitTimedOut(Loop& loop) {
-    loop.timeout = m_reconnectInterval;
-    const bool listenAgain = m_listenMode != 0 && !m_listening.IsOpen() && loop.listenTries < kListenTries;
-    return listenAgain ? Listen(loop) : Step::Continue;
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Pause(std::uint32_t milliseconds) {
@@ -141,88 +136,79 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Pause(std::uint32_t milli
 
 void _NetworkInterfaceSocket::CloseDataSocket(Loop& loop) {
     SetDataSocket(CSocket());
-    m_drop.reset();
-    // Neither an event of the old socket nor the bytes of its unfinished line mean anything to the next.
+    // Neither an event of the old socket nor the bytes of its unfinished line nor a wish to end it mean anything to the
+    // next.
     if (loop.dataEvent.IsValid()) WSAResetEvent(loop.dataEvent.Get());
     loop.framer.Clear();
+    loop.connectEnd.reset();
+    m_drop.reset();
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnDataEvent(Loop& loop) {
     WSANETWORKEVENTS events = {};
     if (WSAEnumNetworkEvents(m_data.Get(), loop.dataEvent.Get(), &events) != 0) {
+        const auto error = static_cast<std::uint32_t>(WSAGetLastError());
         WSAResetEvent(loop.dataEvent.Get());
-        return Step::Continue;
+        return m_listenMode == 0 ? ConnectionLost(loop, error) : Step::Continue;
     }
     if ((events.lNetworkEvents & FD_CONNECT) != 0) {
-        const Step step = OnConnectEvent(loop, ErrorOf(events, FD_CONNECT_BIT));
+        const std::uint32_t error = ErrorOf(events, FD_CONNECT_BIT);
+        if (error != 0) return AddressFailed(loop, "Connect failed", error);
+        Connected(loop);
+    }
+    if ((events.lNetworkEvents & FD_READ) != 0 && !m_drop) {
+        const Step step = OnReadEvent(loop, ErrorOf(events, FD_READ_BIT));
         if (step != Step::Continue || !m_data.IsOpen()) return step;
     }
-    if ((events.lNetworkEvents & FD_READ) != 0 && ErrorOf(events, FD_READ_BIT) == 0) {
-        if (Receive(loop, true) == Reception::TooLong) return LineTooLong(loop);
-    }
-    if ((events.lNetworkEvents & FD_CLOSE) != 0) return OnCloseEvent(loop, ErrorOf(events, FD_CLOSE_BIT));
+    if ((events.lNetworkEvents & FD_CLOSE) != 0 && !m_drop) return OnCloseEvent(loop, ErrorOf(events, FD_CLOSE_BIT));
     return Step::Continue;
 }
 
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnConnectEvent(Loop& loop, std::uint32_t error) {
-    if (error == 0) {
-        SetState(ConnectionState::Connected);
-        loop.timeout = WSA_INFINITE;
-        return Step::Continue;
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnReadEvent(Loop& loop, std::uint32_t error) {
+    loop.receiveError = error;
+    switch (error == 0 ? Receive(loop) : Reception::Failed) {
+        case Reception::TooLong:
+            return LineTooLong(loop);
+        case Reception::Failed:
+            OnError("ReadData", loop.receiveError);
+            return m_listenMode == 0 ? ConnectionLost(loop, loop.receiveError) : Step::Continue;
+        default:
+            return Step::Continue;
     }
-    if (!IsUnreachable(error)) return Step::Failed;
-    if (OnConnectError("Connect failed", error) != kKeepTrying) return Step::Failed;
-    CloseDataSocket(loop);
-    return Pause(ReconnectPause(false));
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnCloseEvent(Loop& loop, std::uint32_t error) {
     // What arrived before the end comes first. Bounded by what the system holds of a connection that the peer has ended.
-    for (Reception got = Reception::Data; got != Reception::Nothing && !m_stopping && !m_drop;) {
-        got = Receive(loop, false);
+    for (Reception got = Reception::Data; got == Reception::Data && !m_stopping && !m_drop;) {
+        got = Receive(loop);
         if (got == Reception::TooLong) return LineTooLong(loop);
     }
-    if (m_drop) return Step::Continue;
-    if (m_listenMode == 0) return ConnectionLost(loop, "Connection lost", error);
-
-    // The state stays "connected", and the socket in place, until the next peer comes. A listening socket that works is
+    // With a server the state stays "connected", and the socket in place, until the next peer comes. The listening socket is
     // kept: to replace it would turn away a peer that reconnects in just that moment.
-    if (m_listening.IsOpen()) return Step::Continue;
-    loop.listenTries = 0;
-    return Listen(loop);
-}
-
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ConnectionLost(Loop& loop, const char* text, std::uint32_t error) {
-    if (!m_stopping && OnConnectError(text, error) != kKeepTrying) return Step::Failed;
-    CloseDataSocket(loop);
-    SetState(ConnectionState::Disconnected);
-    return Pause(ReconnectPause(true));
-}
-
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Dropped(Loop& loop) {
-    if (!m_data.IsOpen()) return Step::Continue;
-    const Drop drop = *std::exchange(m_drop, std::nullopt);
-    return ConnectionLost(loop, drop.text.c_str(), drop.code);
+    return m_listenMode == 0 && !m_drop ? ConnectionLost(loop, error) : Step::Continue;
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::LineTooLong(Loop& loop) {
-    if (m_listenMode == 0) return ConnectionLost(loop, "Connection lost", WSAECONNABORTED);
+    if (m_listenMode == 0) return ConnectionLost(loop, WSAECONNABORTED);
     OnError("ReadData", WSAECONNABORTED);
     CloseDataSocket(loop);
     return Step::Continue;
 }
 
-_NetworkInterfaceSocket::Reception _NetworkInterfaceSocket::Receive(Loop& loop, bool reportErrors) {
+_NetworkInterfaceSocket::Reception _NetworkInterfaceSocket::Receive(Loop& loop) {
     WSABUF buffer = {static_cast<u_long>(loop.area.size()), loop.area.data()};
     DWORD received = 0;
     DWORD flags = 0;
     if (WSARecv(m_data.Get(), &buffer, 1, &received, &flags, nullptr, nullptr) != 0) {
         const int error = WSAGetLastError();
-        const bool isFailure = error != WSA_IO_PENDING && error != WSAEWOULDBLOCK;
-        if (isFailure && reportErrors) OnError("ReadData", static_cast<std::uint32_t>(error));
-        return Reception::Nothing;
+        if (error == WSA_IO_PENDING || error == WSAEWOULDBLOCK) return Reception::Nothing;
+        loop.receiveError = static_cast<std::uint32_t>(error);
+        return Reception::Failed;
     }
     if (received == 0) return Reception::Nothing;
+    // What these bytes may answer was sent under this lock: once it is free, OnDataSent has returned, and its time is
+    // earlier.
+    static_cast<void>(std::lock_guard(m_dataLock));
     return Deliver(loop, std::span(loop.area).first(received));
 }
 
@@ -237,54 +223,5 @@ _NetworkInterfaceSocket::Reception _NetworkInterfaceSocket::Deliver(Loop& loop, 
         if (m_stopping || m_drop) return Reception::Nothing;
         OnDataReceived(line.data(), static_cast<std::uint32_t>(line.size()), now, 0);
     }
-    return loop.framer.IsOverLimit() ? Reception::TooLong : Reception::Data;
-}
-
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::OnListenEvent(Loop& loop) {
-    WSANETWORKEVENTS events = {};
-    if (WSAEnumNetworkEvents(m_listening.Get(), loop.listenEvent.Get(), &events) != 0) {
-        WSAResetEvent(loop.listenEvent.Get());
-        return Step::Continue;
-    }
-    if ((events.lNetworkEvents & FD_ACCEPT) == 0) return Step::Continue;
-    const std::uint32_t error = ErrorOf(events, FD_ACCEPT_BIT);
-    if (error == 0) {
-        AcceptPeer(loop);
-        return Step::Continue;
-    }
-    if (!IsUnreachable(error)) return Step::Failed;
-    CloseDataSocket(loop);
-    loop.timeout = m_reconnectInterval;
-    return Step::Continue;
-}
-
-_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Listen(Loop& loop) {
-    m_listening.Close();
-    WSAResetEvent(loop.listenEvent.Get());
-    std::uint32_t address = m_address;
-    if (!m_host.empty()) {
-        const std::optional<ResolveResult> found = LookUpHost(m_resolver, m_host, StopEvent());
-        if (!found) return Step::Stopped;
-        if (found->error != 0) return Step::Continue;
-        address = found->address;
-    }
-    ListenResult result = OpenListeningSocket(address, m_port, loop.listenEvent.Get());
-    m_listening = std::move(result.socket);
-    if (!m_listening.IsOpen() || loop.listenTries > 0) OnError("Listen", result.error);
-    ++loop.listenTries;
-    // The port of a connection just ended may be taken for a moment.
-    loop.timeout = result.error == WSAEADDRINUSE ? m_reconnectInterval : WSA_INFINITE;
-    return Step::Continue;
-}
-
-void _NetworkInterfaceSocket::AcceptPeer(Loop& loop) {
-    CSocket peer(accept(m_listening.Get(), nullptr, nullptr));
-    if (!peer.IsOpen()) return;  // it has gone again
-    CloseDataSocket(loop);
-    SendAtOnce(peer.Get());
-    // An accepted socket has inherited the selection of the listening one.
-    if (WSAEventSelect(peer.Get(), loop.dataEvent.Get(), FD_READ | FD_CLOSE) != 0) return;
-    OnPeerAccepted();
-    SetDataSocket(std::move(peer));
-    SetState(ConnectionState::Connected);
+    return loop.framer.IsOverLimit() && !m_drop ? Reception::TooLong : Reception::Data;
 }

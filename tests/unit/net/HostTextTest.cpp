@@ -3,7 +3,7 @@
 
 namespace {
 
-TEST(HostText, PortIsCutOffAtTheFirstColon) {
+TEST(HostText, PortIsTakenOff) {
     struct Case {
         const wchar_t* text;
         const wchar_t* host;
@@ -15,7 +15,13 @@ TEST(HostText, PortIsCutOffAtTheFirstColon) {
                           {L"pool:99999999999999999999", L"pool", 65535},
                           {L"pool:65537x", L"pool", 1},
                           {L"pool: 80", L"pool", 80},
-                          {L"tcp://pool:1", L"tcp", 0},
+                          {L"[::1]:4444", L"::1", 4444},
+                          {L"[::1]", L"::1", 3333},
+                          {L"[::1]:", L"::1", 0},
+                          {L"[::1]4444", L"[::1]4444", 3333},
+                          {L"[::1", L"[::1", 3333},
+                          {L"2001:db8::1", L"2001:db8::1", 3333},
+                          {L"tcp://pool:1", L"tcp://pool:1", 3333},
                           {L":5", L"", 5},
                           {L"", L"", 3333}};
     for (const Case& test : cases) {

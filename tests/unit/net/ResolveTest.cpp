@@ -8,53 +8,119 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint32_t kThisMachine = 0x0100007F;  // 127.0.0.1 in network byte order
-
 void StartAt(CRecordingConnection& client, std::uint32_t port) {
     std::wstring host = L"pool.example";
     client.StartClient(host, port, 0);
 }
 
-TEST(SocketResolve, AFailureIsPacedAndReportedWithTheSystemsTextUnlessItSaysToTryAgain) {
+TEST(SocketResolve, AFailureIsPacedAndReportedUnlessItSaysToTryAgainAFewTimes) {
     ASSERT_FALSE(SystemMessage(ERROR_ACCESS_DENIED).empty());
     struct Case {
         std::vector<std::uint32_t> errors;
         std::uint32_t interval;
-        int pause;  // the least, in milliseconds, until the connection
+        int milliseconds;  // the least until the connection
+        std::size_t reports;
     };
-    const Case cases[] = {{{}, 60'000, 0},
-                          {{WSATRY_AGAIN, WSATRY_AGAIN}, 200, 390},
-                          {{ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED}, 20, 0},
-                          {{WSAHOST_NOT_FOUND, WSAHOST_NOT_FOUND}, 20, 0}};
+    const Case cases[] = {{{}, 60'000, 0, 0},
+                          {{WSATRY_AGAIN, WSATRY_AGAIN}, 200, 390, 0},
+                          {std::vector<std::uint32_t>(7, WSATRY_AGAIN), 10, 50 + 2 * 30, 2},
+                          {{ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED}, 60'000, 2 * 30, 2},
+                          {{0}, 60'000, 30, 1}};  // a name without addresses
     for (const Case& test : cases) {
         CScriptedPeer peer;
-        CScriptedResolver resolver(test.errors);
+        std::vector<ResolveResult> answers;
+        for (const std::uint32_t error : test.errors)
+            answers.push_back({error, {}});
+        CScriptedResolver resolver(answers);
         CRecordingConnection client(resolver);
         client.SetInterval(test.interval);
+        client.pause = 30;
         const auto begin = Clock::now();
         StartAt(client, peer.Port());
         ASSERT_TRUE(client.WaitFor("connected"));
-        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(test.pause));
+        EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(test.milliseconds));
         EXPECT_EQ(resolver.calls, test.errors.size() + 1);
-        std::vector<std::string> expected = {"connected"};
-        const std::uint32_t code = test.errors.empty() ? WSATRY_AGAIN : test.errors[0];
-        const std::string text = SystemMessage(code);
-        // Not every system has a text for every code; the failure is silent then.
-        if (code != WSATRY_AGAIN && !text.empty()) {
-            expected.insert(expected.begin(), "connect-error " + text + " " + std::to_string(code));
+        std::vector<std::string> expected;
+        if (test.reports != 0) {
+            const std::uint32_t code = test.errors[0] != 0 ? test.errors[0] : WSANO_DATA;
+            const std::string text = SystemMessage(code);  // not every system has one for every code
+            expected.assign(test.reports,
+                            "connect-error " + (text.empty() ? "Host not found" : text) + " " + std::to_string(code));
         }
+        expected.push_back("connected");
         EXPECT_EQ(client.Events(), expected);
     }
 }
 
 TEST(SocketResolve, FailureEndsTheThreadWhenNoLongerWanted) {
-    CScriptedResolver resolver(std::vector<std::uint32_t>(100, ERROR_ACCESS_DENIED));
+    CScriptedResolver resolver(std::vector<ResolveResult>(100, {ERROR_ACCESS_DENIED, {}}));
     CRecordingConnection client(resolver);
     client.answer = 0;
     StartAt(client, 1);
     ASSERT_TRUE(client.WaitFor("connect-error " + SystemMessage(ERROR_ACCESS_DENIED) + " 5"));
     EXPECT_TRUE(client.Stop());
-    EXPECT_EQ(resolver.calls, 2u);
+    EXPECT_EQ(resolver.calls, 1u);
+}
+
+// One attempt takes them in turn, whatever is wrong with one; then the name is looked up again. The peer is at 127.0.0.1.
+TEST(SocketResolve, AllAddressesAreTriedAndTheOneThatWorkedComesFirstAgain) {
+    CScriptedPeer peer;
+    const std::string port = ":" + std::to_string(peer.Port());
+    const HostAddress here = Address(L"127.0.0.1"), refusing = Address(L"127.0.0.2"), v6 = Address(L"::1");
+    const HostAddress impossible = Address(L"255.255.255.255");
+    CScriptedResolver resolver({{0, {impossible, refusing}}, {0, {v6, refusing, here}}});
+    CRecordingConnection client(resolver);
+    client.pause = 0;
+    StartAt(client, peer.Port());
+    peer.Accept().Close();
+    const CPeerLink link = peer.Accept();
+    ASSERT_TRUE(client.WaitFor("connected", 2));
+    EXPECT_EQ(client.Events(), (std::vector<std::string>{"connect-error Connect failed 10061", "connected", "lost",
+                                                         "disconnected", "connected"}));
+    EXPECT_EQ(client.Activities(),
+              (std::vector<std::string>{"look up pool.example", "try 255.255.255.255" + port, "try 127.0.0.2" + port,
+                                        "look up pool.example", "try [::1]" + port, "try 127.0.0.2" + port,
+                                        "try 127.0.0.1" + port, "try 127.0.0.1" + port}));
+}
+
+TEST(SocketResolve, AnAddressThatCannotBeReachedIsAFailureLikeOthers) {
+    CScriptedResolver resolver;
+    CRecordingConnection client(resolver);
+    client.pause = 0;
+    std::wstring host = L"255.255.255.255";
+    client.StartClient(host, 1, 0);
+    EXPECT_TRUE(Eventually([&] { return client.Activities().size() >= 3; }));
+    client.Stop();
+    EXPECT_TRUE(client.Events()[0].starts_with("connect-error Connect failed ")) << client.Events()[0];
+    EXPECT_EQ(resolver.calls, 0u) << "it is no name";
+}
+
+TEST(SocketResolve, WithoutAnAnswerOfTheResolverTheAddressesOfEarlierAreTried) {
+    const std::uint32_t port = CScriptedPeer::FreePort();
+    CScriptedResolver resolver({{0, {Address(L"127.0.0.1")}}, {WSATRY_AGAIN, {}}, {WSAHOST_NOT_FOUND, {}}});
+    CRecordingConnection client(resolver);
+    client.pause = 0;
+    StartAt(client, port);
+    const std::string refused = "connect-error Connect failed 10061";
+    ASSERT_TRUE(client.WaitFor(refused, 3));
+    std::vector<std::string> events = client.Events();
+    events.resize(5);
+    EXPECT_EQ(events, (std::vector{refused, std::string("error Resolve 11002"), refused, std::string("error Resolve 11001"),
+                                   refused}));
+}
+
+TEST(SocketResolve, AnAddressThatDoesNotAnswerLeavesTheOthersTheirShareOfTheTime) {
+    CScriptedPeer busy(0);
+    const CPeerLink queued = CPeerLink::To(busy.Port());  // fills the backlog: the system does not answer the next connect
+    CScriptedResolver resolver({{0, {Address(L"127.0.0.1"), Address(L"127.0.0.2")}}});
+    CRecordingConnection client(resolver);
+    client.Limits().address = 10;
+    client.Limits().attempt = 600;
+    const auto begin = Clock::now();
+    StartAt(client, busy.Port());
+    ASSERT_TRUE(client.WaitFor("connect-error Connect failed 10061"));
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(290));
+    EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(590));
 }
 
 // Keeps its callers until it goes.
@@ -66,11 +132,13 @@ class CHangingResolver final : public IResolver {
     }
     ResolveResult Resolve(const std::wstring&) override {
         ++inside;
+        ++calls;
         WaitForSingleObject(m_release.Get(), 30'000);
         --inside;
-        return {0, kThisMachine};
+        return {0, {Address(L"127.0.0.1")}};
     }
     std::atomic<int> inside{0};
+    std::atomic<int> calls{0};
 
   private:
     CWinsockSession m_winsock;
@@ -82,7 +150,6 @@ TEST(SocketResolve, HangingResolverDoesNotHoldUpStop) {
     {
         CRecordingConnection client(resolver);
         for (const bool listen : {false, true}) {
-            const int before = resolver.inside;
             EndpointRecord endpoint;
             std::wstring(L"pool.example").copy(endpoint.host, 259);
             if (listen) {
@@ -90,24 +157,34 @@ TEST(SocketResolve, HangingResolverDoesNotHoldUpStop) {
             } else {
                 StartAt(client, 1);
             }
-            ASSERT_TRUE(Eventually([&] { return resolver.inside > before; }));
+            ASSERT_TRUE(Eventually([&] { return resolver.inside > 0; }));
             const auto begin = Clock::now();
             EXPECT_TRUE(client.Stop());
             EXPECT_LT(Clock::now() - begin, std::chrono::seconds(2));
         }
         EXPECT_EQ(client.Events(), std::vector<std::string>{"disconnected"});
+        client.Forget();
+        client.Limits().lookUp = 50;
+        client.pause = 0;
+        StartAt(client, 1);
+        EXPECT_TRUE(client.WaitFor("connect-error Host not found 11002", 3));
     }
+    EXPECT_EQ(resolver.calls, 1) << "one look-up is left behind, not one of each attempt";
 }
 
-TEST(SocketResolve, SystemResolverAndDottedAddresses) {
+TEST(SocketResolve, SystemResolverAndAddressesAsText) {
     const CWinsockSession winsock;
-    const CNetworkEvent never;
     EXPECT_EQ(SystemResolver().Resolve(L"").error, static_cast<std::uint32_t>(WSAHOST_NOT_FOUND)) << "not this machine";
-    EXPECT_EQ(SystemResolver().Resolve(L"localhost").address, kThisMachine);
-    EXPECT_EQ(LookUpHost(SystemResolver(), L"localhost", never.Get())->address, kThisMachine);
-
-    CHangingResolver hanging;
-    EXPECT_EQ(LookUpHost(hanging, L"127.0.0.1", never.Get())->address, kThisMachine);
+    const std::vector<HostAddress> found = SystemResolver().Resolve(L"localhost").addresses;
+    EXPECT_NE(std::ranges::find(found, Address(L"127.0.0.1")), found.end());
+    for (const char* const text : {"127.0.0.1:80", "[::1]:80", "[2001:db8::7]:80"}) {
+        std::string host(text, std::string_view(text).rfind(':'));
+        if (host[0] == '[') host = host.substr(1, host.size() - 2);
+        const HostAddress address = Address(std::wstring(host.begin(), host.end()).c_str());
+        EXPECT_EQ(EndpointText(address, 80), text);
+        EXPECT_EQ(AddressOf(*MakeSocketAddress(address, 80).Get()), address);
+    }
+    EXPECT_FALSE(ParseAddress(L"localhost") || ParseAddress(L""));
 }
 
 }  // namespace

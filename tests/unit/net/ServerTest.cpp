@@ -81,19 +81,34 @@ TEST_F(SocketServer, PeerThatNeverEndsItsLineIsDropped) {
     EXPECT_FALSE(server.Happened("disconnected"));
 }
 
-TEST(SocketServerPort, TakenPortIsTriedAgain) {
-    CScriptedResolver resolver;
+TEST_F(SocketServer, PeerForWhichThereIsNoMemoryIsDropped) {
+    Start();
+    CPeerLink link = Join("hello");
+    server.starving = 1;
+    link.Send("too much\n");
+    EXPECT_TRUE(link.IsClosedByOther());
+    EXPECT_TRUE(server.WaitFor("error ReadData 8"));
+    Join("next");
+}
+
+// Whatever keeps it from listening is said once and tried again, however long it lasts.
+TEST(SocketServerPort, ATakenPortAndAFailedLookUpAreTriedAgain) {
+    CScriptedResolver resolver({{WSAHOST_NOT_FOUND, {}}, {WSAHOST_NOT_FOUND, {}}});
     CRecordingConnection server(resolver);
+    server.Limits().listenAgain = 20;
     CScriptedPeer occupant;
     EndpointRecord endpoint = LoopbackEndpoint(occupant.Port());
+    endpoint.reconnectInterval = 5;
     std::wstring(L"pool.example").copy(endpoint.host, 259);
     server.SetFraming(true, '\n');
     server.StartServer(endpoint);
-    ASSERT_TRUE(Eventually([&] { return resolver.calls >= 2; }));  // the first try has failed
+    ASSERT_TRUE(Eventually([&] { return resolver.calls >= 20; }));
+    EXPECT_EQ(server.Events(), (std::vector{"error Listen 11001"s, "error Listen 10048"s}));
     occupant.Close();
     CPeerLink link = CPeerLink::To(endpoint.port);
     link.Send("heard\n");
     EXPECT_TRUE(server.WaitFor("line heard\n\0"s));
+    EXPECT_TRUE(server.Happened("error Listen 0"));
 }
 
 }  // namespace
