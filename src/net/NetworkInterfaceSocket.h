@@ -79,6 +79,8 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     // How long to wait, in ms, before the next attempt. afterConnect: the last one was established (and lost) rather than
     // failed. The default: 0 after an established connection, 2000 otherwise.
     virtual std::uint32_t ReconnectPause(bool afterConnect);
+    // The same before the first attempt of a thread.
+    virtual std::uint32_t StartPause() { return 0; }
     // Called at the start of every wait of the loop while a connection is established or being established, so after every
     // event and batch of lines, but neither during a look-up nor during a pause: does what is due and returns in how many ms
     // it wants to be called again. INFINITE: not.

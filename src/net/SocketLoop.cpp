@@ -49,7 +49,7 @@ TimeSpan FromNow(std::uint32_t milliseconds) {
 std::uint32_t _NetworkInterfaceSocket::IoLoop(void*) {
     Loop loop(m_delimiter, m_lineLimit);
     if (m_listenMode != 0) loop.listenAt = FromNow(0);
-    Step step = Step::Continue;
+    Step step = m_listenMode == 0 ? Pause(StartPause()) : Step::Continue;
     while (step == Step::Continue) {
         try {
             step = Pass(loop);

@@ -69,6 +69,7 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     std::uint32_t OnConnectError(const char* text, std::uint32_t code) override;
     void OnActivity(ConnectActivity activity, const std::string& target) override;
     std::uint32_t ReconnectPause(bool afterConnect) override;
+    std::uint32_t StartPause() override { return ReconnectPause(true); }
     std::uint32_t OnTimer() override;
     void OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t result) override;
 
