@@ -71,7 +71,8 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
         view.job = {job.time, -1, job.id};
         view.difficulty = session.Difficulty();
         const GpuActivity activity = manager->ActivityOf(gpu);
-        if (activity.kind == GpuActivity::Kind::Preparing)
+        const bool isTold = manager->State().phase == SessionPhase::Mining && activity.kind != GpuActivity::Kind::Hashing;
+        if (isTold)
             view.state.append(L", GPU ").append(std::to_wstring(gpu.cudaId)).append(L" ").append(GpuActivityText(activity));
         return view;
     }

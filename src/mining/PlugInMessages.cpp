@@ -43,7 +43,9 @@ std::optional<PlugInMessage> CPlugInMessages::Latest(std::int32_t cudaId) const 
     const auto all = m_latest.find(kAll);
     if (own == m_latest.end() && all == m_latest.end()) return std::nullopt;
     if (own == m_latest.end()) return all->second;
-    if (all == m_latest.end() || own->second.time >= all->second.time) return own->second;
+    // That a card cannot hash is not made up for by what is prepared for all of them.
+    const bool isRefusal = own->second.text.starts_with(L"not hashing") || own->second.text.starts_with(L"lost");
+    if (isRefusal || all == m_latest.end() || own->second.time >= all->second.time) return own->second;
     return all->second;
 }
 

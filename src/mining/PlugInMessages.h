@@ -13,7 +13,7 @@ class CPlugInMessages {
   public:
     // time: ticks of IClock::Monotonic.
     void Add(std::wstring_view line, TimeSpan time);
-    // The later of the last message about the GPU and the last one about all.
+    // The last message about the GPU when it says that it does not hash; else the later of that and the last one about all.
     std::optional<PlugInMessage> Latest(std::int32_t cudaId) const;
     // Mining begins: what was said before is of no interest.
     void Clear();

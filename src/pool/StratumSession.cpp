@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::uint32_t kTickMilliseconds = 1000;
 constexpr std::uint32_t kNoTick = 0xFFFFFFFF;
+constexpr char kNoProtocol[] = "No protocol mode works with this pool";
 
 // Windows Sockets codes, which this portable code gets from the transport and gives back to it.
 constexpr std::uint32_t kAccessDenied = 10013;
@@ -172,7 +173,7 @@ void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
         return;
     }
     if (m_dropping) return;
-    const char* const when = m_sharesMayGo       ? "Connection lost"
+    const char* const when = m_sharesMayGo          ? "Connection lost"
                              : m_subscribeSent != 0 ? "The pool closed the connection before the login"
                                                     : "The pool closed the connection after the login";
     SetFailure(TroubleCode::ConnectionLost, when);
@@ -186,7 +187,10 @@ void CStratumSession::CarryOut(const CPoolAccess::Verdict& verdict) {
     }
     // A developer's pool that does not work is no reason to stop the user's mining.
     if (verdict.giveUp && m_kind == StratumKind::User) {
-        m_host.RequestStopMining("No protocol mode works with this pool: mining was stopped");
+        PoolError error{.code = CodeNumber(TroubleCode::NoProtocol), .time = m_clock.UtcNow(), .gpuIndex = -1, .text = {}};
+        CopyToField(std::string_view(kNoProtocol), error.text);
+        if (m_loginPool) m_loginPool->lastError.Set(error);
+        m_host.RequestStopMining(kNoProtocol);
     }
 }
 

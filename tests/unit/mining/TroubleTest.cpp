@@ -68,11 +68,9 @@ TEST(GpuActivity, ComesFromTheSpeedAndThePlugInsLastMessage) {
         {{L"Etchash: GPU 0: making the dataset of epoch 3 (1 MB)"}, 0, 0, L"preparing"},
         {{L"E: GPU 0: making it", L"E: GPU 0: the dataset of epoch 3: 45 %"}, 0, kSecond, L"preparing (45 %)"},
         {{L"E: GPU 0: the dataset of epoch 3: 45 %"}, 0, 3 * kTicksPerMinute, L"not hashing: the dataset of epoch 3: 45 %"},
-        {{L"E: GPU 0: lost: x", L"E: making the light cache of epoch 3"}, 0, 0, L"preparing"},
-        {{L"E: GPU 0: lost: x", L"E: making the light cache", L"E: the light cache is done in 3 s"},
-         0,
-         0,
-         L"not hashing: lost: x"},
+        {{L"E: GPU 0: ready", L"E: making the light cache of epoch 3"}, 0, 0, L"preparing"},
+        {{L"E: GPU 0: lost: x", L"E: making the light cache of epoch 3"}, 0, 0, L"not hashing: lost: x"},
+        {{L"E: GPU 0: x", L"E: making the light cache", L"E: the light cache is done in 3 s"}, 0, 0, L"not hashing: x"},
         {{L"E: GPU 12345678901: far away", L"E: GPU : none"}, 0, 0, L"not hashing: GPU : none"}};
     for (const Case& c : cases) {
         CPlugInMessages messages;
