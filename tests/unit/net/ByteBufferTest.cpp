@@ -37,22 +37,6 @@ TEST(ByteBuffer, GrowsFromTheCapacityToTheNextGranuleStrictlyAbove) {
     }
 }
 
-TEST(ByteBuffer, ConsumesFromTheFrontAndKeepsItsTerminator) {
-    CByteBuffer buffer(16, true);
-    buffer.Append(std::string_view("first second"));
-    buffer.Consume(6);
-    buffer.Append(std::string_view(" third"));
-    EXPECT_STREQ(buffer.Data(), "second third");
-    buffer.Append(std::string(1000, ' '));
-    buffer.Consume(1007);
-    buffer.Repack();
-    EXPECT_EQ(buffer.Capacity(), 16u);
-    EXPECT_EQ(std::string_view(buffer.Data(), buffer.Length()), "     ");
-    buffer.Consume(100);
-    EXPECT_STREQ(buffer.Data(), "");
-    EXPECT_EQ(buffer.Length(), 0u);
-}
-
 TEST(ByteBuffer, EveryTwentyFifthTrimShrinksToTheHighWaterMark) {
     CByteBuffer buffer;
     const auto useAndTrim = [&buffer](std::size_t size, int times) {

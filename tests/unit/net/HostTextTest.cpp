@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <string>
+#include "net/AddressRound.h"
 #include "net/HostText.h"
 
 namespace {
@@ -29,6 +31,19 @@ TEST(HostText, PortIsTakenOff) {
         EXPECT_EQ(CutPort(text, 3333), test.port);
         EXPECT_EQ(text, test.host);
     }
+}
+
+TEST(AddressRound, TakesTheAddressesInTurnAndAgainFromTheOneTakenLast) {
+    const std::vector<HostAddress> addresses = {HostAddress::V4(1), HostAddress::V4(2), HostAddress::V4(3)};
+    CAddressRound round;
+    EXPECT_TRUE(round.IsOver());
+    round.Begin(addresses);
+    EXPECT_EQ(round.Share(20'000, 5000), 6666u);
+    EXPECT_EQ(round.Share(12'000, 5000), 5000u);
+    std::string taken;
+    for (; !round.IsOver() && taken.size() < 5; taken += std::to_string(round.Take().V4Word()))
+        if (taken == "12") round.Repeat();
+    EXPECT_EQ(taken, "12213");
 }
 
 }  // namespace

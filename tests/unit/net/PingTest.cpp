@@ -39,10 +39,4 @@ TEST(PingTest, AHostThatCannotBeResolvedFailsWithTheResolversError) {
     EXPECT_NE(GetLastError(), static_cast<DWORD>(ERROR_TIMEOUT));
 }
 
-TEST(PingTest, RequestsAreFilledWithOneLetter) {
-    std::vector<std::uint8_t> buffer(33, 0);
-    CPing().FillRequestData(buffer.data(), 32);
-    EXPECT_EQ(std::string(buffer.begin(), buffer.end()), std::string(32, 'E') + '\0');
-}
-
 }  // namespace

@@ -57,13 +57,6 @@ std::string CPeerLink::ReadLine() {
     return line;
 }
 
-std::string CPeerLink::ReadBytes(std::size_t count) {
-    while (m_pending.size() < count) {
-        if (!Fill()) return {};
-    }
-    return std::exchange(m_pending, m_pending.substr(count)).substr(0, count);
-}
-
 bool CPeerLink::IsClosedByOther() {
     while (Fill()) {
     }

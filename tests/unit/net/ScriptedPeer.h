@@ -16,7 +16,6 @@ class CPeerLink {
     bool IsOpen() const { return m_socket.IsOpen(); }
     bool Send(std::string_view bytes);
     std::string ReadLine();  // without its line feed
-    std::string ReadBytes(std::size_t count);
     bool IsClosedByOther();  // waits for the end of the stream
     void Close() { m_socket.Close(); }
     void Reset();  // ends the connection without a proper end

@@ -50,15 +50,6 @@ TEST_F(SocketServer, PeersFollowOneAnotherWithoutFurtherStateChanges) {
               (std::vector{"connected"s, "line first\n\0"s, "line second\n\0"s, "line third\n\0"s, "disconnected"s}));
 }
 
-TEST_F(SocketServer, SecondPeerReplacesTheFirst) {
-    Start();
-    CPeerLink first = Join("first");
-    CPeerLink second = Join("second");
-    EXPECT_TRUE(first.IsClosedByOther());
-    EXPECT_EQ(server.Send("report\n"), 0u);
-    EXPECT_EQ(second.ReadLine(), "report");
-}
-
 TEST_F(SocketServer, PeersThatLeaveAtOnceAreHeardAndNoneIsTurnedAway) {
     Start();
     for (int i = 0; i < 30; ++i) {
