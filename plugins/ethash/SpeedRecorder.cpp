@@ -54,7 +54,7 @@ void CSpeedRecorder::Idle(TimePoint now) noexcept {
 }
 
 void CSpeedRecorder::CountStale() noexcept {
-    Store(m_statistics.stale, Load(m_statistics.stale) + 1);
+    std::atomic_ref(m_statistics.stale).fetch_add(1, std::memory_order_relaxed);
 }
 
 void CSpeedRecorder::ShareSent() noexcept {

@@ -3,7 +3,8 @@
 #include "ethash/HashRateMeter.h"
 #include "quorvel/plugin.h"
 
-// Keeps the plug-in's words of one GPU's statistics. One thread writes them (this recorder's); others read them at any time.
+// Keeps the plug-in's words of one GPU's statistics. One thread writes them (this recorder's), but for the stale shares,
+// which the miner counts, too; others read them at any time.
 class CSpeedRecorder {
   public:
     using TimePoint = CHashRateMeter::TimePoint;

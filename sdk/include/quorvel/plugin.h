@@ -124,7 +124,8 @@ typedef struct QvHistory {
     uint64_t bookkeeping[2]; /* [0] next index to write, [1] number of values written, for the plug-in's use */
 } QvHistory;
 
-/* Counters and speeds of one GPU. Each is one aligned 64-bit word with a single writer, read by others without a lock.
+/* Counters and speeds of one GPU. Each is one aligned 64-bit word, read by others without a lock. Each has a single writer
+ * but `stale`, in which plug-in and miner both count: add to it atomically (an interlocked increment), never load and store.
  * The block is cleared by the miner at each start of mining, before 0x2401. The first word belongs to the miner. */
 typedef struct CMiningStatistics {
 #ifdef __cplusplus
@@ -135,7 +136,8 @@ typedef struct CMiningStatistics {
     uint64_t reserved0; /* plug-in: free use, not reported */
     uint64_t accepted;  /* miner: shares that the pool accepted */
     uint64_t rejected;  /* miner: shares that the pool rejected */
-    uint64_t stale;     /* plug-in: solutions found but not sent because their job had been replaced */
+    uint64_t stale;     /* plug-in and miner: solutions not sent because their job had been replaced, and shares that the
+                           miner held back */
     uint64_t solSpeed;  /* plug-in: solutions per second */
     uint64_t hashSpeed; /* plug-in: hashes per second; 0 while the GPU does not hash */
     int64_t lastTime;   /* plug-in: time of the last share sent, 100-ns ticks since 1601 UTC; 0 none */
