@@ -65,6 +65,9 @@ struct FieldPlaces {
 };
 constexpr FieldPlaces kPlaces[] = {{-1, 0, 1}, {0, 1, 2}, {1, 0, -1}};
 
+// What holds in the NiceHash dialect before any difficulty was sent.
+constexpr Hash256 kTargetOfDifficulty1 = {0, 0, 0, 0, 0xff, 0xff, 0, 0};
+
 const char* ReadFields(const StratumWorkBlock& block, EthashJob& job) {
     const FieldPlaces& places = kPlaces[static_cast<std::size_t>(job.dialect)];
     job.headerText = places.header < 0 ? job.jobId : std::string(SlotText(block.parameters[places.header]));
@@ -75,6 +78,7 @@ const char* ReadFields(const StratumWorkBlock& block, EthashJob& job) {
         return read ? nullptr : "the boundary is not a number of up to 32 bytes";
     }
     std::copy(std::begin(block.target), std::end(block.target), job.target.begin());
+    if (job.target == Hash256{}) job.target = kTargetOfDifficulty1;
     if (!ReadExtranonce(SlotText(block.extranonce), job.nonces)) return "the extranonce is not 0 to 7 whole bytes";
     return nullptr;
 }

@@ -8,7 +8,8 @@
 enum class EthashDialect : std::int32_t {
     EthProxy = 0,  // [header, seed, boundary]
     Plain = 1,     // [job, header, seed, boundary, ...]
-    NiceHash = 2,  // [job, seed, header, clean], target from the difficulty, the nonce begins with the extranonce
+    NiceHash =
+        2,  // [job, seed, header, clean], target from the difficulty (1 before any), the nonce begins with the extranonce
 };
 
 // The nonces a job leaves free: the fixed leading bits and the number of free bits below them.

@@ -46,11 +46,19 @@ void CMiningEngine::Start() {
 
 void CMiningEngine::Activate(const StratumWorkBlock* block) {
     m_block = block;
+    m_justActivated = true;
     Follow();
 }
 
-void CMiningEngine::Update(const StratumWorkBlock* block) {
-    if (block == m_block) Follow();
+void CMiningEngine::Update(std::uint32_t message, const StratumWorkBlock* block) {
+    if (block != m_block) return;
+    const bool isReplay = std::exchange(m_justActivated, false);
+    const bool isNiceHash = block != nullptr && block->protocolMode == static_cast<std::int32_t>(EthashDialect::NiceHash);
+    if (!isNiceHash || message == QV_MSG_NEW_JOB) {
+        Follow();
+    } else if (message == QV_MSG_LOGGED_IN && !isReplay) {
+        DropWork();
+    }
 }
 
 void CMiningEngine::Stop() {

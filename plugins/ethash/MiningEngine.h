@@ -29,8 +29,12 @@ class CMiningEngine {
 
     // The work block to follow from now on; it stays valid until Stop has returned.
     void Activate(const StratumWorkBlock* block);
-    // Something in a work block changed. One that is not followed is no matter: its message was late.
-    void Update(const StratumWorkBlock* block);
+    // Something in a work block changed; message: 0x2402, 0x2405, 0x2406 or 0x2407, as it came. A block that is not followed
+    // is no matter: its message was late.
+    //
+    // In the NiceHash dialect target and extranonce hold from the next job on, so their messages change nothing by
+    // themselves, and a login ends the work: the job that is still in the block is one of the connection before.
+    void Update(std::uint32_t message, const StratumWorkBlock* block);
 
     // Ends all threads; idempotent. Nothing that was handed over is touched afterwards.
     void Stop();
@@ -51,6 +55,7 @@ class CMiningEngine {
     IEngineHost& m_host;
     std::vector<QvGpuRecord*> m_gpus;
     const StratumWorkBlock* m_block = nullptr;
+    bool m_justActivated = false;  // a login that is announced right after belongs to the replay
     bool m_stopped = false;
     std::string m_lastLine;  // the latest refusal: not repeated at each message of one job
     Hash256 m_seed{};        // the latest seed seen, and its epoch when it has one

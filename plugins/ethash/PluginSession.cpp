@@ -79,7 +79,7 @@ bool CPluginSession::OnMinerMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         case QV_MSG_NEW_JOB:
         case QV_MSG_NEW_TARGET:
         case QV_MSG_NEW_EXTRANONCE:
-            m_engine.Update(reinterpret_cast<const StratumWorkBlock*>(wParam));
+            m_engine.Update(message, reinterpret_cast<const StratumWorkBlock*>(wParam));
             return true;
         default:
             return false;

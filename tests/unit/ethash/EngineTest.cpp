@@ -36,6 +36,7 @@ class Engine : public testing::Test {
         m_engine.SetGpus(gpus);
     }
 
+    void NewJob(const StratumWorkBlock& block) { m_engine.Update(QV_MSG_NEW_JOB, &block); }
     std::uint64_t Speed() { return Read(m_gpus[0].statistics.hashSpeed) + Read(m_gpus[1].statistics.hashSpeed); }
     CCollector& Collected() { return m_host.collector; }
 
@@ -83,11 +84,11 @@ TEST_F(Engine, TheFreeNoncesAreSearchedOnceAndThenItRests) {
     m_engine.Activate(&m_block);
     ASSERT_TRUE(Collected().WaitForShares(256));
     ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
-    m_engine.Update(&m_block);  // a replay of the same job begins nothing
-    m_block.target[0] = 0xfe;   // nor does a new target alone
-    m_engine.Update(&m_block);
+    NewJob(m_block);           // a replay of the same job begins nothing
+    m_block.target[0] = 0xfe;  // nor does a new target alone
+    NewJob(m_block);
     SetSlot(m_block.parameters[1], HeaderText(2));
-    m_engine.Update(&m_block);
+    NewJob(m_block);
     ASSERT_TRUE(Collected().WaitForShares(400));
     std::set<std::uint64_t> first, second;
     const auto shares = Collected().Shares();
@@ -98,24 +99,54 @@ TEST_F(Engine, TheFreeNoncesAreSearchedOnceAndThenItRests) {
     EXPECT_EQ(shares[0].Parameter(2).size(), 2u);
 }
 
+TEST_F(Engine, NiceHashTargetsAndExtranoncesHoldFromTheNextJobOn) {
+    m_block = NiceHashBlock(HeaderText(1), kSeed, "0102");
+    m_engine.Start();
+    m_engine.Activate(&m_block);
+    m_engine.Update(QV_MSG_LOGGED_IN, &m_block);  // the replay
+    ASSERT_TRUE(Collected().WaitForShares(1));
+    const auto nonceDigits = [](std::size_t digits) {
+        return [digits](const SentShare& share) { return share.Parameter(2).size() == digits; };
+    };
+    const auto goesOn = [&](std::size_t digits) {
+        Collected().Clear();
+        return Collected().WaitForShares(2 * kBatchNonces + 1, nonceDigits(digits));
+    };
+    SetSlot(m_block.extranonce, "010203");
+    m_engine.Update(QV_MSG_NEW_EXTRANONCE, &m_block);
+    EXPECT_TRUE(goesOn(12));
+    std::fill(std::begin(m_block.target), std::end(m_block.target), std::uint8_t{0});  // such shares would not come
+    m_engine.Update(QV_MSG_NEW_TARGET, &m_block);
+    EXPECT_TRUE(goesOn(12));
+    std::fill(std::begin(m_block.target), std::end(m_block.target), std::uint8_t{0xff});
+    SetSlot(m_block.jobId, "next");
+    NewJob(m_block);
+    EXPECT_TRUE(goesOn(10));
+    m_engine.Update(QV_MSG_LOGGED_IN, &m_block);  // a new connection: the job in the block is not of it
+    m_engine.Update(QV_MSG_NEW_TARGET, &m_block);
+    EXPECT_TRUE(Eventually([&] { return Speed() == 0; }));
+    NewJob(m_block);
+    EXPECT_TRUE(goesOn(10));
+}
+
 TEST_F(Engine, AMalformedJobEndsTheOneBeforeIt) {
     m_engine.Start();
     m_engine.Activate(&m_block);
     ASSERT_TRUE(Collected().WaitForShares(1));
     SetSlot(m_block.parameters[0], "0x1234");
     for (int message = 0; message < 3; ++message)
-        m_engine.Update(&m_block);
+        NewJob(m_block);
     ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
     Collected().WaitForLog("the seed is not 32 bytes");
     const Hash256 unknown{1};
     SetSlot(m_block.parameters[0], Digits(unknown));
-    m_engine.Update(&m_block);
+    NewJob(m_block);
     Collected().WaitForLog("the seed belongs to no epoch");
     const auto log = Collected().Log();
     EXPECT_EQ(std::count_if(log.begin(), log.end(), [](auto& line) { return line.find("refused") != line.npos; }), 2);
     Collected().Clear();
     SetSlot(m_block.parameters[0], kSeed);
-    m_engine.Update(&m_block);
+    NewJob(m_block);
     EXPECT_TRUE(Collected().WaitForShares(1));
 }
 
@@ -124,9 +155,8 @@ TEST_F(Engine, ADialectThatIsNotSpokenIsSaidOnce) {
     m_engine.Start();
     m_engine.Activate(&m_block);
     for (int message = 0; message < 3; ++message)
-        m_engine.Update(&m_block);
+        NewJob(m_block);
     EXPECT_EQ(Collected().Log().size(), 1u);
-    EXPECT_EQ(Speed(), 0u);
 }
 
 TEST_F(Engine, FollowsTheActiveSessionOnly) {
@@ -140,13 +170,13 @@ TEST_F(Engine, FollowsTheActiveSessionOnly) {
     const auto ofFee = [&](const SentShare& share) { return share.session == &fee; };
     ASSERT_TRUE(Collected().WaitForShares(1, ofFee));
     Collected().Clear();
-    m_engine.Update(&m_block);  // late
+    NewJob(m_block);  // late
     ASSERT_TRUE(Collected().WaitForShares(30, ofFee));
     const auto shares = Collected().Shares();
     EXPECT_TRUE(std::all_of(shares.begin() + kBatchNonces, shares.end(), ofFee));
     // A session that has logged in anew has no job yet.
     SetSlot(fee.jobId, "");
-    m_engine.Update(&fee);
+    m_engine.Update(QV_MSG_LOGGED_IN, &fee);
     EXPECT_TRUE(Eventually([&] { return Speed() == 0; }));
 }
 
@@ -205,10 +235,10 @@ TEST(EngineCaches, SessionsThatStartTogetherShareOneAndAnotherEpochReplacesIt) {
     EXPECT_EQ(host.collector.Log().size(), 2u);
 
     SetSlot(block.parameters[0], Digits(SeedOfIndex(1)));
-    engines[0].Update(&block);
+    engines[0].Update(QV_MSG_NEW_JOB, &block);
     EXPECT_TRUE(Eventually([&] { return Read(gpus[0].statistics.hashSpeed) == 0; }));
     SetSlot(block.parameters[0], Digits(SeedOfIndex(2)));
-    engines[0].Update(&block);
+    engines[0].Update(QV_MSG_NEW_JOB, &block);
     EXPECT_TRUE(host.collector.WaitForLog("epoch 2 is done in "));
     EXPECT_TRUE(Eventually([&] { return Read(gpus[0].statistics.hashSpeed) > 0; }));
     const auto log = host.collector.Log();
@@ -227,10 +257,10 @@ TEST(EngineCaches, TheNextEpochsIsMadeAheadAndThenUsed) {
     engine.Activate(&block);
     ASSERT_TRUE(host.collector.WaitForLog("epoch 0 is done in "));
     SetSlot(block.jobId, "0x" + HeaderText(2));
-    engine.Update(&block);
+    engine.Update(QV_MSG_NEW_JOB, &block);
     ASSERT_TRUE(host.collector.WaitForLog("epoch 1 is done in "));
     SetSlot(block.parameters[0], Digits(SeedOfIndex(1)));
-    engine.Update(&block);
+    engine.Update(QV_MSG_NEW_JOB, &block);
     ASSERT_TRUE(host.collector.WaitForLog("epoch 2 is done in "));
     EXPECT_EQ(host.collector.Log().size(), 6u) << "one was made twice";
 }

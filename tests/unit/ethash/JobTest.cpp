@@ -98,7 +98,6 @@ TEST(EthashJob, WhatPoolsMaySend) {
         {"extranonce not hexadecimal", nice, extranonce("zz"), JobState::Malformed},
         {"extranonce without an end", nice, [](auto& block) { std::memset(block.extranonce, 'a', 32); },
          JobState::Malformed},
-        {"target of zero", nice, [](auto& block) { std::memset(block.target, 0, 32); }, JobState::Ready},
     };
     for (const BlockCase& each : cases) {
         StratumWorkBlock block = each.base();
@@ -109,9 +108,12 @@ TEST(EthashJob, WhatPoolsMaySend) {
     }
 }
 
-TEST(EthashJob, AShortBoundaryIsASmallNumber) {
+TEST(EthashJob, AShortBoundaryIsASmallNumberAndNoDifficultyIsOne) {
     const ParsedJob parsed = ParseEthashJob(EthProxyBlock(kHeader, kSeed, "abc"));
     EXPECT_EQ(Digits(parsed.job.target), std::string(61, '0') + "abc");
+    StratumWorkBlock nice = NiceHashBlock(kHeader, kSeed, "");
+    std::memset(nice.target, 0, sizeof nice.target);
+    EXPECT_EQ(Digits(ParseEthashJob(nice).job.target), "00000000ffff0000" + std::string(48, '0'));
 }
 
 TEST(EthashSubmit, LinesOfTheDialects) {
@@ -139,12 +141,6 @@ TEST(EthashSubmit, NothingBreaksOutOfItsString) {
     EXPECT_EQ(SubmitLine(ParseEthashJob(block).job, {.id = 65536, .nonce = 1, .mix = {}}, "w\"", "r\t"),
               "{\"id\":65536,\"method\":\"mining.submit\",\"params\":[\"w\\\".r\\u0009\",\"a\\\"],\\u000a\\\\b\","
               "\"0000000000000001\"]}\n");
-}
-
-TEST(EthashSubmit, ShareIds) {
-    EXPECT_EQ(ShareId(0, 0), 65536u);
-    EXPECT_EQ(ShareId(0, 1), 65537u);
-    EXPECT_EQ(ShareId(1, 65535), 0x2ffffu);
 }
 
 TEST(NonceRange, PartsCoverTheSpaceOnceWithoutOverlap) {
