@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -8,6 +9,11 @@
 inline std::string MegabyteText(std::uint64_t bytes) {
     constexpr std::uint64_t kMegabyte = 1 << 20;
     return std::to_string((bytes + kMegabyte / 2) / kMegabyte) + " MB";
+}
+
+// Whole seconds.
+inline std::string SecondsText(std::chrono::milliseconds span) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(span).count()) + " s";
 }
 
 // With one digit behind the point.

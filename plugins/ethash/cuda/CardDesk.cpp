@@ -4,25 +4,43 @@
 #include <cstdio>
 #include <utility>
 
-CCardDesk::CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host)
+CCardDesk::CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host, bool afterTrouble)
     : m_cudaId(place.gpu.cudaId),
       m_board(std::move(board)),
       m_host(host),
       m_statistics(place.gpu.statistics),
       m_recorder(place.gpu.statistics),
       m_sender(place.gpu.cudaId, *m_board, host, m_recorder),
+      m_inTrouble(afterTrouble),
       m_late(Clock::now() + std::chrono::minutes(1)) {}
 
 void CCardDesk::Log(const std::string& text) {
     const std::lock_guard lock(m_lock);
+    LogLocked(text);
+}
+
+void CCardDesk::LogTrouble(const std::string& text) {
+    const std::lock_guard lock(m_lock);
+    m_inTrouble = true;
+    if (std::exchange(m_trouble, text) != text) LogLocked(text);
+}
+
+void CCardDesk::LogLocked(const std::string& text) {
     if (!m_closed) m_host.Log("GPU " + std::to_string(m_cudaId) + ": " + text);
 }
 
 void CCardDesk::Hashed(std::uint64_t hashes, std::uint64_t solutions) {
     const std::lock_guard lock(m_lock);
     if (m_closed) return;
+    const auto now = Clock::now();
+    if (m_hashing) m_hashed += now - m_lastHash;
+    m_lastHash = now;
     m_hashing = true;
-    m_recorder.Hashed(hashes, solutions, Clock::now());
+    if (hashes > 0 && std::exchange(m_inTrouble, false)) {
+        m_trouble.clear();
+        LogLocked("hashing");
+    }
+    m_recorder.Hashed(hashes, solutions, now);
 }
 
 void CCardDesk::Idle() {
@@ -77,6 +95,11 @@ void CCardDesk::TellGeneration() {
     if (m_generationWord == nullptr) return;
     const auto generation = static_cast<unsigned>(m_board->Generation().load(std::memory_order_acquire));
     std::atomic_ref(*m_generationWord).store(generation, std::memory_order_release);
+}
+
+CCardDesk::Clock::duration CCardDesk::HashedTime() {
+    const std::lock_guard lock(m_lock);
+    return m_hashed;
 }
 
 bool CCardDesk::Look(Clock::time_point now) {

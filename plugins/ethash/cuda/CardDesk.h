@@ -19,6 +19,7 @@ struct CardEnd {
     };
     Kind kind = Kind::Stopped;
     std::string reason;
+    std::chrono::steady_clock::duration hashed{};  // for so long it did before
 };
 
 // What the thread of one card and the worker that watches it share. A driver's call may never return; then the desk is
@@ -27,8 +28,9 @@ class CCardDesk {
   public:
     using Clock = std::chrono::steady_clock;
 
-    // The records and services of place and host are touched until the desk is closed.
-    CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host);
+    // The records and services of place and host are touched until the desk is closed. afterTrouble: the log said last that
+    // the card does not hash.
+    CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host, bool afterTrouble);
 
     const CJobBoard& Board() const { return *m_board; }
 
@@ -36,6 +38,8 @@ class CCardDesk {
     bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
     // One line in the main log, about this card.
     void Log(const std::string& text);
+    // The same for why the card does not hash; said again only when the text has changed. The log is told when it hashes.
+    void LogTrouble(const std::string& text);
     void Hashed(std::uint64_t hashes, std::uint64_t solutions);
     void Idle();
     // Nonces that meet, or on the CPU do not meet, the target.
@@ -53,12 +57,16 @@ class CCardDesk {
 
     // The worker. --------------------------------------------------------------------------------------------------------
     void Close();
+    // For how long the card has hashed.
+    Clock::duration HashedTime();
     // Keeps the speed up to date while the thread waits. False when it has waited for longer than it was allowed.
     bool Look(Clock::time_point now);
     // What the thread ended with; nothing when that takes longer.
     std::optional<CardEnd> WaitForEnd(Clock::time_point deadline);
 
   private:
+    void LogLocked(const std::string& text);
+
     const std::int32_t m_cudaId;
     const std::shared_ptr<const CJobBoard> m_board;
 
@@ -70,6 +78,10 @@ class CCardDesk {
     CSpeedRecorder m_recorder;
     CShareSender m_sender;
     bool m_hashing = false;
+    Clock::time_point m_lastHash;
+    Clock::duration m_hashed{};
+    bool m_inTrouble;
+    std::string m_trouble;
     Clock::time_point m_late;  // from then on the thread is taken for stuck
     unsigned* m_generationWord = nullptr;
     std::optional<CardEnd> m_end;

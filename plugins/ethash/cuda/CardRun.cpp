@@ -77,30 +77,37 @@ void CCardRun::Rest(Card& card) {
 bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
     const CEthashCache& cache = *m_cursor.View().work->cache;
     if (card.dataset.IsThere() && card.dataset.Seed() == cache.Seed()) return true;
-    if (m_refused == cache.Seed()) return false;
+    if (m_refused == cache.Seed() && Clock::now() < m_tryAgain) return false;
     Drain(card);
     m_desk.Idle();
-    m_refused.reset();
     card.dataset.Drop();
     try {
         if (HasRoom(context, cache.Epoch())) {
+            const bool built = BuildChecked(card, cache);
+            m_refused.reset();
             // When it gave up, or while it was made, other work came.
-            return BuildChecked(card, cache) && m_cursor.IsCurrent();
+            return built && m_cursor.IsCurrent();
         }
     } catch (const CCudaError& error) {
         if (error.Result() != kCudaOutOfMemory) throw;
-        m_desk.Log(EpochText(cache.Epoch()) + " does not fit into its memory: not hashing until the epoch changes");
+        m_desk.LogTrouble("not hashing: " + EpochText(cache.Epoch()) + " does not fit into its memory; " + TriedAgainText());
     }
     m_refused = cache.Seed();
+    m_tryAgain = Clock::now() + m_patience.memory;
     return false;
+}
+
+std::string CCardRun::TriedAgainText() const {
+    return "tried again every " + SecondsText(m_patience.memory);
 }
 
 bool CCardRun::HasRoom(const CCudaContext& context, const EthashEpoch& epoch) {
     const CCudaContext::Memory memory = context.GetMemory();
     const std::uint64_t needed = CCudaDataset::MemoryNeeded(epoch);
     if (memory.freeBytes >= needed) return true;
-    m_desk.Log(EpochText(epoch) + " needs " + MegabyteText(needed) + " of memory, of " + MegabyteText(memory.totalBytes) +
-               " there are " + MegabyteText(memory.freeBytes) + " free: not hashing until the epoch changes");
+    m_desk.LogTrouble("not hashing: " + EpochText(epoch) + " needs " + MegabyteText(needed) + " of memory, of " +
+                      MegabyteText(memory.totalBytes) + " there are " + MegabyteText(memory.freeBytes) + " free; " +
+                      TriedAgainText());
     return false;
 }
 
@@ -117,7 +124,8 @@ bool CCardRun::BuildChecked(Card& card, const CEthashCache& cache) {
 
 bool CCardRun::Build(Card& card, const CEthashCache& cache) {
     const std::string name = EpochText(cache.Epoch());
-    m_desk.Log("making " + name + " (" + MegabyteText(cache.Epoch().datasetBytes) + ")");
+    // Not said at each new try, so that the log's last word about the card stays why it does not hash.
+    if (m_refused != cache.Seed()) m_desk.Log("making " + name + " (" + MegabyteText(cache.Epoch().datasetBytes) + ")");
     const auto begun = Clock::now();
     auto nextLine = begun + kBetweenProgressLines;
     const bool built = card.dataset.Build(cache, [&](double done) {

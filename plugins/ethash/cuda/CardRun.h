@@ -1,7 +1,9 @@
 #pragma once
+#include <array>
 #include <chrono>
 #include <optional>
 #include <random>
+#include <string>
 #include "ethash/WorkCursor.h"
 #include "ethash_cuda/CardDesk.h"
 #include "ethash_cuda/CudaDataset.h"
@@ -9,11 +11,16 @@
 #include "ethash_cuda/GridSizer.h"
 #include "ethash_cuda/VariantTrial.h"
 
-// How long a card may take before it is taken for stuck.
+// How long a card may take before it is taken for stuck, and when it is tried again.
 struct CardPatience {
     std::chrono::milliseconds opening{120'000};  // the driver may compile the kernels
     std::chrono::milliseconds grid{30'000};
     std::chrono::milliseconds stopping{5'000};
+    // Before a card that was lost is opened anew: one after the other, then the last each time.
+    std::array<std::chrono::milliseconds, 4> pauses{std::chrono::seconds(5), std::chrono::seconds(30),
+                                                    std::chrono::seconds(120), std::chrono::seconds(600)};
+    std::chrono::milliseconds goodRun{600'000};  // having hashed for so long, a lost card begins with the first pause
+    std::chrono::milliseconds memory{30'000};    // before a dataset that had no room is tried again
 };
 
 // What a card's thread does: opens the card, keeps the dataset of the work's epoch in it, searches, and has each solution
@@ -47,6 +54,7 @@ class CCardRun {
     void Rest(Card& card);
 
     bool HasDataset(const CCudaContext& context, Card& card);
+    std::string TriedAgainText() const;
     bool HasRoom(const CCudaContext& context, const EthashEpoch& epoch);
     bool BuildChecked(Card& card, const CEthashCache& cache);
     bool Build(Card& card, const CEthashCache& cache);
@@ -67,7 +75,8 @@ class CCardRun {
     std::mt19937_64 m_random{std::random_device{}()};
 
     CWorkCursor m_cursor;
-    std::optional<Hash256> m_refused;  // the seed whose dataset the card has no room for
+    std::optional<Hash256> m_refused;  // the seed whose dataset the card had no room for
+    std::chrono::steady_clock::time_point m_tryAgain;
     InFlight m_inFlight[CCudaSearch::kSlots];
     std::size_t m_nextSlot = 0;
     std::chrono::steady_clock::time_point m_lastEnd;  // of the latest grid

@@ -1,23 +1,22 @@
 #include "ethash_cuda/CudaWorker.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "ethash/LogText.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kRestarts = 3;
-constexpr std::chrono::minutes kRestartSpan{10};
+constexpr std::size_t kMostStuck = 3;
 constexpr std::chrono::milliseconds kBetweenLooks{100};
 
 }  // namespace
 
-bool CRestartBudget::Take(TimePoint now) {
-    while (!m_taken.empty() && now - m_taken.front() >= kRestartSpan)
-        m_taken.pop_front();
-    if (m_taken.size() >= kRestarts) return false;
-    m_taken.push_back(now);
-    return true;
+std::chrono::milliseconds CRestartPauses::Next(std::chrono::steady_clock::duration hashed) {
+    if (hashed >= m_patience.goodRun) m_next = 0;
+    return m_patience.pauses[std::min(m_next++, m_patience.pauses.size() - 1)];
 }
 
 CCudaWorker::CCudaWorker(const CudaDriver& driver, const WorkerPlace& place, std::shared_ptr<const CJobBoard> board,
@@ -32,41 +31,48 @@ CCudaWorker::~CCudaWorker() {
 
 void CCudaWorker::Run() {
     using enum CardEnd::Kind;
-    if (m_driver.api == nullptr) {
-        Log("not hashing: " + m_driver.problem);
-        StayOut();
-    }
+    CardEnd end{Unusable, m_driver.problem};
     while (!m_board->IsClosed()) {
-        const CardEnd end = RunCardOnce();
+        if (m_driver.api != nullptr) end = RunCardOnce();
         if (end.kind == Stopped) return;
         if (end.kind == Unusable) {
             Log("not hashing: " + end.reason);
-            StayOut();
-        } else if (m_restarts.Take(Clock::now())) {
-            Log("lost: " + end.reason + ". It is started again");
-        } else {
-            Log("lost again: " + end.reason + ". It is left out until mining is started again");
-            StayOut();
+            Rest(Clock::time_point::max());
+            return;
         }
+        m_wasLost = true;
+        const std::chrono::milliseconds pause = m_pauses.Next(end.hashed);
+        Log("lost: " + end.reason + "; it is started again in " + SecondsText(pause));
+        Rest(Clock::now() + pause);
     }
 }
 
 CardEnd CCudaWorker::RunCardOnce() {
-    const auto desk = std::make_shared<CCardDesk>(m_place, m_board, m_host);
+    std::erase_if(m_stuck, [](const auto& desk) { return desk->WaitForEnd(Clock::now()).has_value(); });
+    if (m_stuck.size() >= kMostStuck) {
+        return {CardEnd::Kind::Lost, "its driver has not returned from " + std::to_string(m_stuck.size()) + " calls"};
+    }
+    const auto desk = std::make_shared<CCardDesk>(m_place, m_board, m_host, m_wasLost);
     std::thread thread([desk, &api = *m_driver.api, cudaId = m_place.gpu.cudaId, part = m_place.part, parts = m_place.parts,
                         patience = m_patience] { desk->End(CCardRun(api, cudaId, part, parts, *desk, patience).Run()); });
     CardEnd end = Watch(*desk);
+    end.hashed = desk->HashedTime();
     const bool ended = desk->WaitForEnd(Clock::now()).has_value();
     desk->Close();
     if (ended) {
         thread.join();
     } else {
-        Log("its driver does not return: it is given up");
-        m_host.KeepCodeLoaded();
-        // Fit only for a thread that is stuck: the C++ runtime does not stand one that ends while it is being detached.
-        thread.detach();
+        GiveUp(std::move(thread), desk);
     }
     return end;
+}
+
+void CCudaWorker::GiveUp(std::thread thread, std::shared_ptr<CCardDesk> desk) {
+    Log("its driver does not return: it is given up");
+    m_host.KeepCodeLoaded();
+    m_stuck.push_back(std::move(desk));
+    // Fit only for a thread that is stuck: the C++ runtime does not stand one that ends while it is being detached.
+    thread.detach();
 }
 
 CardEnd CCudaWorker::Watch(CCardDesk& desk) const {
@@ -86,11 +92,11 @@ void CCudaWorker::Log(const std::string& text) {
     m_host.Log("GPU " + std::to_string(m_place.gpu.cudaId) + ": " + text);
 }
 
-void CCudaWorker::StayOut() {
+void CCudaWorker::Rest(Clock::time_point end) {
     CSpeedRecorder recorder(m_place.gpu.statistics);
-    while (!m_board->IsClosed()) {
-        recorder.Idle(Clock::now());
-        m_board->WaitForChange(m_board->Current().generation, recorder.NextSecond());
+    for (auto now = Clock::now(); now < end && !m_board->IsClosed(); now = Clock::now()) {
+        recorder.Idle(now);
+        m_board->WaitForChange(m_board->Current().generation, std::min(end, recorder.NextSecond()));
     }
 }
 

@@ -65,25 +65,16 @@ TEST(VariantTrial, TheFastestOfAllIsKept) {
     }
 }
 
-TEST(RestartBudget, ThreeInTenMinutes) {
-    CRestartBudget budget;
-    const CRestartBudget::TimePoint start{};
-    using std::chrono::minutes;
+TEST(RestartPauses, AreLongerEachTimeUntilTheCardHasHashedWell) {
+    using std::chrono::seconds;
+    CRestartPauses pauses({});
     const struct {
-        int minute;
-        bool granted;
-    } cases[] = {{0, true}, {1, true}, {8, true}, {9, false}, {10, true}, {10, false}, {11, true}, {17, false}, {18, true}};
+        seconds hashed, pause;
+    } cases[] = {{seconds(0), seconds(5)},   {seconds(599), seconds(30)},  {seconds(1), seconds(120)},
+                 {seconds(0), seconds(600)}, {seconds(599), seconds(600)}, {seconds(600), seconds(5)},
+                 {seconds(0), seconds(30)},  {seconds(86400), seconds(5)}};
     for (const auto& each : cases)
-        EXPECT_EQ(budget.Take(start + minutes(each.minute)), each.granted) << each.minute;
-}
-
-TEST(Divisor, TheReciprocalIsRoundedDown) {
-    for (const std::uint64_t value : {2ULL, 3ULL, 8388593ULL, 33554393ULL, 0xffffffffULL}) {
-        const EthashDivisor divisor = DivisorOf(value);
-        EXPECT_EQ(divisor.value, value);
-        EXPECT_LE(divisor.reciprocal * value, 1ULL << 32);
-        EXPECT_GT((divisor.reciprocal + 1ULL) * value, 1ULL << 32);
-    }
+        EXPECT_EQ(pauses.Next(each.hashed), each.pause);
 }
 
 }  // namespace
