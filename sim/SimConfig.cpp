@@ -18,6 +18,9 @@ constexpr std::uint64_t kMostBytes = 1 << 20;
 // Who writes twice within this time (100 ns units; FAT has the coarsest clock) may leave the same write time.
 constexpr std::uint64_t kWriteTimeStep = 2ULL * 10'000'000;
 
+// Milliseconds between looks whether a call still hangs.
+constexpr DWORD kHangStep = 50;
+
 using Section = std::map<std::string, std::string, std::less<>>;
 
 struct SimFile {
@@ -123,15 +126,26 @@ std::shared_ptr<const SimFile> CurrentFile() {
     return file;
 }
 
+// Empty: the key is missing.
+std::string RawText(const std::string& section, const std::string& key) {
+    const auto file = CurrentFile();
+    const auto values = file->sections.find(section);
+    if (values == file->sections.end()) return {};
+    const auto value = values->second.find(key);
+    return value != values->second.end() ? value->second : std::string();
+}
+
 }  // namespace
 
 std::optional<std::string> SimText(const std::wstring& section, const wchar_t* key) {
-    const auto file = CurrentFile();
-    const auto values = file->sections.find(Folded(section));
-    if (values == file->sections.end()) return std::nullopt;
-    const auto value = values->second.find(Folded(std::wstring_view(key)));
-    if (value == values->second.end() || value->second.empty() || value->second == "fail") return std::nullopt;
-    return value->second;
+    for (bool hangs = false;; Sleep(kHangStep)) {
+        std::string text = RawText(Folded(section), Folded(std::wstring_view(key)));
+        // Nothing is what a file says that is being written.
+        hangs = text == "hang" || (hangs && text.empty());
+        if (hangs) continue;
+        if (text.empty() || text == "fail") return std::nullopt;
+        return text;
+    }
 }
 
 std::optional<std::uint64_t> SimNumber(const std::wstring& section, const wchar_t* key) {

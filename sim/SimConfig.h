@@ -5,7 +5,7 @@
 #include <utility>
 
 // Values of the SimGpus.ini beside this library, as the file is at the time of the call. Any thread. Nothing: the key is
-// missing, says "fail", or is no decimal number where one is asked for.
+// missing, says "fail", or is no decimal number where one is asked for. Returns only when the key does not say "hang".
 std::optional<std::string> SimText(const std::wstring& section, const wchar_t* key);
 std::optional<std::uint64_t> SimNumber(const std::wstring& section, const wchar_t* key);
 
