@@ -153,11 +153,6 @@ void CDialogHost::ShowEventLog() {
                        TaskDialogIcon::Error);
 }
 
-void CDialogHost::ReadTelemetry() {
-    for (QvGpuRecord* gpu : m_parts.gpus)
-        m_parts.updateTelemetry(*gpu);
-}
-
 void CDialogHost::OpenControl() {
     EndpointRecord endpoint;
     endpoint.address = m_parts.settings.HostIP;

@@ -30,7 +30,7 @@ class CDialogHost final : public IMainDialogHost {
         std::atomic<MiningAsker>& asker;
         std::function<void()> nothingToMine;
         std::function<void()> miningStarts;  // before it does
-        std::function<void(QvGpuRecord&)> updateTelemetry;
+        std::function<void()> requestTelemetry;
     };
     explicit CDialogHost(const Parts& parts) : m_parts(parts) {}
 
@@ -54,7 +54,7 @@ class CDialogHost final : public IMainDialogHost {
     int StartMining() override;
     void StopMining() override;
     ddt_datetime MiningStart() const override { return m_miningStart; }
-    void ReadTelemetry() override;
+    void ReadTelemetry() override { m_parts.requestTelemetry(); }
 
     void OpenControl() override;
     void CloseControl() override { m_parts.control.Close(); }

@@ -10,7 +10,6 @@
 #include "common/Messages.h"
 #include "common/SystemTime.h"
 #include "common/Version.h"
-#include "gpu/GpuTelemetry.h"
 #include "gui/LocalTimeText.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
 #include "gui/dialogs/resource.h"
@@ -87,7 +86,7 @@ void CQuorvelMinerApp::OpenMainLog() {
 
 bool CQuorvelMinerApp::DiscoverGpus() {
     m_cuda = std::make_unique<CCudaRuntime>(m_folders.installationFolder);
-    m_nvml = std::make_unique<CNvml>(m_folders.installationFolder);
+    m_nvml = std::make_shared<CNvml>(m_folders.installationFolder);
     m_discoveryPool = MakeUnassignedPool(m_algorithms);
     const auto showError = [this](const std::wstring& text) {
         m_events.Event(EventKind::Program, L"", text);
@@ -160,6 +159,9 @@ void CQuorvelMinerApp::RunProgram() {
         .feePools = [this](std::int32_t algorithmId) { return BuildFeePools(algorithmId, m_algorithms, m_feePoolIds); },
         .ping = &PingPool});
     m_mining = std::make_unique<CMining>(*m_miningContext);
+    m_telemetry = std::make_unique<CTelemetryReader>(
+        m_gpus->Gpus(), m_nvml, SystemClock(),
+        [this](const QvGpuRecord& gpu, SensorState state) { SensorsChanged(gpu, state); });
     m_controlHost = std::make_unique<CControlHost>(CControlHost::Parts{.configuration = *m_configuration,
                                                                        .mining = *m_mining,
                                                                        .gpus = m_gpus->Gpus(),
@@ -196,7 +198,7 @@ void CQuorvelMinerApp::RunDialog() {
                       .asker = m_asker,
                       .nothingToMine = [this] { NothingToMine(); },
                       .miningStarts = [this] { MiningStarts(); },
-                      .updateTelemetry = [this](QvGpuRecord& gpu) { UpdateTelemetry(gpu, *m_nvml); }});
+                      .requestTelemetry = [this] { m_telemetry->Request(); }});
     CXTPPaintManager paint;
     CThemeManager themes(paint, m_folders.installationFolder);
     CQuorvelMinerDlg dialog(host, {.themes = themes,
@@ -228,6 +230,13 @@ void CQuorvelMinerApp::LogPlugIn(const wchar_t* text) {
     LogMain(text);
     m_plugInMessages.Add(text, SystemClock().Monotonic());
     m_plugInLines.Add(LocalDateTimeText(CurrentTime(TimeMode::Utc)) + L"  " + text);
+}
+
+void CQuorvelMinerApp::SensorsChanged(const QvGpuRecord& gpu, SensorState state) {
+    const wchar_t* const text = state == SensorState::Silent ? L"the driver does not answer; its sensors are not read"
+                                : state == SensorState::Lost ? L"the driver answers no query; trying again"
+                                                             : L"the driver answers again";
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"GPU %d: %s", gpu.cudaId, text);
 }
 
 CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {

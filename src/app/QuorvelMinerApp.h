@@ -11,6 +11,7 @@
 #include "gpu/CudaRuntime.h"
 #include "gpu/ManagerMinerGpus.h"
 #include "gpu/Nvml.h"
+#include "gpu/TelemetryReader.h"
 #include "mining/FeePools.h"
 #include "mining/Mining.h"
 #include "pool/StratumHost.h"
@@ -48,6 +49,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void LogPoolError(const PoolError& error);
     void RunProgram();
     void RunDialog();
+    // The telemetry reader's thread, or the GUI's.
+    void SensorsChanged(const QvGpuRecord& gpu, SensorState state);
 
     // IStratumHost; sessions' I/O threads.
     CMiningStatistics* FindStatistics(std::int32_t cudaId) override;
@@ -70,9 +73,10 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CRecentLines m_plugInLines{30};
     CAlgorithmList m_algorithms;
     std::unique_ptr<CCudaRuntime> m_cuda;
-    std::unique_ptr<CNvml> m_nvml;
+    std::shared_ptr<CNvml> m_nvml;
     PoolPointer m_discoveryPool;  // what GPU records name until the configuration store names its own
     std::unique_ptr<CManagerMinerGpus> m_gpus;
+    std::unique_ptr<CTelemetryReader> m_telemetry;
     std::unique_ptr<CConfigurationStore> m_configuration;
     std::unique_ptr<MiningContext> m_miningContext;
     std::unique_ptr<CMining> m_mining;

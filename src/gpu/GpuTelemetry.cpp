@@ -17,17 +17,48 @@ void StoreRead(std::uint32_t& field, std::optional<std::uint32_t> value) {
 
 }  // namespace
 
-void UpdateTelemetry(QvGpuRecord& gpu, INvml& nvml) {
-    const std::uint32_t state = std::atomic_ref(gpu.telemetryState).load(std::memory_order_relaxed);
-    if (state == static_cast<std::uint32_t>(TelemetryState::Excluded)) return;
+bool SensorReading::HasAny() const {
+    return temperature || coreClock || memoryClock || fanSpeed || powerUsage || utilization || memory;
+}
 
-    StoreRead(gpu.temperature, nvml.Temperature(gpu.nvmlDevice));
-    if (const auto rates = nvml.UtilizationRates(gpu.nvmlDevice)) Store(gpu.gpuUtilization, rates->gpu);
-    StoreRead(gpu.coreClock, nvml.Clock(gpu.nvmlDevice, NvmlClock::Core));
-    StoreRead(gpu.memoryClock, nvml.Clock(gpu.nvmlDevice, NvmlClock::Memory));
-    StoreRead(gpu.fanSpeed, nvml.FanSpeed(gpu.nvmlDevice));
-    if (const auto memory = nvml.MemoryInfo(gpu.nvmlDevice)) Store(gpu.memoryUsed, memory->used);
-    const auto power = nvml.PowerUsage(gpu.nvmlDevice);
-    if (power) Store(gpu.powerUsage, *power / kMilliwattsPerWatt);
-    Store(gpu.telemetryState, static_cast<std::uint32_t>(power ? TelemetryState::Read : TelemetryState::ReadWithoutPower));
+SensorReading ReadSensors(NvmlDevice device, INvml& nvml) {
+    SensorReading reading;
+    reading.temperature = nvml.Temperature(device);
+    reading.utilization = nvml.UtilizationRates(device);
+    reading.coreClock = nvml.Clock(device, NvmlClock::Core);
+    reading.memoryClock = nvml.Clock(device, NvmlClock::Memory);
+    reading.fanSpeed = nvml.FanSpeed(device);
+    reading.memory = nvml.MemoryInfo(device);
+    reading.powerUsage = nvml.PowerUsage(device);
+    return reading;
+}
+
+NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci, std::size_t devices) {
+    for (std::uint32_t index = 0; index < devices; ++index) {
+        const NvmlDevice device = nvml.DeviceByIndex(index);
+        const auto found = device != nullptr ? nvml.PciInfo(device) : std::nullopt;
+        if (found && found->domain == pci.domain && found->bus == pci.bus && found->device == pci.device) return device;
+    }
+    return nullptr;
+}
+
+void StoreReading(QvGpuRecord& gpu, const SensorReading& reading) {
+    StoreRead(gpu.temperature, reading.temperature);
+    if (reading.utilization) Store(gpu.gpuUtilization, reading.utilization->gpu);
+    StoreRead(gpu.coreClock, reading.coreClock);
+    StoreRead(gpu.memoryClock, reading.memoryClock);
+    StoreRead(gpu.fanSpeed, reading.fanSpeed);
+    if (reading.memory) Store(gpu.memoryUsed, reading.memory->used);
+    if (reading.powerUsage) Store(gpu.powerUsage, *reading.powerUsage / kMilliwattsPerWatt);
+    const auto state = reading.powerUsage ? TelemetryState::Read : TelemetryState::ReadWithoutPower;
+    Store(gpu.telemetryState, static_cast<std::uint32_t>(state));
+}
+
+bool IsExcluded(QvGpuRecord& gpu) {
+    const std::uint32_t state = std::atomic_ref(gpu.telemetryState).load(std::memory_order_relaxed);
+    return state == static_cast<std::uint32_t>(TelemetryState::Excluded);
+}
+
+void UpdateTelemetry(QvGpuRecord& gpu, INvml& nvml) {
+    if (!IsExcluded(gpu)) StoreReading(gpu, ReadSensors(gpu.nvmlDevice, nvml));
 }

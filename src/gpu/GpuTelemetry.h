@@ -1,11 +1,32 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include "gpu/NvmlApi.h"
 #include "quorvel/plugin.h"
 
 // Values of QvGpuRecord::telemetryState.
 enum class TelemetryState : std::uint32_t { NeverRead = 0, ReadWithoutPower = 1, Read = 2, Excluded = 7 };
 
-// Reads the sensors of one GPU into its record; a value that cannot be read keeps what it was. Does nothing for an excluded
-// GPU. GUI thread; each field is a relaxed atomic store, so that other threads may read the record meanwhile.
+// What one look at a GPU gave; empty: that call failed.
+struct SensorReading {
+    std::optional<std::uint32_t> temperature, coreClock, memoryClock, fanSpeed, powerUsage;
+    std::optional<NvmlUtilization> utilization;
+    std::optional<NvmlMemory> memory;
+
+    bool HasAny() const;
+};
+
+// Any thread; as slow as the driver.
+SensorReading ReadSensors(NvmlDevice device, INvml& nvml);
+// The device at this PCI address among the first of NVML's order; null: there is none. Any thread; as slow as the driver.
+NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci, std::size_t devices);
+
+// A value that was not read keeps what it was. Each field is a relaxed atomic store, so that other threads may read the
+// record meanwhile.
+void StoreReading(QvGpuRecord& gpu, const SensorReading& reading);
+// Nothing is read of an excluded GPU.
+bool IsExcluded(QvGpuRecord& gpu);
+
+// Reads the sensors of one GPU into its record, unless it is excluded. Waits for the driver.
 void UpdateTelemetry(QvGpuRecord& gpu, INvml& nvml);

@@ -22,11 +22,24 @@ std::optional<Value> Read(Function* function, NvmlDevice device, Arguments... ar
 
 CNvml::CNvml(const std::wstring& executableFolder) : m_library(L"nvml.dll", DriverFolders(executableFolder)) {
     FindFunctions();
-    m_initialized = m_init != nullptr && m_init() == 0;
+    Initialize();
 }
 
 CNvml::~CNvml() {
-    if (m_initialized && m_shutdown != nullptr) m_shutdown();
+    ShutDown();
+}
+
+void CNvml::Reinitialize() {
+    ShutDown();
+    Initialize();
+}
+
+void CNvml::Initialize() {
+    m_initialized = m_init != nullptr && m_init() == 0;
+}
+
+void CNvml::ShutDown() {
+    if (m_initialized.exchange(false) && m_shutdown != nullptr) m_shutdown();
 }
 
 void CNvml::FindFunctions() {

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <string>
 #include "gpu/DriverLibrary.h"
 #include "gpu/NvmlApi.h"
@@ -11,6 +12,7 @@ class CNvml final : public INvml {
     ~CNvml() override;
 
     bool IsAvailable() const override { return m_initialized; }
+    void Reinitialize() override;
     // Of the driver, as people know it ("537.13"); empty: unknown.
     std::wstring DriverVersion() const;
     NvmlDevice DeviceByIndex(std::uint32_t index) override;
@@ -31,9 +33,11 @@ class CNvml final : public INvml {
     using ReadNumber = Result(NvmlDevice device, std::uint32_t* value);
 
     void FindFunctions();
+    void Initialize();
+    void ShutDown();
 
     CDriverLibrary m_library;
-    bool m_initialized = false;
+    std::atomic<bool> m_initialized = false;
     // Each may be missing.
     Result (*m_init)() = nullptr;
     Result (*m_shutdown)() = nullptr;

@@ -25,14 +25,16 @@ struct NvmlCapability {
 
 enum class NvmlClock : std::uint32_t { Core = 1, Memory = 2 };
 
-// What discovery and telemetry ask of NVML. GUI thread. A call that fails, or that this driver's NVML does not have, gives
-// nothing.
+// What discovery and telemetry ask of NVML. Any thread; a call may take long or never return. A call that fails, or that
+// this driver's NVML does not have, gives nothing.
 class INvml {
   public:
     virtual ~INvml() = default;
 
     // False: there is no NVML or it could not be initialised, and every call fails.
     virtual bool IsAvailable() const = 0;
+    // Every device handle is to be asked for anew afterwards. Not while another thread is inside a call.
+    virtual void Reinitialize() = 0;
 
     // index: NVML's order, which need not be CUDA's. Null: the call failed.
     virtual NvmlDevice DeviceByIndex(std::uint32_t index) = 0;

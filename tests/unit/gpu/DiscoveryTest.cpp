@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <numeric>
 #include <regex>
@@ -77,6 +78,8 @@ TEST_F(CDiscoveryTest, MatchesByPciAddressAndSortsByCudaId) {
     EXPECT_EQ(gpu.pci.bus, 9u);
     EXPECT_EQ(gpu.memoryTotal, 8'589'934'592u);
     EXPECT_EQ(gpu.temperature, 61u);
+    for (const char* limit : {"default limit", "limit"})
+        EXPECT_EQ(std::ranges::count(m_nvml.calls, limit), 2) << limit;
     EXPECT_EQ(gpu.telemetryState, 2u);
     EXPECT_EQ(gpu.assignedPool, &m_pool);
     for (const QvGridWords& words : gpu.gridWords)

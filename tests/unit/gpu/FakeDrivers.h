@@ -32,6 +32,7 @@ struct FakeNvmlCard {
     std::optional<NvmlMemory> memory = NvmlMemory{.total = 8'589'934'592, .free = 5'000'000'000, .used = 3'589'934'592};
     std::optional<NvmlUtilization> utilization = NvmlUtilization{.gpu = 99, .memory = 40};
     std::optional<std::uint32_t> temperature = 61, coreClock = 1710, memoryClock = 9501, fanSpeed = 55, powerUsage = 1999;
+    std::optional<std::uint32_t> powerLimit = 320'000;
 };
 
 // Handles point to the cards, which must not move while a record holds one.
@@ -45,6 +46,7 @@ class CFakeNvml final : public INvml {
     std::vector<std::string> calls;  // for numbers of devices, in order
 
     bool IsAvailable() const override { return available; }
+    void Reinitialize() override {}
     NvmlDevice DeviceByIndex(std::uint32_t index) override {
         return index < cards.size() && cards[index].hasHandle ? &cards[index] : nullptr;
     }
@@ -56,8 +58,10 @@ class CFakeNvml final : public INvml {
     }
     std::optional<QvPciInfo> PciInfo(NvmlDevice device) override { return Get(device, "pci", &Card::pci); }
     std::optional<NvmlMemory> MemoryInfo(NvmlDevice device) override { return Get(device, "memory", &Card::memory); }
-    Number PowerManagementDefaultLimit(NvmlDevice) override { return {}; }
-    Number PowerManagementLimit(NvmlDevice) override { return {}; }
+    Number PowerManagementDefaultLimit(NvmlDevice device) override {
+        return Get(device, "default limit", &Card::powerLimit);
+    }
+    Number PowerManagementLimit(NvmlDevice device) override { return Get(device, "limit", &Card::powerLimit); }
     Number Temperature(NvmlDevice device) override { return Get(device, "temperature", &Card::temperature); }
     std::optional<NvmlUtilization> UtilizationRates(NvmlDevice device) override {
         return Get(device, "utilization", &Card::utilization);

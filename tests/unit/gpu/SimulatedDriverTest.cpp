@@ -3,15 +3,20 @@
 #include <windows.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <mutex>
 #include <stdexcept>
+#include <thread>
 
 #include "fixtures/ScratchFolder.h"
 #include "gpu/CudaRuntime.h"
 #include "gpu/GpuTelemetry.h"
 #include "gpu/ManagerMinerGpus.h"
 #include "gpu/Nvml.h"
+#include "gpu/TelemetryReader.h"
 
 namespace {
 
@@ -36,7 +41,7 @@ class CSimulatedDriverTest : public testing::Test {
     // The loaders live until the end of the test, as the program's do.
     std::span<QvGpuRecord* const> Discover() {
         m_cuda.emplace(Folder());
-        m_nvml.emplace(Folder());
+        m_nvml = std::make_shared<CNvml>(Folder());
         m_manager.emplace(CManagerMinerGpus::Surroundings{.cuda = *m_cuda,
                                                           .nvml = *m_nvml,
                                                           .log = m_log,
@@ -47,10 +52,13 @@ class CSimulatedDriverTest : public testing::Test {
         return m_manager->Gpus();
     }
 
+    // The thread of the reader reads meanwhile.
+    static std::uint32_t Read(std::uint32_t& field) { return std::atomic_ref(field).load(); }
+
     CScratchFolder m_folder;  // first: a library's file can be removed only when it is no longer loaded
     CBKLogSystem m_log;
     std::optional<CCudaRuntime> m_cuda;
-    std::optional<CNvml> m_nvml;
+    std::shared_ptr<CNvml> m_nvml;
     std::optional<CManagerMinerGpus> m_manager;
 };
 
@@ -170,6 +178,106 @@ TEST_F(CSimulatedDriverTest, SimulatedCardsRefuseToCompute) {
     Discover();
     EXPECT_EQ(loadModule(&module, "text"), 801);  // not supported
     FreeLibrary(library);
+}
+
+// ---- The reader, on threads of its own -----------------------------------------------------------------------------------
+
+class CHandSetClock final : public IClock {
+  public:
+    ddt_datetime UtcNow() const noexcept override { return {}; }
+    TimeSpan Monotonic() const noexcept override { return m_now; }
+    void Advance(TimeSpan span) { m_now += span; }
+
+  private:
+    std::atomic<TimeSpan> m_now = kTicksPerDay;
+};
+
+class CTelemetryReaderTest : public CSimulatedDriverTest {
+  protected:
+    void Start() {
+        m_reader.emplace(Discover(), m_nvml, m_clock, [this](const QvGpuRecord& gpu, SensorState state) {
+            const std::lock_guard lock(m_lock);
+            m_changes.emplace_back(gpu.cudaId, state);
+        });
+    }
+    ~CTelemetryReaderTest() override {
+        m_reader.reset();
+        WriteFileBytes(IniPath(), FileBytes(fs::path(QV_SIM_INI).wstring()));
+        EXPECT_TRUE(Eventually([&] { return m_nvml.use_count() == 1; })) << "a thread is still in the library";
+    }
+    static bool Eventually(const std::function<bool()>& condition) {
+        for (int look = 0; look < 3000; ++look) {
+            if (condition()) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return false;
+    }
+    // Asks for rounds, so long apart on the reader's clock.
+    bool RoundsUntil(const std::function<bool()>& condition, TimeSpan apart = 0) {
+        return Eventually([&] {
+            m_reader->Request();
+            m_clock.Advance(apart);
+            return condition();
+        });
+    }
+    SensorState State(std::size_t index) const { return m_reader->State(index).state; }
+    std::vector<std::pair<std::int32_t, SensorState>> Changes() {
+        const std::lock_guard lock(m_lock);
+        return m_changes;
+    }
+
+    std::mutex m_lock;
+    std::vector<std::pair<std::int32_t, SensorState>> m_changes;
+    CHandSetClock m_clock;
+    std::optional<CTelemetryReader> m_reader;
+};
+
+TEST_F(CTelemetryReaderTest, ACardThatHangsStopsNeitherTheOthersNorTheEnd) {
+    using enum SensorState;
+    Start();
+    QvGpuRecord& hanging = *m_manager->Gpus()[0];
+    QvGpuRecord& other = *m_manager->Gpus()[1];
+    for (const std::uint32_t temperature : {70U, 80U}) {
+        Set("Gpu0", "Utilization", "hang");
+        ASSERT_TRUE(RoundsUntil([&] { return State(0) == Silent; }, kTicksPerSecond / 10));
+        Set("Gpu1", "Temperature", std::to_string(temperature));
+        Set("Gpu0", "Temperature", std::to_string(temperature));
+        ASSERT_TRUE(RoundsUntil([&] { return Read(other.temperature) == temperature; }));
+        EXPECT_EQ(Read(hanging.temperature), temperature == 70 ? 61U : 70U);
+        EXPECT_EQ(State(0), Silent);
+        if (temperature == 80) break;
+        Set("Gpu0", "Utilization", "42");
+        ASSERT_TRUE(RoundsUntil([&] { return Read(hanging.gpuUtilization) == 42 && Read(hanging.temperature) == 70; }));
+        EXPECT_EQ(State(0), Answering);
+    }
+    EXPECT_EQ(Changes(), (decltype(m_changes){{0, Silent}, {0, Answering}, {0, Silent}}));
+    const auto begun = std::chrono::steady_clock::now();
+    m_reader.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(5));
+    Set("Gpu0", "Utilization", "43");
+    EXPECT_TRUE(Eventually([&] { return m_nvml.use_count() == 1; }));
+    EXPECT_EQ(hanging.gpuUtilization, 42U) << "written after the end";
+}
+
+TEST_F(CTelemetryReaderTest, ALostCardIsReadAgainByANewHandleAndALostDriverAfterARestart) {
+    using enum SensorState;
+    Start();
+    QvGpuRecord& gpu = *m_manager->Gpus()[0];
+    void* const handle = gpu.nvmlDevice;
+    const auto device = std::atomic_ref(gpu.nvmlDevice);
+    device = reinterpret_cast<void*>(std::uintptr_t{77});  // no card's
+    Set("Gpu0", "FanSpeed", "91");
+    ASSERT_TRUE(RoundsUntil([&] { return Read(gpu.fanSpeed) == 91 && State(0) == Answering; }));
+    EXPECT_EQ(device.load(), handle);
+    EXPECT_EQ(Changes(), (decltype(m_changes){{0, Lost}, {0, Answering}}));
+
+    const HMODULE library = GetModuleHandleW(m_folder.Path(L"nvml.dll").c_str());
+    const auto shutDown = reinterpret_cast<int (*)()>(reinterpret_cast<void*>(GetProcAddress(library, "nvmlShutdown")));
+    ASSERT_TRUE(shutDown);
+    ASSERT_EQ(shutDown(), 0);
+    Set("Gpu0", "FanSpeed", "92");
+    ASSERT_TRUE(RoundsUntil([&] { return Read(gpu.fanSpeed) == 92 && State(1) == Answering; }));
+    EXPECT_EQ(Changes().size(), 6U);
 }
 
 }  // namespace
