@@ -1,6 +1,7 @@
 #include "ethash_cuda/CudaWorker.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include "ethash/LogText.h"
@@ -53,8 +54,14 @@ CardEnd CCudaWorker::RunCardOnce() {
         return {CardEnd::Kind::Lost, "its driver has not returned from " + std::to_string(m_stuck.size()) + " calls"};
     }
     const auto desk = std::make_shared<CCardDesk>(m_place, m_board, m_host, m_wasLost);
-    std::thread thread([desk, &api = *m_driver.api, cudaId = m_place.gpu.cudaId, part = m_place.part, parts = m_place.parts,
-                        patience = m_patience] { desk->End(CCardRun(api, cudaId, part, parts, *desk, patience).Run()); });
+    std::thread thread;
+    try {
+        thread =
+            std::thread([desk, &api = *m_driver.api, cudaId = m_place.gpu.cudaId, part = m_place.part, parts = m_place.parts,
+                         patience = m_patience] { desk->End(CCardRun(api, cudaId, part, parts, *desk, patience).Run()); });
+    } catch (const std::system_error& error) {
+        return {CardEnd::Kind::Lost, std::string("no thread for it: ") + error.what()};
+    }
     CardEnd end = Watch(*desk);
     end.hashed = desk->HashedTime();
     const bool ended = desk->WaitForEnd(Clock::now()).has_value();
