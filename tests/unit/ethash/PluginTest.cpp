@@ -165,18 +165,6 @@ TEST_F(Plugin, MinesAndLetsGo) {
     EXPECT_TRUE(log[1].starts_with("EtchashCpu: the light cache of epoch 0 is done in ")) << log[1];
 }
 
-TEST_F(Plugin, StopsWhileTheCacheIsMade) {
-    CLoadedPlugin plugin(QV_ALGOS "UbqhashCpu.dll");
-    SetSlot(m_block.parameters[0], Digits(SeedOfIndex(500)));
-    plugin.Open(m_list, 2);
-    plugin.Post(QV_MSG_ACTIVATE, &m_block);
-    ASSERT_TRUE(Collected().WaitForLog("making the light cache of epoch 500"));
-    const auto begun = std::chrono::steady_clock::now();
-    plugin.Unload();
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(1));
-    EXPECT_EQ(Collected().Log().size(), 1u);
-}
-
 TEST_F(Plugin, SessionsOfOneLibraryAreIndependentAndShareTheCache) {
     CLoadedPlugin first(QV_ALGOS "EthashCpu.dll");
     CLoadedPlugin second(QV_ALGOS "EthashCpu.dll");

@@ -12,7 +12,6 @@
 #include "WorkBlocks.h"
 #include "ethash/EthashJob.h"
 #include "ethash_cuda/CudaWorker.h"
-#include "ethash_kernels/KernelParameters.h"
 
 namespace {
 
@@ -142,23 +141,6 @@ TEST_F(CudaWorker, ACardWithoutRoomForTheDatasetHashesWhenThereIsSome) {
     const auto log = m_host.collector.Log();
     EXPECT_EQ(std::count_if(log.begin(), log.end(), [](auto& line) { return line.find("not hashing") != line.npos; }), 2);
     EXPECT_EQ(m_fake.Calls("cuCtxCreate"), 1u);
-}
-
-TEST_F(CudaWorker, ATargetOfZeroIsSearchedWithoutEnd) {
-    std::atomic<std::uint64_t> searched{0};
-    m_fake.run = [&](std::string_view kernel, const void* parameters, unsigned blocks, unsigned) {
-        if (kernel == "ethash_build_dataset") return m_fake.RunOnCpu(kernel, parameters, blocks);
-        const auto& search = *static_cast<const EthashSearchParameters*>(parameters);
-        EXPECT_EQ(search.target, 0u);
-        searched += search.nonceCount;
-    };
-    auto work = Work(1);
-    work->job.target = {};
-    Start();
-    m_board->Publish(work);
-    EXPECT_TRUE(Eventually([&] { return searched > 1'000'000 && Speed() > 0; }));
-    Stop();
-    EXPECT_EQ(SharesSent(), 0u);
 }
 
 TEST_F(CudaWorker, AWrongDatasetIsMadeOnceMore) {

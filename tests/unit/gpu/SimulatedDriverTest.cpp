@@ -167,19 +167,6 @@ TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
     EXPECT_EQ(properties.pciBusID, 10);
 }
 
-TEST_F(CSimulatedDriverTest, SimulatedCardsRefuseToCompute) {
-    const HMODULE library = LoadLibraryW(m_folder.Path(L"nvcuda.dll").c_str());
-    ASSERT_TRUE(library);
-    const auto loadModule =
-        reinterpret_cast<int (*)(void**, const void*)>(reinterpret_cast<void*>(GetProcAddress(library, "cuModuleLoadData")));
-    ASSERT_TRUE(loadModule);
-    void* module = nullptr;
-    EXPECT_EQ(loadModule(&module, "text"), 3);  // not initialized
-    Discover();
-    EXPECT_EQ(loadModule(&module, "text"), 801);  // not supported
-    FreeLibrary(library);
-}
-
 // ---- The reader, on threads of its own -----------------------------------------------------------------------------------
 
 class CHandSetClock final : public IClock {
