@@ -47,8 +47,8 @@ static void TakeGpus(Session* session, WPARAM wParam, LPARAM lParam) {
 
 static void Start(Session* session) {
     /* Start your threads here, one per GPU for example. They write the plug-in's words of gpus[i]->statistics, each with one
-     * atomic store: hashSpeed and solSpeed, the histories once a second, and lastTime when a share is sent. To stale, in which
-     * the miner counts, too, they add atomically. */
+     * atomic store: hashSpeed and solSpeed, the histories once a second, and lastTime when a share is sent. To stale, in
+     * which the miner counts, too, they add atomically. */
     Say(session, L"start", "");
 }
 
