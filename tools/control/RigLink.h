@@ -21,6 +21,9 @@ struct LinkTimes {
     std::chrono::milliseconds replaced{3000};  // leave to another controller before the place is taken back
 };
 
+// A rig tells its troubles right behind its "system" report: later than this nothing more of the answer comes.
+inline constexpr std::chrono::milliseconds kTroubleGrace{250};
+
 // Why a rig that takes connections may stay silent.
 inline constexpr const char* kNoAnswer = "no answer (a token missing or wrong?)";
 

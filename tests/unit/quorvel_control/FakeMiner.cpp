@@ -2,11 +2,14 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/write.hpp>
 #include <cstdio>
 #include <deque>
+
+#include "common/TroubleCode.h"
 
 namespace asio = boost::asio;
 using Tcp = asio::ip::tcp;
@@ -18,6 +21,11 @@ constexpr std::size_t kMaxKept = 1000;
 std::string Text(const rapidjson::Value& object, const char* name) {
     if (!object.IsObject() || !object.HasMember(name) || !object[name].IsString()) return {};
     return object[name].GetString();
+}
+
+std::string ErrorLine(int code, const std::string& text) {
+    return R"({"cmd":"errorinfo","params":{"time":133456789012345678,"id":)" + std::to_string(code) + R"(,"text":")" + text +
+           "\"}}\n";
 }
 
 }  // namespace
@@ -40,6 +48,7 @@ class CFakeMiner::CSession : public std::enable_shared_from_this<CSession> {
     }
 
     void Send(std::string text) {
+        if (text.empty()) return;
         if (m_miner.m_settings.manner == Manner::HalfLines && text.size() > 20) {
             m_output.push_back(text.substr(0, text.size() / 2));
             text.erase(0, text.size() / 2);
@@ -52,7 +61,10 @@ class CFakeMiner::CSession : public std::enable_shared_from_this<CSession> {
         m_timer.expires_after(m_miner.m_settings.interval);
         m_timer.async_wait([self = shared_from_this()](const boost::system::error_code& error) {
             if (error || !self->m_socket.is_open()) return;
-            if (self->m_miner.m_mining) self->Send(self->m_miner.UpdateLine());
+            if (self->m_miner.m_mining) {
+                self->Send(self->m_miner.UpdateLine());
+                self->Send(self->m_miner.TroublesBegun());
+            }
             self->Tick();
         });
     }
@@ -158,11 +170,38 @@ void CFakeMiner::Obey(const std::string& line, CSession& session) {
     const bool started = command == "start-mining" && m_settings.manner != Manner::NeverStarts;
     if (started || command == "stop-mining") {
         m_mining = started;
+        std::erase_if(m_settings.troubles, [&](const FakeTrouble& trouble) {
+            return trouble.code == CodeNumber(TroubleCode::MiningStopped) && trouble.told <= m_ticks;
+        });
         session.Send(UpdateLine());
     }
     if (command != "connect") return;
-    session.Send(SystemLine());
+    std::string answer = SystemLine();
+    for (const FakeTrouble& trouble : m_settings.troubles)
+        if (trouble.told <= m_ticks) answer += ErrorLine(trouble.code, trouble.text);
+    session.Send(answer);
     if (m_settings.manner == Manner::DropsFirst && m_connections == 1) session.Close();
+}
+
+std::string CFakeMiner::TroublesBegun() {
+    std::string lines;
+    for (const FakeTrouble& trouble : m_settings.troubles) {
+        if (trouble.told != m_ticks) continue;
+        if (trouble.code == CodeNumber(TroubleCode::MiningStopped)) {
+            m_mining = false;
+            lines += UpdateLine();
+        }
+        lines += ErrorLine(trouble.code, trouble.text);
+    }
+    return lines;
+}
+
+void CFakeMiner::EndTroubles() {
+    const auto session = m_session.lock();
+    for (const FakeTrouble& trouble : m_settings.troubles)
+        if (session && trouble.told <= m_ticks)
+            session->Send(ErrorLine(CodeNumber(TroubleCode::Over), std::string(kOverPrefix) + trouble.text));
+    m_settings.troubles.clear();
 }
 
 std::string CFakeMiner::SystemLine() const {
@@ -182,19 +221,22 @@ std::string CFakeMiner::SystemLine() const {
 std::string CFakeMiner::UpdateLine() {
     ++m_ticks;
     std::string line;
-    if (m_settings.manner == Manner::QuotedError)
-        line = R"({"cmd":"errorinfo","params":{"time":133456789012345678,"id":23,"text":"share "low" at \x"}})"
-               "\n";
+    if (m_settings.manner == Manner::QuotedError) line = ErrorLine(23, R"(share "low" at \x)");
     line += std::string(R"({"cmd":"update","params":{"status":")") + Status() + R"(","GpuDynamic":[)";
     for (int i = 0; i < m_settings.gpus; ++i) {
         const unsigned wave = (m_ticks * 7 + static_cast<unsigned>(i * 13 + m_number * 5)) % 23;
+        const bool isHashing =
+            m_mining && m_ticks >= m_settings.hashesFrom &&
+            std::ranges::none_of(m_settings.troubles, [&](const FakeTrouble& trouble) {
+                return trouble.told <= m_ticks && trouble.text.starts_with("GPU " + std::to_string(i) + " ");
+            });
         std::array<char, 400> gpu{};
         std::snprintf(gpu.data(), gpu.size(),
                       R"(%s{"ID":"%s","status":"OK","Temp":%u,"Fan":%u,"MemInUse":%u,"CoreClk":%u,"MemClk":7001,"Power":%u,)"
                       R"("HashSpeed":%u,"SolSpeed":0,"SOK":%u,"SS":%u,"SR":%u,"ST":133456789012345678})",
                       i > 0 ? "," : "", FakeUuid(m_number, i).c_str(), 52 + wave / 2 + static_cast<unsigned>(i % 4) * 3,
                       45 + wave, 3221225472u + wave * 1048576u, 1695 + wave, 118 + wave,
-                      m_mining ? 61'000'000u + wave * 40'000u : 0u, m_ticks, m_ticks / 60, m_ticks / 90);
+                      isHashing ? 61'000'000u + wave * 40'000u : 0u, m_ticks, m_ticks / 60, m_ticks / 90);
         line += gpu.data();
     }
     return line + "]}}\n";

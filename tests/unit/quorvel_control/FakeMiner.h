@@ -22,6 +22,13 @@ enum class Manner {
     DropsFirst,   // closes the first connection after its report, then is good
 };
 
+// told: the update report behind which it is told, 0: it lasts from the beginning. Code -1013 stops the mining, too.
+struct FakeTrouble {
+    int code = 0;
+    std::string text;
+    unsigned told = 0;
+};
+
 struct FakeSettings {
     Manner manner = Manner::Good;
     int gpus = 2;
@@ -29,6 +36,8 @@ struct FakeSettings {
     std::string token;  // not empty: lines without it are not obeyed
     std::string hostname = "FAKE";
     std::chrono::milliseconds interval{50};  // between update reports
+    std::vector<FakeTrouble> troubles{};
+    unsigned hashesFrom = 0;  // the first update report with a hash rate
 };
 
 std::string FakeUuid(int rig, int gpu);
@@ -42,6 +51,7 @@ class CFakeMiner {
 
     std::uint16_t Port() const { return m_acceptor.local_endpoint().port(); }
     std::vector<std::string> Received() const;  // complete lines, from any thread
+    void EndTroubles();
 
   private:
     class CSession;
@@ -49,6 +59,7 @@ class CFakeMiner {
     void Obey(const std::string& line, CSession& session);
     std::string SystemLine() const;
     std::string UpdateLine();
+    std::string TroublesBegun();  // with the latest update report
     const char* Status() const { return m_mining ? "mining" : "stopped"; }
 
     boost::asio::ip::tcp::acceptor m_acceptor;

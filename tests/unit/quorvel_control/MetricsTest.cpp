@@ -65,8 +65,16 @@ TEST(Metrics, OldFiguresAndRigsThatAreDownHaveNoGpuSamples) {
         EXPECT_EQ(text.find(name), std::string::npos) << name;
 }
 
-TEST(Metrics, LabelsAreEscaped) {
-    EXPECT_EQ(LabelText("a\\b\"c\nd"), "a\\\\b\\\"c\\nd");
+TEST(Metrics, TroubleByKind) {
+    RigView rig = MiningRig();
+    for (const char* text : {"GPU 0 is not hashing", "GPU 1 is not hashing"})
+        rig.troubles.Apply(ErrorReport{1, -1011, text});
+    std::string text = MetricsText({&rig}, Clock::now());
+    const std::string labels = R"(quorvel_rig_trouble{rig="10.0.0.5:8010",kind=)";
+    EXPECT_TRUE(Has(text, labels + R"("gpu_not_hashing",code="-1011"} 2)")) << text;
+    EXPECT_TRUE(Has(text, labels + R"("not_connected",code="-1001"} 0)"));
+    rig.link = LinkState::Connecting;
+    EXPECT_EQ(MetricsText({&rig}, Clock::now()).find("quorvel_rig_trouble{"), std::string::npos);
 }
 
 TEST(Sums, OnlyWhatIsSoNow) {

@@ -24,7 +24,9 @@ FakeSettings Mannered(Manner manner, bool mining = true) {
 
 RigResult Ask(Manner manner, std::chrono::milliseconds timeout) {
     const CMinerThread miner(Mannered(manner));
-    return RunOnRigs({miner.Address()}, "", timeout, {WantUpdate::WhileMining, {}}).front();
+    RigJob job;
+    job.update = WantUpdate::WhileMining;
+    return RunOnRigs({miner.Address()}, "", timeout, job).front();
 }
 
 struct Outcome {
@@ -55,7 +57,7 @@ bool Contains(const std::string& text, const std::string& part) {
 TEST(Rigs, GoodOnesAnswerWhateverElseTheySend) {
     for (const Manner manner : {Manner::Good, Manner::Garbage, Manner::HalfLines, Manner::QuotedError}) {
         const RigResult result = Ask(manner, kLong);
-        ASSERT_TRUE(result.good) << static_cast<int>(manner) << ": " << result.message;
+        ASSERT_EQ(result.end, RigEnd::Good) << static_cast<int>(manner) << ": " << result.message;
         EXPECT_EQ(result.system->gpus.size(), 2u);
         EXPECT_EQ(result.update->gpus.size(), 2u);
     }
@@ -83,7 +85,7 @@ TEST(Rigs, BadOnesAreToldApartInBoundedTime) {
     };
     for (const auto& [manner, timeout, message] : kCases) {
         const RigResult result = Ask(manner, timeout);
-        EXPECT_FALSE(result.good);
+        EXPECT_EQ(result.end, RigEnd::Failed);
         EXPECT_FALSE(result.message.empty());
         EXPECT_TRUE(Contains(result.message, message)) << result.message;
     }
@@ -101,6 +103,66 @@ TEST(Rigs, ARigThatIsDownIsARowAmongTheOthers) {
         EXPECT_TRUE(Contains(outcome.out, part)) << part << " in\n" << outcome.out;
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 1 + 2 + 1 + 1 + 2);
     EXPECT_EQ(Carry(For(Command::Status, {mining.Address()})).exitCode, kExitGood);
+}
+
+TEST(Rigs, TroubleIsShownAndEndsWithThree) {
+    FakeSettings noPool = Mannered(Manner::Good);
+    noPool.troubles = {{-1001, "Connection refused; trying again"}};
+    FakeSettings thrownOut = Mannered(Manner::Good, false);
+    thrownOut.troubles = {{-1013, "The pool refuses the user"}};
+    FakeSettings oneGpu = Mannered(Manner::HalfLines);
+    oneGpu.troubles = {{-1011, "GPU 1 is not hashing"}};
+    for (const auto& [settings, state, text] : {std::tuple(noPool, "trouble", "Connection refused; trying again\n"),
+                                                std::tuple(thrownOut, "stopped", "The pool refuses the user\n"),
+                                                std::tuple(oneGpu, "mining", "GPU 1 is not hashing\n")}) {
+        const CMinerThread miner(settings);
+        Options options = For(Command::Status, {miner.Address()});
+        const Outcome status = Carry(options);
+        EXPECT_EQ(status.exitCode, kExitTrouble) << status.out;
+        EXPECT_TRUE(Contains(status.out, text) && Contains(status.out, state)) << status.out;
+        options.rigs.push_back(DeadAddress());
+        EXPECT_EQ(Carry(options).exitCode, kExitRigFailed);
+    }
+    const CMinerThread miner(noPool);
+    Options options = For(Command::Watch, {miner.Address()});
+    options.seconds = 1.3;
+    std::ostringstream out;
+    EXPECT_EQ(RunWatch(options, out, false), kExitTrouble);
+    EXPECT_TRUE(Contains(out.str(), "1 of 1 rigs up, 0 mining, 1 with trouble, 2 GPUs")) << out.str();
+    EXPECT_TRUE(Contains(out.str(), "Connection refused; trying again\n")) << out.str();
+}
+
+TEST(Rigs, StartSaysWhetherItHashes) {
+    constexpr unsigned kNever = ~0u;
+    const struct {
+        bool mining;
+        unsigned hashesFrom;
+        std::vector<FakeTrouble> troubles;
+        double wait;
+        int exitCode;
+        const char* said;
+    } kCases[] = {
+        {false, 15, {}, 8, kExitGood, ": mining\n"},
+        {true, 15, {}, 8, kExitGood, ": mines already\n"},
+        {false, 0, {{-1011, "GPU 1 is not hashing"}}, 8, kExitGood, ": mining, but GPU 1 is not hashing\n"},
+        {false, kNever, {}, 0.6, kExitTrouble, ": does not hash after 0.6 s (no reason given"},
+        {true, kNever, {{-1011, "GPU 1 is not hashing"}}, 0.6, kExitTrouble, "after 0.6 s (GPU 1 is not hashing)\n"},
+        {true, 0, {{-1001, "Refused"}, {-1006, "No mode"}}, 8, kExitTrouble, ": trouble: Refused; No mode\n"},
+        {false, kNever, {{-1011, "GPU 0 a", 9}, {-1011, "GPU 1 b", 9}}, 8, kExitTrouble, ": trouble: GPU 0 a; GPU 1 b\n"},
+        {false, kNever, {{-1013, "Thrown out", 9}}, 8, kExitTrouble, ": mining has stopped again: Thrown out\n"},
+        {false, kNever, {}, 0, kExitGood, ": mining\n"},
+    };
+    for (const auto& [mining, hashesFrom, troubles, wait, exitCode, said] : kCases) {
+        FakeSettings settings = Mannered(Manner::Good, mining);
+        settings.hashesFrom = hashesFrom;
+        settings.troubles = troubles;
+        const CMinerThread miner(settings);
+        Options options = For(Command::Start, {miner.Address()});
+        options.wait = wait;
+        const Outcome outcome = Carry(options);
+        EXPECT_EQ(outcome.exitCode, exitCode) << said;
+        EXPECT_TRUE(Contains(exitCode == kExitGood ? outcome.out : outcome.err, said)) << outcome.out << outcome.err;
+    }
 }
 
 TEST(Rigs, RawReports) {
@@ -127,7 +189,7 @@ TEST(Rigs, StartAndStopWaitForTheState) {
     EXPECT_EQ(std::count(received.begin(), received.end(), R"({"cmd":"start-mining","params":{}})"), 1);
 
     const CMinerThread lazy(Mannered(Manner::NeverStarts, false));
-    const Outcome outcome = Carry(For(Command::Start, {lazy.Address()}, 0.8));
+    const Outcome outcome = Carry(For(Command::Start, {lazy.Address()}, 0.4));
     EXPECT_EQ(outcome.exitCode, kExitRigFailed);
     EXPECT_TRUE(Contains(outcome.err, "does not report that it mines")) << outcome.err;
 }
@@ -208,15 +270,6 @@ TEST(Backoff, PausesDoubleUpToTheLimitAndStartAnew) {
     }
     backoff.Reset();
     EXPECT_LE(backoff.Next().count(), 120);
-}
-
-TEST(Rigs, WatchComesBackToARigThatDroppedIt) {
-    const CMinerThread miner(Mannered(Manner::DropsFirst));
-    Options options = For(Command::Watch, {miner.Address()});
-    options.seconds = 4.5;
-    std::ostringstream out;
-    EXPECT_EQ(RunWatch(options, out, false), kExitGood) << out.str();
-    EXPECT_TRUE(Contains(out.str(), "1 of 1 rigs up, 1 mining, 2 GPUs")) << out.str();
 }
 
 TEST(Rigs, WatchLeavesTheTerminalAsItWas) {

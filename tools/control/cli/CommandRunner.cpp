@@ -14,22 +14,33 @@
 
 namespace {
 
+std::chrono::milliseconds Milliseconds(double seconds) {
+    return std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+}
+
 std::vector<RigResult> Run(const Options& options, const RigJob& job) {
-    return RunOnRigs(options.rigs, options.token, std::chrono::milliseconds(static_cast<long>(options.timeout * 1000)), job);
+    return RunOnRigs(options.rigs, options.token, Milliseconds(options.timeout), job);
 }
 
 int ExitCode(const std::vector<RigResult>& results) {
-    const bool good = std::all_of(results.begin(), results.end(), [](const RigResult& result) { return result.good; });
-    return good ? kExitGood : kExitRigFailed;
+    const auto any = [&](RigEnd end) {
+        return std::ranges::any_of(results, [&](const RigResult& result) { return result.end == end; });
+    };
+    if (any(RigEnd::Failed)) return kExitRigFailed;
+    return any(RigEnd::Trouble) ? kExitTrouble : kExitGood;
 }
 
 int ShowStatus(const Options& options, std::ostream& out) {
-    const auto results = Run(options, {WantUpdate::WhileMining, {}});
+    RigJob job;
+    job.update = WantUpdate::WhileMining;
+    job.troubles = true;
+    const auto results = Run(options, job);
     std::vector<RigSight> sights;
     sights.reserve(results.size());
     for (const RigResult& result : results)
-        sights.push_back({result.rig.Text(), result.good ? std::string() : result.message,
-                          result.system ? &*result.system : nullptr, result.update ? &*result.update : nullptr});
+        sights.push_back({result.rig.Text(), result.end == RigEnd::Failed ? result.message : std::string(),
+                          result.system ? &*result.system : nullptr, result.update ? &*result.update : nullptr,
+                          &result.troubles});
     out << StatusTable(sights);
     return ExitCode(results);
 }
@@ -46,13 +57,16 @@ std::string ErrorObject(const RigResult& result) {
 
 int ShowReports(const Options& options, std::ostream& out, std::ostream& err) {
     const bool system = options.command == Command::System;
-    const auto results = Run(options, {system ? WantUpdate::No : WantUpdate::Yes, {}});
+    RigJob job;
+    job.update = system ? WantUpdate::No : WantUpdate::Yes;
+    const auto results = Run(options, job);
     for (const RigResult& result : results) {
         const std::string& line = system ? result.systemLine : result.updateLine;
         const std::string rig = result.rig.Text();
-        if (!result.good && options.json && results.size() > 1) {
+        const bool good = result.end == RigEnd::Good;
+        if (!good && options.json && results.size() > 1) {
             out << ErrorObject(result) << '\n';
-        } else if (!result.good) {
+        } else if (!good) {
             err << rig << ": " << result.message << '\n';
         } else if (!options.json) {
             out << rig << ": " << (system ? SystemTable(*result.system) : UpdateTable(*result.update));
@@ -67,7 +81,7 @@ int ShowReports(const Options& options, std::ostream& out, std::ostream& err) {
 
 int Report(const std::vector<RigResult>& results, std::ostream& out, std::ostream& err) {
     for (const RigResult& result : results)
-        (result.good ? out : err) << result.rig.Text() << ": " << result.message << '\n';
+        (result.end == RigEnd::Good ? out : err) << result.rig.Text() << ": " << result.message << '\n';
     return ExitCode(results);
 }
 
@@ -109,9 +123,10 @@ RigPlan PlanOf(const Options& options, const SystemReport& system) {
 }
 
 int Send(const Options& options, std::ostream& out, std::ostream& err) {
-    return Report(Run(options, {WantUpdate::No,
-                                [&](const RigAddress&, const SystemReport& system) { return PlanOf(options, system); }}),
-                  out, err);
+    RigJob job;
+    if (options.command == Command::Start) job.hashWait = Milliseconds(options.wait);
+    job.plan = [&](const RigAddress&, const SystemReport& system) { return PlanOf(options, system); };
+    return Report(Run(options, job), out, err);
 }
 
 RigPlan ConfigurePlan(const Options& options, const ConfigFile& file, const SystemReport& system) {
@@ -131,7 +146,7 @@ RigPlan ConfigurePlan(const Options& options, const ConfigFile& file, const Syst
 void Remember(const Options& options, const ConfigFile& file, const std::vector<RigResult>& results, std::ostream& err) {
     const CStateFolder state(options.stateFolder);
     for (const RigResult& result : results) {
-        if (!result.good) continue;
+        if (result.end != RigEnd::Good) continue;
         try {
             state.Write(state.SentFile(result.rig), ConfigFileText(file, "Sent last to " + result.rig.Text()));
         } catch (const std::runtime_error& failure) {
@@ -151,9 +166,9 @@ int Configure(const Options& options, std::ostream& out, std::ostream& err) {
     for (const std::string& mistake : reading.mistakes)
         err << options.file << ": " << mistake << '\n';
     if (!reading.mistakes.empty()) return kExitUsage;
-    const auto results = Run(options, {WantUpdate::No, [&](const RigAddress&, const SystemReport& system) {
-                                           return ConfigurePlan(options, reading.file, system);
-                                       }});
+    RigJob job;
+    job.plan = [&](const RigAddress&, const SystemReport& system) { return ConfigurePlan(options, reading.file, system); };
+    const auto results = Run(options, job);
     if (!options.dryRun) Remember(options, reading.file, results, err);
     return Report(results, out, err);
 }

@@ -17,7 +17,8 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter =
     "Exit codes: 0 all rigs did as told; 1 some rig failed (the others are carried out all the same);\n"
-    "2 the command line, the rigs file or the configuration file is wrong, and nothing was sent.\n"
+    "2 the command line, the rigs file or the configuration file is wrong, and nothing was sent;\n"
+    "3 all rigs answered, but one has trouble that lasts (status, watch) or does not hash (start).\n"
     "The shared secret of the rigs comes from --token-file or the variable QUORVEL_CONTROL_TOKEN.\n"
     "A rigs file holds one HOST:PORT a line; what follows a '#' is a comment.";
 
@@ -50,7 +51,7 @@ void AddCommon(CLI::App& app, Options& options, Words& words) {
         ->type_name("HOST[:PORT]")
         ->take_all();
     app.add_option("--rigs", words.rigsFile, "A file that names rigs")->type_name("FILE");
-    app.add_option("--timeout", options.timeout, "How long each rig may take in all")
+    app.add_option("--timeout", options.timeout, "How long each rig may take to answer and obey, in all")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 600.0).description(""))
         ->capture_default_str();
@@ -73,7 +74,15 @@ void AddReading(CLI::App& app, Options& options) {
 }
 
 void AddCommands(CLI::App& app, Options& options) {
-    AddCommand(app, options, Command::Start, "start", "Start mining and wait until the rig says that it mines");
+    CLI::App* const start =
+        AddCommand(app, options, Command::Start, "start", "Start mining and wait until the rig hashes or says why not");
+    start
+        ->add_option("--wait", options.wait,
+                     "How long a rig may take until it hashes, once it mines; 0: do not wait for that. A GPU may need a\n"
+                     "while to prepare itself")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 3600.0).description(""))
+        ->capture_default_str();
     AddCommand(app, options, Command::Stop, "stop", "Stop mining and wait until the rig says so");
     CLI::App* const worker = AddCommand(app, options, Command::Worker, "worker", "Set the default worker name");
     worker->add_option("NAME", options.worker, "At most 17 printable ASCII characters")->required();

@@ -13,6 +13,7 @@ struct Options {
     Command command = Command::Status;
     std::vector<RigAddress> rigs;
     double timeout = 10;  // seconds
+    double wait = 30;     // start: seconds until it must hash; 0: not awaited
     std::string token;    // of the rigs; empty: none
     std::filesystem::path stateFolder;
     bool json = false;
@@ -31,6 +32,7 @@ struct Options {
 inline constexpr int kExitGood = 0;
 inline constexpr int kExitRigFailed = 1;
 inline constexpr int kExitUsage = 2;
+inline constexpr int kExitTrouble = 3;
 
 // Nothing: the program ends with exitCode; what there is to say has been written.
 std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& err, int& exitCode);

@@ -35,21 +35,41 @@ std::string GpuName(const GpuStatic* gpu, const std::string& id) {
     return gpu && gpu->cudaId ? std::to_string(*gpu->cudaId) : id.substr(0, 8);
 }
 
+// One a row, at least one: trouble of a GPU stands in the GPU's own, all else in the first.
+std::vector<std::string> Notes(const std::vector<GpuRow>& rows, const std::string& problem,
+                               const std::vector<Trouble>& troubles) {
+    std::vector<std::string> notes(std::max<std::size_t>(rows.size(), 1));
+    const auto add = [](std::string& note, const std::string& text) {
+        if (!text.empty()) note += (note.empty() ? "" : "; ") + text;
+    };
+    for (const Trouble& trouble : troubles) {
+        const auto own = std::ranges::find_if(
+            rows, [&](const GpuRow& row) { return trouble.gpu && row.fixed && row.fixed->cudaId == trouble.gpu; });
+        add(notes[own == rows.end() ? 0 : static_cast<std::size_t>(own - rows.begin())], trouble.text);
+    }
+    add(notes.front(), problem);
+    return notes;
+}
+
 void AddSight(CTextTable& table, const RigSight& sight) {
     if (!sight.system) {
         table.Add({sight.rig, "", "down", "", "", "", "", "", "", "", sight.problem});
         return;
     }
-    const MiningStatus status = sight.update ? sight.update->status : sight.system->status;
+    static const CTroubleList kNoTrouble;
+    const CTroubleList& troubles = sight.troubles ? *sight.troubles : kNoTrouble;
+    const char* const state = StateText(StateOf(sight.system, sight.update, troubles));
     const std::string host = sight.rig + (sight.system->hostname.empty() ? "" : " (" + sight.system->hostname + ")");
     const auto rows = GpuRows(sight.system, sight.update);
-    if (rows.empty()) table.Add({host, "", StatusText(status), "no GPU"});
-    for (const GpuRow& row : rows) {
+    const std::vector<std::string> notes = Notes(rows, sight.problem, troubles.All());
+    if (rows.empty()) table.Add({host, "", state, "no GPU", "", "", "", "", "", "", notes.front()});
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const GpuRow& row = rows[i];
         const GpuDynamic none;
         const GpuDynamic& live = row.live ? *row.live : none;
-        table.Add({host, GpuName(row.fixed, row.id), StatusText(status), row.fixed ? row.fixed->model : "",
-                   Rate(live.hashSpeed), row.live ? Shares(live) : "-", Cell(live.temperature, " C"), Cell(live.fan, " %"),
-                   Cell(live.power, " W"), Cell(live.coreClock), sight.problem});
+        table.Add({host, GpuName(row.fixed, row.id), state, row.fixed ? row.fixed->model : "", Rate(live.hashSpeed),
+                   row.live ? Shares(live) : "-", Cell(live.temperature, " C"), Cell(live.fan, " %"), Cell(live.power, " W"),
+                   Cell(live.coreClock), notes[i]});
     }
 }
 

@@ -3,13 +3,15 @@
 #include <string>
 
 #include "../Reports.h"
+#include "../TroubleList.h"
 
 // What is known of one rig, for the tables of "status" and "watch".
 struct RigSight {
     std::string rig;
-    std::string problem;  // not empty: why nothing more is known; the rig is a row all the same
+    std::string problem;  // why nothing more is known (the rig is a row all the same), or what a pool said last
     const SystemReport* system = nullptr;
     const UpdateReport* update = nullptr;  // null: no recent one
+    const CTroubleList* troubles = nullptr;
 };
 
 // "61.24 MH/s"; three to four figures.

@@ -59,12 +59,15 @@ std::string Problem(const RigView& rig) {
 }
 
 RigSight Sight(const RigView& rig) {
-    return {rig.address.Text(), Problem(rig), rig.IsUp() && rig.system ? &*rig.system : nullptr, rig.Fresh(Clock::now())};
+    return {rig.address.Text(), Problem(rig), rig.IsUp() && rig.system ? &*rig.system : nullptr, rig.Fresh(Clock::now()),
+            &rig.troubles};
 }
 
 std::string SumLine(const FleetSums& sums) {
     std::string line = std::to_string(sums.up) + " of " + std::to_string(sums.rigs) + " rigs up, " +
-                       std::to_string(sums.mining) + " mining, " + std::to_string(sums.all.gpus) + " GPUs";
+                       std::to_string(sums.mining) + " mining, " +
+                       (sums.trouble > 0 ? std::to_string(sums.trouble) + " with trouble, " : "") +
+                       std::to_string(sums.all.gpus) + " GPUs";
     if (sums.all.hashRate) line += ", " + HashRateText(*sums.all.hashRate);
     return line + "\n";
 }
@@ -94,7 +97,7 @@ class CWatch {
         Tick();
         m_io.run();
         if (m_terminal) m_out << kEnd << std::flush;
-        return m_allUp ? kExitGood : kExitRigFailed;
+        return m_exitCode;
     }
 
   private:
@@ -116,7 +119,7 @@ class CWatch {
     void Stop() {
         Draw();
         const FleetSums sums = m_fleet.Sums();
-        m_allUp = sums.up == sums.rigs;
+        m_exitCode = sums.up < sums.rigs ? kExitRigFailed : sums.trouble > 0 ? kExitTrouble : kExitGood;
         m_timer.cancel();
         m_end.cancel();
         m_signals.cancel();
@@ -130,7 +133,7 @@ class CWatch {
     boost::asio::signal_set m_signals;
     std::ostream& m_out;
     bool m_terminal;
-    bool m_allUp = false;
+    int m_exitCode = kExitRigFailed;
 };
 
 }  // namespace

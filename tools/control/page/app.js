@@ -113,11 +113,12 @@ function makeRig(data) {
   const node = byId("rig").content.firstElementChild.cloneNode(true);
   const part = (name) => node.querySelector(`.${name}`);
   const rig = { data, node, open: false, rows: new Map() };
-  for (const name of ["toggle", "name", "address", "state", "hash", "temp", "power", "shares", "start", "stop", "worker", "reason", "body", "nogpu", "errors"])
+  for (const name of ["toggle", "name", "address", "state", "hash", "temp", "power", "shares", "start", "stop", "worker", "reason", "troubles", "body", "lasting", "nogpu", "errors"])
     rig[name] = part(name);
   rig.table = node.querySelector("table");
   rig.tbody = node.querySelector("tbody");
-  rig.errorList = node.querySelector("ul");
+  rig.lastingList = node.querySelector(".lasting ul");
+  rig.errorList = node.querySelector(".errors ul");
   rig.toggle.onclick = () => setOpen(rig, !rig.open);
   rig.start.onclick = () => command(rig, "start");
   rig.stop.onclick = () => command(rig, "stop");
@@ -146,14 +147,33 @@ function showRig(data) {
   setText(rig.temp, withUnit(data.temp, "°C"));
   setText(rig.power, withUnit(data.power, "W"));
   setText(rig.shares, data.hash === undefined && !data.ok ? kNothing : sharesText(data));
-  const up = data.state === "mining" || data.state === "stopped";
+  const up = data.state !== "down" && data.state !== "connecting";
   rig.reason.hidden = up || !data.reason;
   setText(rig.reason, data.reason || "");
-  rig.start.disabled = data.state !== "stopped";
-  rig.stop.disabled = data.state !== "mining";
+  showTroubles(rig, data);
+  rig.start.disabled = !up || data.mines;
+  rig.stop.disabled = !up || !data.mines;
   rig.worker.disabled = !up;
   if (data.gpus) showDetails(rig, data);
   filter(rig);
+}
+
+// In the row while the rig is folded; with the times when it is open.
+function showTroubles(rig, data) {
+  const troubles = data.troubles || [];
+  const first = troubles.slice(0, 3).map((trouble) => trouble.text).join("; ");
+  const more = (data.troubleCount || 0) - 3;
+  setText(rig.troubles, more > 0 ? `${first}; and ${more} more` : first);
+  rig.troubles.hidden = rig.open || troubles.length === 0;
+  rig.lasting.hidden = troubles.length === 0;
+  rig.lastingList.replaceChildren(...troubles.map((trouble) => listItem(
+    trouble.since ? `since ${new Date(trouble.since * 1000).toLocaleString()}` : "", trouble)));
+}
+
+function listItem(time, { text, code }) {
+  const item = document.createElement("li");
+  item.textContent = `${time ? `${time} · ` : ""}${text}${code === undefined ? "" : ` (${code})`}`;
+  return item;
 }
 
 const kColumns = ["GPU", "Model", "Hash rate", "Shares", "Temp", "Fan", "Power", "Core", "Memory", "In use"];
@@ -185,6 +205,7 @@ function showDetails(rig, data) {
     const row = rig.rows.get(gpu.id) || makeRow(rig, gpu.id);
     cellsOf(gpu).forEach((text, i) => setText(row.cells[i].firstChild, text));
     row.cells[4].classList.toggle("hot", gpu.temp >= kHotFrom);
+    row.classList.toggle("troubled", (data.troubles || []).some((trouble) => trouble.gpu !== undefined && trouble.gpu === gpu.index));
   }
   for (const [id, row] of rig.rows) {
     if (seen.has(id)) continue;
@@ -194,18 +215,19 @@ function showDetails(rig, data) {
   rig.table.hidden = seen.size === 0;
   rig.nogpu.hidden = seen.size !== 0;
   rig.errors.hidden = data.errors.length === 0;
-  rig.errorList.replaceChildren(...data.errors.map((error) => {
-    const item = document.createElement("li");
-    const time = error.time ? new Date(error.time * 1000).toLocaleTimeString() : "";
-    item.textContent = `${time} · ${error.text} (${error.code})`;
-    return item;
-  }));
+  rig.errorList.replaceChildren(...data.errors.map((error) =>
+    listItem(error.time ? new Date(error.time * 1000).toLocaleTimeString() : "", error)));
+}
+
+function fold(rig, open) {
+  rig.open = open;
+  rig.body.hidden = !open;
+  rig.troubles.hidden = open || !rig.data.troubleCount;
+  rig.toggle.setAttribute("aria-expanded", open);
 }
 
 function setOpen(rig, open) {
-  rig.open = open;
-  rig.body.hidden = !open;
-  rig.toggle.setAttribute("aria-expanded", open);
+  fold(rig, open);
   sendWanted();
 }
 
@@ -220,16 +242,15 @@ function foldAll() {
   const anyOpen = [...rigs.values()].some((rig) => rig.open);
   let left = kMaxOpen;
   for (const rig of rigs.values()) {
-    rig.open = !anyOpen && !rig.node.hidden && left-- > 0;
-    rig.body.hidden = !rig.open;
-    rig.toggle.setAttribute("aria-expanded", rig.open);
+    fold(rig, !anyOpen && !rig.node.hidden && left-- > 0);
   }
   sendWanted();
 }
 
 function filter(rig) {
   const words = byId("filter").value.trim().toLowerCase();
-  const text = `${rig.data.host || ""} ${rig.data.address} ${rig.data.state}`.toLowerCase();
+  const trouble = rig.data.troubleCount ? "trouble" : "";
+  const text = `${rig.data.host || ""} ${rig.data.address} ${rig.data.state} ${trouble}`.toLowerCase();
   rig.node.hidden = !words.split(/\s+/).every((word) => text.includes(word));
 }
 
@@ -243,6 +264,8 @@ function showSums(message) {
   setText(byId("sum-hash"), hashText(sums.hash));
   setText(byId("sum-up"), `${message.up} of ${message.rigCount}`);
   setText(byId("sum-mining"), String(message.mining));
+  setText(byId("sum-trouble"), String(message.trouble));
+  byId("sum-trouble").classList.toggle("bad", message.trouble > 0);
   setText(byId("sum-gpus"), count(sums.gpuCount));
   setText(byId("sum-power"), powerText(sums.power));
   setText(byId("sum-temp"), withUnit(sums.temp, "°C"));

@@ -36,9 +36,15 @@ class CFleet::CRig : public IRigEvents {
         m_link->Stop();
     }
     RigView& View() { return m_view; }
-    // Old figures are not shown as if they were so now.
-    void DropOldUpdate() {
-        if (!m_view.update || m_view.Fresh(Clock::now())) return;
+    // Old figures are not shown as if they were so now, nor is trouble that the rig no longer tells.
+    void DropWhatIsOld() {
+        const Clock::time_point now = Clock::now();
+        if (m_isAnswering && now - m_systemTime >= kTroubleGrace) {
+            m_isAnswering = false;
+            m_view.troubles.Settle();
+            Changed();
+        }
+        if (!m_view.update || m_view.Fresh(now)) return;
         m_view.update.reset();
         Changed();
     }
@@ -48,7 +54,10 @@ class CFleet::CRig : public IRigEvents {
         m_view.link = state;
         if (!reason.empty() || state == LinkState::Up) m_view.reason = reason;
         if (state == LinkState::Up) ++m_view.connects;
-        if (state == LinkState::Down) m_view.update.reset();
+        if (state == LinkState::Down) {
+            m_view.update.reset();
+            m_view.troubles.Clear();
+        }
         Changed();
     }
 
@@ -57,11 +66,14 @@ class CFleet::CRig : public IRigEvents {
         if (auto* const system = std::get_if<SystemReport>(&report)) {
             const bool changed = m_view.update && m_view.update->status != system->status;
             if (changed) m_view.update.reset();
+            m_view.troubles.Apply(*system);
             m_view.system = std::move(*system);
+            m_systemTime = Clock::now();
+            m_isAnswering = true;
         } else if (auto* const update = std::get_if<UpdateReport>(&report)) {
             m_view.update = std::move(*update);
             m_view.updateTime = Clock::now();
-        } else if (auto* const error = std::get_if<ErrorReport>(&report)) {
+        } else if (auto* const error = std::get_if<ErrorReport>(&report); error && !m_view.troubles.Apply(*error)) {
             ++m_view.errorCount;
             m_view.errors.push_front(std::move(*error));
             if (m_view.errors.size() > kKeptErrors) m_view.errors.pop_back();
@@ -81,6 +93,8 @@ class CFleet::CRig : public IRigEvents {
     std::shared_ptr<CRigLink> m_link;
     boost::asio::steady_timer m_delay;
     std::uint64_t& m_revision;
+    Clock::time_point m_systemTime;
+    bool m_isAnswering = false;  // what follows the latest system report may not all be here yet
 };
 
 CFleet::CFleet(boost::asio::io_context& io, const std::vector<RigAddress>& rigs, const std::string& token,
@@ -125,7 +139,7 @@ FleetSums CFleet::Sums() const {
 void CFleet::Sample() {
     const std::int64_t now = UnixNow();
     for (const auto& rig : m_rigs) {
-        rig->DropOldUpdate();
+        rig->DropWhatIsOld();
         const RigSums sums = SumsOf(rig->View(), Clock::now());
         rig->View().history.Add(now, sums.hashRate, sums.temperature);
     }

@@ -10,10 +10,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::size_t kTroublesInRow = 3;
+
 const char* StateName(const RigView& rig) {
     switch (rig.link) {
         case LinkState::Up:
-            return rig.Status() == MiningStatus::Mining ? "mining" : "stopped";
+            return StateText(rig.State());
         case LinkState::Down:
             return "down";
         default:
@@ -68,6 +70,25 @@ void WriteGpu(JsonWriter& json, const GpuRow& row) {
     json.EndObject();
 }
 
+// Rows show the first few; the time and the kind are for details.
+void WriteTroubles(JsonWriter& json, const std::vector<Trouble>& troubles, bool detailed) {
+    if (troubles.empty()) return;
+    WriteNumber(json, "troubleCount", troubles.size());
+    json.Key("troubles");
+    json.StartArray();
+    for (std::size_t i = 0; i < troubles.size() && (detailed || i < kTroublesInRow); ++i) {
+        json.StartObject();
+        WriteMember(json, "text", troubles[i].text);
+        if (detailed) {
+            WriteMember(json, "code", std::int64_t{troubles[i].code});
+            WriteMember(json, "since", std::int64_t{UnixSeconds(troubles[i].since).value_or(0)});
+            WriteNumber(json, "gpu", troubles[i].gpu);
+        }
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
 void WriteDetails(JsonWriter& json, const RigView& rig) {
     json.Key("gpus");
     json.StartArray();
@@ -96,6 +117,9 @@ void WriteRig(JsonWriter& json, std::size_t index, const RigView& rig, bool deta
         WriteMember(json, "host", rig.system->hostname);
         WriteMember(json, "version", rig.system->version);
     }
+    json.Key("mines");
+    json.Bool(rig.Status() == MiningStatus::Mining);
+    WriteTroubles(json, rig.troubles.All(), detailed);
     WriteNumber(json, "errorCount", rig.errorCount);
     WriteSums(json, SumsOf(rig, Clock::now()));
     if (detailed) WriteDetails(json, rig);
@@ -129,6 +153,7 @@ std::string FleetJson(const CFleet& fleet, std::uint64_t after, std::span<const 
     WriteNumber(json, "rigCount", sums.rigs);
     WriteNumber(json, "up", sums.up);
     WriteNumber(json, "mining", sums.mining);
+    WriteNumber(json, "trouble", sums.trouble);
     json.Key("sums");
     json.StartObject();
     WriteSums(json, sums.all);

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <functional>
+#include <string_view>
 
 #include "../GpuRows.h"
 
@@ -15,6 +16,20 @@ std::string NumberText(double value) {
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%.15g", value);
     return text.data();
+}
+
+// As it must stand between the quotes of a label.
+std::string LabelText(std::string_view value) {
+    std::string text;
+    for (const char c : value) {
+        if (c == '\n') {
+            text += "\\n";
+            continue;
+        }
+        if (c == '\\' || c == '"') text += '\\';
+        text += c;
+    }
+    return text;
 }
 
 // One GPU with the labels of its samples.
@@ -93,6 +108,17 @@ void WriteRigs(CMetricsWriter& writer) {
     });
 }
 
+// One sample for each kind, so that a series goes back to 0 instead of breaking off when its trouble is over.
+void WriteTroubles(CMetricsWriter& writer) {
+    writer.Family("quorvel_rig_trouble", "gauge", "Troubles that the rig says last, by kind.");
+    writer.PerRig([&](const RigEntry& entry) {
+        if (!entry.rig->IsUp()) return;
+        for (const auto& [code, name] : TroubleKinds())
+            writer.Sample(entry.labels + ",kind=\"" + std::string(name) + "\",code=\"" + std::to_string(code) + "\"",
+                          static_cast<double>(entry.rig->troubles.CountOf(code)));
+    });
+}
+
 void WriteRigCounters(CMetricsWriter& writer) {
     const auto counter = [&](const char* name, const char* help, std::uint64_t RigView::*member) {
         writer.Family(name, "counter", help);
@@ -141,23 +167,11 @@ void WriteLastShare(CMetricsWriter& writer) {
 
 }  // namespace
 
-std::string LabelText(std::string_view value) {
-    std::string text;
-    for (const char c : value) {
-        if (c == '\n') {
-            text += "\\n";
-            continue;
-        }
-        if (c == '\\' || c == '"') text += '\\';
-        text += c;
-    }
-    return text;
-}
-
 std::string MetricsText(const std::vector<const RigView*>& rigs, Time now) {
     const std::vector<RigEntry> entries = Entries(rigs, now);
     CMetricsWriter writer(entries);
     WriteRigs(writer);
+    WriteTroubles(writer);
     WriteRigCounters(writer);
     writer.PerGpu("quorvel_gpu_hashes_per_second", "Hash rate.", &GpuDynamic::hashSpeed);
     WriteShares(writer);

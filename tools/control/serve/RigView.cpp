@@ -24,6 +24,11 @@ MiningStatus RigView::Status() const {
     return update ? update->status : system->status;
 }
 
+RigState RigView::State() const {
+    if (!IsUp() || !system) return RigState::Unknown;
+    return StateOf(&*system, update ? &*update : nullptr, troubles);
+}
+
 const UpdateReport* RigView::Fresh(std::chrono::steady_clock::time_point now) const {
     return IsUp() && update && now - updateTime < kFreshFor ? &*update : nullptr;
 }
@@ -50,7 +55,8 @@ FleetSums SumsOf(const std::vector<const RigView*>& rigs, std::chrono::steady_cl
     sums.rigs = rigs.size();
     for (const RigView* const rig : rigs) {
         if (rig->IsUp()) ++sums.up;
-        if (rig->Status() == MiningStatus::Mining) ++sums.mining;
+        if (rig->State() == RigState::Mining) ++sums.mining;
+        if (!rig->troubles.IsEmpty()) ++sums.trouble;
         const RigSums one = SumsOf(*rig, now);
         sums.all.gpus += one.gpus;
         AddTo(sums.all.hashRate, one.hashRate);

@@ -9,6 +9,7 @@
 #include "../Reports.h"
 #include "../RigAddress.h"
 #include "../RigLink.h"
+#include "../TroubleList.h"
 #include "History.h"
 
 // What is known of one rig.
@@ -19,7 +20,8 @@ struct RigView {
     std::optional<SystemReport> system;  // the latest, also of a rig that is down now
     std::optional<UpdateReport> update;
     std::chrono::steady_clock::time_point updateTime;
-    std::deque<ErrorReport> errors;  // newest first
+    CTroubleList troubles;           // what lasts; empty while the rig is down
+    std::deque<ErrorReport> errors;  // of pools, each an event of a moment; newest first
     std::uint64_t errorCount = 0;
     std::uint64_t reports = 0;
     std::uint64_t badLines = 0;
@@ -29,6 +31,7 @@ struct RigView {
 
     bool IsUp() const { return link == LinkState::Up; }
     MiningStatus Status() const;
+    RigState State() const;
     // The update report while it says what is so now: the rig is up and sent it not long ago.
     const UpdateReport* Fresh(std::chrono::steady_clock::time_point now) const;
 };
@@ -50,7 +53,8 @@ RigSums SumsOf(const RigView& rig, std::chrono::steady_clock::time_point now);
 struct FleetSums {
     std::size_t rigs = 0;
     std::size_t up = 0;
-    std::size_t mining = 0;
+    std::size_t mining = 0;   // that are in the state of that name
+    std::size_t trouble = 0;  // with any trouble that lasts, also of one GPU or while stopped
     RigSums all;
 };
 FleetSums SumsOf(const std::vector<const RigView*>& rigs, std::chrono::steady_clock::time_point now);
