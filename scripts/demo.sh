@@ -92,7 +92,11 @@ wait_for_control() {
 
 # As an owner does it from afar: name the rig, send pools and configurations, start.
 configure_and_start() {
-    wait_for_control && control worker demo && control configure "$folder/configuration.json" && control start && control status
+    wait_for_control && control worker demo && control configure "$folder/configuration.json" ||
+        { echo "demo: the miner did not obey its controller" >&2 && return 1; }
+    # The plug-in makes its light cache first, which takes up to a minute on a slow machine.
+    control start --wait 120 || { echo "demo: the miner does not hash: the line above says what is known" >&2 && return 1; }
+    control status
 }
 
 # A display of the user's is used; without one the miner runs in an X server of our own.
@@ -179,7 +183,7 @@ scripts/wine-run "$folder/miner/Quorvel-Miner.exe" &
 miner_pid=$!
 window wait || { echo "demo: the miner's window did not open" >&2 && exit 1; }
 result=0
-configure_and_start || { echo "demo: the miner did not obey its controller" >&2 && exit 1; }
+configure_and_start || exit 1
 wait_for_shares || result=1
 import -window root -trim +repage "$screenshot" || echo "demo: no picture could be taken" >&2
 window close || echo "demo: the miner's window did not close" >&2

@@ -32,6 +32,7 @@ struct Check {
         RequireProper(report.gpus);
         RequirePlain(report.hostname);
         RequirePlain(SystemTable(report), "\n");
+        troubles.Apply(report);
         system = report;
     }
     void operator()(const UpdateReport& report) {
@@ -39,10 +40,15 @@ struct Check {
         RequirePlain(UpdateTable(report), "\n");
         update = report;
     }
-    void operator()(const ErrorReport& report) { RequirePlain(report.text); }
+    void operator()(const ErrorReport& report) {
+        RequirePlain(report.text);
+        troubles.Apply(report);
+        Require(troubles.All().size() <= CTroubleList::kMaxKept);
+    }
 
     std::optional<SystemReport> system;
     std::optional<UpdateReport> update;
+    CTroubleList troubles;
 };
 
 }  // namespace
@@ -55,7 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         rest.remove_prefix(std::min(rest.size(), line.size() + 1));
         if (const std::optional<Report> report = ParseReport(line)) std::visit(check, *report);
     }
-    const RigSight sight{"rig", {}, check.system ? &*check.system : nullptr, check.update ? &*check.update : nullptr};
+    const RigSight sight{
+        "rig", {}, check.system ? &*check.system : nullptr, check.update ? &*check.update : nullptr, &check.troubles};
     RequirePlain(StatusTable({sight}), "\n");
     return 0;
 }
