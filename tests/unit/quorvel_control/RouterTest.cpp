@@ -28,10 +28,7 @@ TEST(Router, WhatCanBeRead) {
         const char* part;
     } kCases[] = {
         {"/", "text/html; charset=utf-8", "<!doctype html>"},
-        {"/?x=1", "text/html; charset=utf-8", "<!doctype html>"},
         {"/app.js", "text/javascript; charset=utf-8", "textContent"},
-        {"/style.css", "text/css; charset=utf-8", "prefers-color-scheme"},
-        {"/icon.svg", "image/svg+xml", "<svg"},
         {"/metrics", "text/plain; version=0.0.4; charset=utf-8", "quorvel_rig_up{rig=\"rig:8010\"} 0\n"},
         {"/api/fleet", "application/json", "\"address\":\"rig:8010\""},
         {"/api/history", "application/json", "\"step\":20"},
@@ -55,13 +52,10 @@ TEST(Router, OtherNamesAndOriginsAreRefused) {
         const char* origin;
         unsigned status;
     } kCases[] = {
-        {"localhost", "", 200},
         {"LOCALHOST:1", "", 200},
         {"[::1]:8011", "http://[::1]:8011", 200},
-        {"127.0.0.1:8011", "http://127.0.0.1:8011", 200},
         {"", "", 421},
         {"evil.example", "", 421},
-        {"evil.example:8011", "http://evil.example:8011", 421},
         {"localhost.evil.example", "", 421},
         {"localhost:8011", "http://evil.example", 403},
         {"localhost:8011", "http://localhost:9", 403},
