@@ -236,7 +236,22 @@ void CQuorvelMinerApp::SensorsChanged(const QvGpuRecord& gpu, SensorState state)
     const wchar_t* const text = state == SensorState::Silent ? L"the driver does not answer; its sensors are not read"
                                 : state == SensorState::Lost ? L"the driver answers no query; trying again"
                                                              : L"the driver answers again";
-    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"GPU %d: %s", gpu.cudaId, text);
+    const std::wstring name = L"GPU " + std::to_wstring(gpu.cudaId);
+    const std::wstring line = name + L": " + text;
+    m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", line.c_str());
+    m_events.Event(EventKind::Gpu, name, text);
+    const ddt_datetime now = SystemClock().UtcNow();
+    const auto told = m_sensorTroubles.find(gpu.cudaId);
+    if (told != m_sensorTroubles.end()) {
+        m_troubles.Remove(told->second);
+        m_control->SendErrorReport(OverError(told->second, now));
+        m_sensorTroubles.erase(told);
+    }
+    if (state == SensorState::Answering) return;
+    const PoolError error = ErrorOf({TroubleCode::GpuSilent, gpu.cudaId, line, true}, now);
+    m_sensorTroubles[gpu.cudaId] = error;
+    m_troubles.Add(error);
+    m_control->SendErrorReport(error);
 }
 
 CMiningStatistics* CQuorvelMinerApp::FindStatistics(std::int32_t cudaId) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <atomic>
+#include <map>
 #include <memory>
 #include <string>
 #include "app/ApplicationFolders.h"
@@ -67,6 +68,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CEventLog m_events;
     std::wstring m_eventLogFile;
     CTroubleBoard m_troubles;
+    std::map<std::int32_t, PoolError> m_sensorTroubles;  // by CUDA id; used under the telemetry reader's lock
     CPlugInMessages m_plugInMessages;
     std::atomic<MiningAsker> m_asker = MiningAsker::Unknown;
     CLineBudget m_poolErrorLines;

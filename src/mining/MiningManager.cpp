@@ -9,6 +9,7 @@
 #include "mining/HashRateReport.h"
 #include "mining/LogName.h"
 #include "mining/Statistics.h"
+#include "net/HostText.h"
 
 CMiningManager::CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration)
     : m_context(context),
@@ -177,13 +178,16 @@ void CMiningManager::SwitchPool(CMiningStratum& session) {
         const PoolEntry& pool = *session.CurrentPool();
         LogConnect(pool);
         // The first change of an outage is told, the number of them when it is over.
-        if (m_pools.size() > 1 && m_poolChanges++ == 0) m_context.events.Event(EventKind::Pool, pool.Name, L"this pool's turn now");
+        if (m_pools.size() > 1 && m_poolChanges++ == 0)
+            m_context.events.Event(EventKind::Pool, pool.Name, L"this pool's turn now");
     }
     session.Connect();
 }
 
 void CMiningManager::LogConnect(const PoolEntry& pool) {
-    m_log.LogLine(L"*** Miner connect to %s - %s:%d", pool.Name, pool.Server, static_cast<int>(pool.Port));
+    std::wstring host = pool.Server;
+    const std::uint32_t port = CutPort(host, pool.Port);
+    m_log.LogLine(L"*** Miner connect to %s - %s:%d", pool.Name, host.c_str(), static_cast<int>(port));
 }
 
 void CMiningManager::Fail(const std::wstring& line, std::wstring reason) {

@@ -21,7 +21,11 @@ std::uint32_t CutPort(std::wstring& hostText, std::uint32_t defaultPort) {
         return behind.empty() ? defaultPort : ReadPort(behind, 1);
     }
     const std::size_t colon = hostText.find(L':');
-    if (colon == std::wstring::npos || hostText.find(L':', colon + 1) != std::wstring::npos) return defaultPort;
+    if (colon == std::wstring::npos) return defaultPort;
+    const bool isIPv6 = hostText.find(L':', colon + 1) != std::wstring::npos &&
+                        hostText.find_first_not_of(L"0123456789abcdefABCDEF:.%") == std::wstring::npos;
+    // What can be no host is left whole, so that the message about it is understood.
+    if (isIPv6 || hostText.starts_with(L'[') || hostText.find(L"://") != std::wstring::npos) return defaultPort;
     const std::uint32_t port = ReadPort(hostText, colon + 1);
     hostText.erase(colon);
     return port;

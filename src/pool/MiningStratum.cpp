@@ -63,6 +63,10 @@ std::uint32_t CMiningStratum::OnConnectError(const char* text, std::uint32_t cod
     return kKeepTrying;
 }
 
+void CMiningStratum::OnError(const char* operation, std::uint32_t code) {
+    if (m_log != nullptr) m_log->LogLine(L"%S failed (%u); going on", operation, code);
+}
+
 void CMiningStratum::OnActivity(ConnectActivity activity, const std::string& target) {
     if (m_closing) return;
     if (activity == ConnectActivity::Resolving) {

@@ -18,8 +18,8 @@ inline constexpr unsigned kMessageReconnect = 0x3407;
 // One pool connection: socket, protocol state and work block. Built on CStratumSession, which is the protocol itself without
 // sockets and windows.
 //
-// GUI thread: everything but Send and SubmitShare. The plug-in's threads: SubmitShare. After CloseConnection has returned no callback runs, nothing
-// is posted, and the state may be changed from the GUI thread.
+// GUI thread: everything but Send and SubmitShare. The plug-in's threads: SubmitShare. After CloseConnection has returned no
+// callback runs, nothing is posted, and the state may be changed from the GUI thread.
 class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOutput {
   public:
     CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver = SystemResolver());
@@ -67,6 +67,7 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     std::uint32_t OnConnectError(const char* text, std::uint32_t code) override;
+    void OnError(const char* operation, std::uint32_t code) override;
     void OnActivity(ConnectActivity activity, const std::string& target) override;
     std::uint32_t ReconnectPause(bool afterConnect) override;
     std::uint32_t StartPause() override { return ReconnectPause(true); }

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 #include "common/CodePage.h"
+#include "net/HostText.h"
 #include "pool/ClientId.h"
 #include "pool/StratumMessage.h"
 #include "pool/WorkBlock.h"
@@ -120,7 +121,7 @@ void CStratumSession::Reset() {
     TakeWorkerName();
     if (!pool) return;
     m_serverName.assign(std::begin(pool->Server), std::find(std::begin(pool->Server), std::end(pool->Server), L'\0'));
-    m_serverName.resize(std::min(m_serverName.size(), m_serverName.find(L':')));
+    CutPort(m_serverName, 0);
 }
 
 // ---- The connection ------------------------------------------------------------------------------------------------------
