@@ -1,4 +1,6 @@
 #pragma once
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -14,3 +16,8 @@ class IEventSink {
 
 // "<kind> TAB <subject> TAB <text>", fit for one line. Portable.
 std::wstring EventText(EventKind kind, std::wstring_view subject, std::wstring_view text);
+
+inline constexpr std::size_t kMostEventCharacters = 2100;
+// The same into a buffer of kMostEventCharacters, for code that must not allocate.
+std::wstring_view WriteEventText(std::span<wchar_t> buffer, EventKind kind, std::wstring_view subject,
+                                 std::wstring_view text);

@@ -30,3 +30,7 @@ class CEventLog final : public IEventSink {
     CBKLogSystem m_log;
     CRecentLines m_latest{kLatestLines};
 };
+
+// Appends one such line to the file (its full name) at once, without a log of its own: for the guard, and for a program that
+// is crashing. Allocates nothing. False: the file cannot be written. Any thread.
+bool AppendEvent(const wchar_t* file, EventKind kind, std::wstring_view subject, std::wstring_view text) noexcept;

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include "support/Event.h"
 
 namespace {
@@ -29,21 +28,27 @@ const wchar_t* KindName(EventKind kind) {
     return L"";
 }
 
-void AppendField(std::wstring& line, std::wstring_view field) {
-    const std::size_t start = line.size();
-    line.append(field.substr(0, kMostCharacters));
-    std::replace_if(
-        line.begin() + static_cast<std::ptrdiff_t>(start), line.end(), [](wchar_t c) { return c < L' ' || c == L'\x7F'; },
-        L' ');
-}
-
 }  // namespace
 
+std::wstring_view WriteEventText(std::span<wchar_t> buffer, EventKind kind, std::wstring_view subject,
+                                 std::wstring_view text) {
+    std::size_t used = 0;
+    const auto put = [&](wchar_t c) {
+        if (used < buffer.size()) buffer[used++] = c;
+    };
+    const auto putField = [&](std::wstring_view field) {
+        for (const wchar_t c : field.substr(0, kMostCharacters))
+            put(c < L' ' || c == L'\x7F' ? L' ' : c);
+    };
+    putField(KindName(kind));
+    put(L'\t');
+    putField(subject);
+    put(L'\t');
+    putField(text);
+    return {buffer.data(), used};
+}
+
 std::wstring EventText(EventKind kind, std::wstring_view subject, std::wstring_view text) {
-    std::wstring line = KindName(kind);
-    line += L'\t';
-    AppendField(line, subject);
-    line += L'\t';
-    AppendField(line, text);
-    return line;
+    wchar_t buffer[kMostEventCharacters];
+    return std::wstring(WriteEventText(buffer, kind, subject, text));
 }
