@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "app/Application.h"
+#include "app/CrashReport.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ CQuorvelMinerApp* TheApplication() {
 }
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    InstallCrashReport();
     // Libraries are never found by bare name in the folder that the program happens to be started from.
     SetDllDirectoryW(L"");
     CQuorvelMinerApp application;

@@ -59,7 +59,7 @@ bool CQuorvelMinerApp::InitInstance() {
     m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
     m_settingsFile->Load(m_settings);
     OpenMainLog();
-    EnumerateAlgorithms(m_folders.algosFolder, m_algorithms);
+    EnumerateAlgorithms(m_folders.algosFolder, m_folders.settingsFolder + L"PlugIns.txt", m_events, m_algorithms);
     if (!DiscoverGpus()) return false;
     TellStart();
     LoadConfiguration();

@@ -64,8 +64,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     ApplicationFolders m_folders;
     RuntimeSettings m_settings;
     std::unique_ptr<CRuntimeSettingsFile> m_settingsFile;
-    CBKLogSystem m_mainLog;
     CEventLog m_events;
+    CBKLogSystem m_mainLog;
     std::wstring m_eventLogFile;
     CTroubleBoard m_troubles;
     std::map<std::int32_t, PoolError> m_sensorTroubles;  // by CUDA id; used under the telemetry reader's lock

@@ -5,5 +5,6 @@ CPluginLibrary::CPluginLibrary(const std::wstring& path) {
     DWORD previousMode = 0;
     SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previousMode);
     m_module.reset(LoadLibraryW(path.c_str()));
+    if (m_module == nullptr) m_loadError = GetLastError();
     SetThreadErrorMode(previousMode, nullptr);
 }

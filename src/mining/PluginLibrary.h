@@ -11,6 +11,8 @@ class CPluginLibrary {
     explicit CPluginLibrary(const std::wstring& path);
 
     bool IsLoaded() const { return m_module != nullptr; }
+    // Why it is not loaded, as a Windows error code.
+    DWORD LoadError() const { return m_loadError; }
     QvGetInterface Interface() const { return Export<QvGetInterface>("GetInterface"); }
     QvGetUnit Unit() const { return Export<QvGetUnit>("GetUnit"); }
 
@@ -26,4 +28,5 @@ class CPluginLibrary {
         void operator()(HMODULE module) const { FreeLibrary(module); }
     };
     std::unique_ptr<std::remove_pointer_t<HMODULE>, Free> m_module;
+    DWORD m_loadError = ERROR_SUCCESS;
 };

@@ -67,7 +67,8 @@ class FeeCycleTest : public testing::Test {
     FeeCycleTest() {
         fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder.Path("EtchashCpu.dll"));
         fs::copy_file(QV_FORWARDING_PLUGIN, m_folder.Path("AForwarding.dll"));
-        EnumerateAlgorithms(m_folder.Path(""), m_algorithms);
+        CEventLog events;
+        EnumerateAlgorithms(m_folder.Path(""), m_folder.Path("PlugIns.txt"), events, m_algorithms);
         m_mainLog.enabled = 0;
         WSADATA data = {};
         WSAStartup(MAKEWORD(2, 2), &data);

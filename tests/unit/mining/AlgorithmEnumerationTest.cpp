@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -17,9 +18,14 @@ namespace fs = std::filesystem;
 class AlgorithmEnumerationTest : public testing::Test {
   protected:
     void Install(const char* plugin, const char* as) { fs::copy_file(fs::path(QV_PLUGINS) / plugin, m_folder.Path(as)); }
-    void Enumerate() { EnumerateAlgorithms(m_folder.Path(""), m_algorithms); }
+    void Enumerate() { EnumerateAlgorithms(m_folder.Path(""), StateFile(), m_events, m_algorithms); }
+    std::filesystem::path StateFile() const { return m_folder.Path("PlugIns.txt"); }
+    bool HasEvent(const std::wstring& text) const {
+        return std::ranges::any_of(m_events.LatestLines(), [&](const std::wstring& line) { return line.ends_with(text); });
+    }
 
     CScratchFolder m_folder;
+    CEventLog m_events;
     CAlgorithmList m_algorithms;
 };
 
@@ -33,6 +39,9 @@ TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
     Enumerate();
     EXPECT_TRUE(m_algorithms.Entries().empty());
     EXPECT_EQ(m_algorithms.Find(kRecorderId).record.libraryPath[0], L'\0');
+    EXPECT_TRUE(HasEvent(L"\ttext.dll skipped: it cannot be loaded (error 193)"));
+    EXPECT_TRUE(HasEvent(L"\ta.dll skipped: it has no GetInterface"));
+    EXPECT_TRUE(HasEvent(L"\tb.dll skipped: it returns no descriptor"));
 
     Install("recorder_plugin.dll", "c.dll");
     Enumerate();
@@ -43,6 +52,9 @@ TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
     EXPECT_EQ(std::wstring(entry.record.libraryPath), m_folder.Path("c.dll").wstring());
     EXPECT_EQ(entry.unit, L"Sol/s");
     EXPECT_EQ(GetModuleHandleW(entry.record.libraryPath), nullptr) << "the library stays loaded after enumeration";
+    EXPECT_TRUE(HasEvent(L"\tRecorder (100) from c.dll"));
+    EXPECT_TRUE(m_algorithms.LeftOut().empty());
+    EXPECT_EQ(FileBytes(StateFile()), "") << "nothing is held against a plug-in that was listed";
 }
 
 TEST_F(AlgorithmEnumerationTest, FirstOfOneIdWins) {

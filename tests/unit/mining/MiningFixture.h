@@ -63,7 +63,8 @@ inline std::vector<RecordedMessage> TakeMessages() {
 class MiningTest : public testing::Test {
   protected:
     void SetUp() override {
-        EnumerateAlgorithms(NarrowToWide(QV_PLUGINS), m_algorithms);
+        CEventLog events;
+        EnumerateAlgorithms(NarrowToWide(QV_PLUGINS), m_stateFolder.Path("PlugIns.txt"), events, m_algorithms);
         m_gpus[0].cudaId = 0;
         m_gpus[1].cudaId = 1;
         m_gpus[0].statistics.accepted = 7;
@@ -95,6 +96,7 @@ class MiningTest : public testing::Test {
     CBKLogSystem m_mainLog;
     QvGpuRecord m_gpus[2] = {};
     CScratchFolder m_logFolder;
+    CScratchFolder m_stateFolder;
     std::shared_ptr<PoolEntry> m_backup = MakePool(kRecorderId, L"Backup", L"127.0.0.1");
     CTroubleBoard m_troubles;
     CPlugInMessages m_plugInMessages;

@@ -24,7 +24,7 @@ TEST(HostText, PortIsTakenOff) {
                           {L"[::1", L"[::1", 3333},
                           {L"2001:db8::1", L"2001:db8::1", 3333},
                           {L"tcp://pool:1", L"tcp://pool:1", 3333},
-                          {L"a:1:2", L"a", 1},
+                          {L"pool:1:2", L"pool", 1},
                           {L":5", L"", 5},
                           {L"", L"", 3333}};
     for (const Case& test : cases) {
