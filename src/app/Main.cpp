@@ -1,9 +1,13 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
+#include <cwchar>
 
 #include "app/Application.h"
 #include "app/CrashReport.h"
+#include "common/Guarded.h"
 
 namespace {
 
@@ -19,7 +23,9 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
     InstallCrashReport();
     // Libraries are never found by bare name in the folder that the program happens to be started from.
     SetDllDirectoryW(L"");
-    CQuorvelMinerApp application;
+    const bool guarded = std::any_of(__wargv + 1, __wargv + __argc,
+                                     [](const wchar_t* argument) { return std::wcscmp(argument, kGuardedOption) == 0; });
+    CQuorvelMinerApp application(guarded);
     theApplication = &application;
     const int result = application.Run();
     theApplication = nullptr;

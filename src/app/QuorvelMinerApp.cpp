@@ -7,6 +7,7 @@
 
 #include "app/DialogHost.h"
 #include "common/CodePage.h"
+#include "common/Guarded.h"
 #include "common/Messages.h"
 #include "common/SystemTime.h"
 #include "common/Version.h"
@@ -33,6 +34,16 @@ void MakeDpiAware() {
     if (setAware != nullptr) setAware();
 }
 
+// The text of a message without the tags that make links of parts of it.
+std::wstring WithoutLinks(std::wstring text) {
+    for (std::size_t start = text.find(L'<'); start != std::wstring::npos; start = text.find(L'<', start)) {
+        const std::size_t end = text.find(L'>', start);
+        if (end == std::wstring::npos) break;
+        text.erase(start, end - start + 1);
+    }
+    return text;
+}
+
 bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {
     PingReply reply;
     if (!CPing().Ping(pool.Server, reply)) return false;
@@ -42,7 +53,7 @@ bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {
 
 }  // namespace
 
-CQuorvelMinerApp::CQuorvelMinerApp() : m_hostName(ComputerName()) {}
+CQuorvelMinerApp::CQuorvelMinerApp(bool guarded) : m_guarded(guarded), m_hostName(ComputerName()) {}
 
 CQuorvelMinerApp::~CQuorvelMinerApp() = default;
 
@@ -60,7 +71,10 @@ bool CQuorvelMinerApp::InitInstance() {
     m_settingsFile->Load(m_settings);
     OpenMainLog();
     EnumerateAlgorithms(m_folders.algosFolder, m_folders.settingsFolder + L"PlugIns.txt", m_events, m_algorithms);
-    if (!DiscoverGpus()) return false;
+    if (!DiscoverGpus()) {
+        m_exitCode = m_guarded ? kExitNoGpus : 0;
+        return false;
+    }
     TellStart();
     LoadConfiguration();
     RunProgram();
@@ -73,6 +87,12 @@ bool CQuorvelMinerApp::ClaimSingleInstance() {
     if (GetLastError() != ERROR_ALREADY_EXISTS) return true;
     if (m_instanceMutex != nullptr) CloseHandle(m_instanceMutex);
     m_instanceMutex = nullptr;
+    m_exitCode = m_guarded ? kExitSecondInstance : 0;
+    if (m_guarded) {
+        AppendEvent((SetUpFolders().logsFolder + kApplicationName + L"_events.log").c_str(), EventKind::Program, L"",
+                    L"not started: another instance runs");
+        return false;
+    }
     ShowTaskDialog(kApplicationName, std::wstring(L"You can run only a single instance of '") + kApplicationName + L"'!",
                    TaskDialogIcon::Error);
     return false;
@@ -89,8 +109,8 @@ bool CQuorvelMinerApp::DiscoverGpus() {
     m_nvml = std::make_shared<CNvml>(m_folders.installationFolder);
     m_discoveryPool = MakeUnassignedPool(m_algorithms);
     const auto showError = [this](const std::wstring& text) {
-        m_events.Event(EventKind::Program, L"", text);
-        ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error);
+        m_events.Event(EventKind::Gpu, L"", WithoutLinks(text));
+        if (!m_guarded) ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error);
     };
     m_gpus = std::make_unique<CManagerMinerGpus>(
         CManagerMinerGpus::Surroundings{*m_cuda, *m_nvml, m_mainLog, [this] { return m_discoveryPool.get(); }, showError});
@@ -98,7 +118,6 @@ bool CQuorvelMinerApp::DiscoverGpus() {
         return m_gpus->Init() == 0;
     } catch (const std::runtime_error& error) {
         LogMain(NarrowToWide(error.what()).c_str());
-        m_events.Event(EventKind::Program, L"", NarrowToWide(error.what()));
         showError(NarrowToWide(error.what()));
         return false;
     }
@@ -177,6 +196,8 @@ void CQuorvelMinerApp::RunProgram() {
                                                                        .asker = m_asker});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
     RunDialog();
+    // Its guard then knows that a person has closed it, however it ends. Stays until the process is gone.
+    CreateEventW(nullptr, TRUE, TRUE, kClosingEventName);
     m_control->Close();
     m_mining->Stop();
 }
@@ -219,7 +240,7 @@ int CQuorvelMinerApp::ExitInstance() {
         WSACleanup();
         ReleaseMutex(m_instanceMutex);
     }
-    return CWinApp::ExitInstance();
+    return m_exitCode;
 }
 
 void CQuorvelMinerApp::LogMain(const wchar_t* text) {

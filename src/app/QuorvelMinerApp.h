@@ -25,7 +25,9 @@
 // The composition root: owns everything that lives as long as the process and runs start-up and shutdown on the GUI thread.
 class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
   public:
-    CQuorvelMinerApp();
+    // guarded: nobody can answer a message box, so what keeps the program from starting goes to the event log alone, and Run
+    // returns a code of common/Guarded.h.
+    explicit CQuorvelMinerApp(bool guarded);
     ~CQuorvelMinerApp() override;
 
     // False in every case: the main window has been and gone when it returns.
@@ -59,6 +61,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void RequestStopMining(const std::string& reason) override;
     std::wstring DefaultWorkerName() override;
 
+    const bool m_guarded;
+    int m_exitCode = 0;
     std::wstring m_hostName;
     HANDLE m_instanceMutex = nullptr;  // null: another instance runs, start-up went no further
     ApplicationFolders m_folders;

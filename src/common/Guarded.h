@@ -1,0 +1,12 @@
+#pragma once
+
+// What the miner and its guard agree on, besides the miner's mutex, which has the name of the application.
+
+// Given to the miner: nobody is there to answer a message box. It writes to the event log instead and ends with a code of
+// its own.
+inline constexpr wchar_t kGuardedOption[] = L"/guarded";
+// An event that exists while a miner whose window was closed is ending.
+inline constexpr wchar_t kClosingEventName[] = L"Quorvel-Miner closing";
+
+inline constexpr int kExitNoGpus = 41;
+inline constexpr int kExitSecondInstance = 42;
