@@ -44,6 +44,12 @@ std::wstring WithoutLinks(std::wstring text) {
     return text;
 }
 
+// The event stays set, for a guard that has it open, when the process has gone.
+void TellGuardOfClosing() {
+    const HANDLE closing = CreateEventW(nullptr, TRUE, TRUE, kClosingEventName);
+    if (closing != nullptr) SetEvent(closing);
+}
+
 bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {
     PingReply reply;
     if (!CPing().Ping(pool.Server, reply)) return false;
@@ -196,8 +202,7 @@ void CQuorvelMinerApp::RunProgram() {
                                                                        .asker = m_asker});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
     RunDialog();
-    // Its guard then knows that a person has closed it, however it ends. Stays until the process is gone.
-    CreateEventW(nullptr, TRUE, TRUE, kClosingEventName);
+    TellGuardOfClosing();
     m_control->Close();
     m_mining->Stop();
 }

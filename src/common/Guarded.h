@@ -5,7 +5,8 @@
 // Given to the miner: nobody is there to answer a message box. It writes to the event log instead and ends with a code of
 // its own.
 inline constexpr wchar_t kGuardedOption[] = L"/guarded";
-// An event that exists while a miner whose window was closed is ending.
+// A manual-reset event, set by a miner whose window was closed: a person does not want it back, however it ends. The guard
+// resets it before it starts a miner.
 inline constexpr wchar_t kClosingEventName[] = L"Quorvel-Miner closing";
 
 inline constexpr int kExitNoGpus = 41;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/Format.h"
+#include "common/Guarded.h"
 #include "common/Version.h"
 #include "support/EventLog.h"
 
@@ -24,7 +25,8 @@ CGuard::CGuard(std::wstring folder, const GuardTimes& times, const IClock& clock
       m_eventFile(m_folder + L"Logs\\" + kApplicationName + L"_events.log"),
       m_times(times),
       m_clock(clock),
-      m_policy(times) {}
+      m_policy(times),
+      m_closed(CreateEventW(nullptr, TRUE, FALSE, kClosingEventName)) {}
 
 CGuard::~CGuard() {
     if (m_window != nullptr) DestroyWindow(m_window);
@@ -111,7 +113,7 @@ void CGuard::WaitForSession() {
 }
 
 bool CGuard::Obtain() {
-    m_isClosing = m_toldHung = false;
+    m_toldHung = false;
     bool told = false;
     while (CWatchedMiner::IsRunning()) {
         m_miner = CWatchedMiner::Find();
@@ -124,6 +126,7 @@ bool CGuard::Obtain() {
         Wait(nullptr, m_times.silence / kAsksPerSilence);
         if (m_quit) return false;
     }
+    ResetEvent(m_closed.Get());
     DWORD error = ERROR_SUCCESS;
     m_miner = CWatchedMiner::Start(m_folder, error);
     m_policy.Started(m_clock.Monotonic());
@@ -138,7 +141,6 @@ bool CGuard::Obtain() {
 bool CGuard::Watch() {
     while (!Wait(m_miner.Process(), m_times.silence / kAsksPerSilence)) {
         if (m_quit) return false;
-        m_isClosing = m_isClosing || CWatchedMiner::IsClosing();
         if (m_policy.IsHung(m_miner.Ask(), m_clock.Monotonic()) && !m_sessionEnds) EndHungMiner();
     }
     const bool closed = SayHowItEnded();
@@ -154,14 +156,14 @@ void CGuard::EndHungMiner() {
     if (error != ERROR_SUCCESS) {
         Say(silent + L", but cannot be ended (error " + Number(error) + L"); waiting for its end");
     } else {
-        Say(silent + (m_isClosing ? L" after it was closed, and ended" : L" and ended"));
+        Say(silent + (WasClosed() ? L" after it was closed, and ended" : L" and ended"));
     }
 }
 
 // Whether a person closed it.
 bool CGuard::SayHowItEnded() const {
     const DWORD code = m_miner.ExitCode();
-    if (code == 0 || m_isClosing) {
+    if (code == 0 || WasClosed()) {
         Say(L"closed by the user; the guard ends, too");
         return true;
     }

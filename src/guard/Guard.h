@@ -35,6 +35,7 @@ class CGuard {
     void EndHungMiner();
     bool SayHowItEnded() const;
     bool TakeNextStep(bool closed);
+    bool WasClosed() const { return WaitForSingleObject(m_closed.Get(), 0) == WAIT_OBJECT_0; }
 
     const std::wstring m_folder;
     const std::wstring m_eventFile;
@@ -42,10 +43,10 @@ class CGuard {
     const IClock& m_clock;
     CGuardPolicy m_policy;
     CWatchedMiner m_miner;
+    const CHandle m_closed;  // kClosingEventName
     HWND m_window = nullptr;
     bool m_quit = false;
     bool m_sessionEnds = false;
-    bool m_isClosing = false;  // the miner was closed and is about to end
     bool m_toldHung = false;
     GuardExit m_result = kGuardDone;
 };

@@ -74,10 +74,6 @@ bool CWatchedMiner::IsRunning() {
     return Exists(OpenMutexW(SYNCHRONIZE, FALSE, kApplicationName));
 }
 
-bool CWatchedMiner::IsClosing() {
-    return Exists(OpenEventW(SYNCHRONIZE, FALSE, kClosingEventName));
-}
-
 CWatchedMiner CWatchedMiner::Find() {
     CWatchedMiner miner;
     miner.m_id = FindProcess();

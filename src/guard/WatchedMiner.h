@@ -21,8 +21,6 @@ class CWatchedMiner {
     DWORD Id() const { return m_id; }
     // Asks its main window, for some seconds at most.
     MinerAnswer Ask() const;
-    // Whether it was closed and is about to end.
-    static bool IsClosing();
     // Windows error code; the process may take a while to be gone.
     DWORD End() const;
     DWORD ExitCode() const;
