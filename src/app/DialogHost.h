@@ -27,6 +27,7 @@ class CDialogHost final : public IMainDialogHost {
         CEventLog& events;
         const std::wstring& eventLogFile;
         std::wstring leftOutPlugIns = {};
+        bool resume = false;
         std::atomic<MiningAsker>& asker;
         std::function<void()> nothingToMine;
         std::function<void()> miningStarts;  // before it does
@@ -51,6 +52,7 @@ class CDialogHost final : public IMainDialogHost {
     void NothingToMine() override { m_parts.nothingToMine(); }
     void ShowEventLog() override;
     std::wstring LeftOutPlugIns() const override { return m_parts.leftOutPlugIns; }
+    bool Resumes() const override { return m_parts.resume; }
     int StartMining() override;
     void StopMining() override;
     ddt_datetime MiningStart() const override { return m_miningStart; }

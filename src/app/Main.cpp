@@ -23,9 +23,11 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
     InstallCrashReport();
     // Libraries are never found by bare name in the folder that the program happens to be started from.
     SetDllDirectoryW(L"");
-    const bool guarded = std::any_of(__wargv + 1, __wargv + __argc,
-                                     [](const wchar_t* argument) { return std::wcscmp(argument, kGuardedOption) == 0; });
-    CQuorvelMinerApp application(guarded);
+    const auto isGiven = [](const wchar_t* option) {
+        return std::any_of(__wargv + 1, __wargv + __argc,
+                           [option](const wchar_t* argument) { return std::wcscmp(argument, option) == 0; });
+    };
+    CQuorvelMinerApp application(isGiven(kGuardedOption), isGiven(kResumeOption));
     theApplication = &application;
     const int result = application.Run();
     theApplication = nullptr;

@@ -57,9 +57,17 @@ bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {
     return true;
 }
 
+std::wstring LeftOutText(const CAlgorithmList& algorithms) {
+    std::wstring text;
+    for (const LeftOutPlugIn& plugIn : algorithms.LeftOut())
+        text.append(text.empty() ? L"" : L"; ").append(plugIn.fileName).append(L" left out: ").append(plugIn.reason);
+    return text;
+}
+
 }  // namespace
 
-CQuorvelMinerApp::CQuorvelMinerApp(bool guarded) : m_guarded(guarded), m_hostName(ComputerName()) {}
+CQuorvelMinerApp::CQuorvelMinerApp(bool guarded, bool resume)
+    : m_guarded(guarded), m_resume(resume), m_hostName(ComputerName()) {}
 
 CQuorvelMinerApp::~CQuorvelMinerApp() = default;
 
@@ -221,6 +229,8 @@ void CQuorvelMinerApp::RunDialog() {
                       .plugInLines = m_plugInLines,
                       .events = m_events,
                       .eventLogFile = m_eventLogFile,
+                      .leftOutPlugIns = LeftOutText(m_algorithms),
+                      .resume = m_resume,
                       .asker = m_asker,
                       .nothingToMine = [this] { NothingToMine(); },
                       .miningStarts = [this] { MiningStarts(); },

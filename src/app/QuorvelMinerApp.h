@@ -26,8 +26,8 @@
 class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
   public:
     // guarded: nobody can answer a message box, so what keeps the program from starting goes to the event log alone, and Run
-    // returns a code of common/Guarded.h.
-    explicit CQuorvelMinerApp(bool guarded);
+    // returns a code of common/Guarded.h. resume: mining and listening are taken up again if they ran last.
+    CQuorvelMinerApp(bool guarded, bool resume);
     ~CQuorvelMinerApp() override;
 
     // False in every case: the main window has been and gone when it returns.
@@ -62,6 +62,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     std::wstring DefaultWorkerName() override;
 
     const bool m_guarded;
+    const bool m_resume;
     int m_exitCode = 0;
     std::wstring m_hostName;
     HANDLE m_instanceMutex = nullptr;  // null: another instance runs, start-up went no further

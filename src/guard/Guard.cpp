@@ -119,6 +119,7 @@ bool CGuard::Obtain() {
         m_miner = CWatchedMiner::Find();
         m_policy.Started(m_clock.Monotonic());
         if (m_miner) {
+            m_again = true;
             Say(L"watching the miner that runs already (process " + Number(m_miner.Id()) + L")");
             return true;
         }
@@ -128,7 +129,8 @@ bool CGuard::Obtain() {
     }
     ResetEvent(m_closed.Get());
     DWORD error = ERROR_SUCCESS;
-    m_miner = CWatchedMiner::Start(m_folder, error);
+    m_miner = CWatchedMiner::Start(m_folder, m_again, error);
+    m_again = true;
     m_policy.Started(m_clock.Monotonic());
     if (m_miner) {
         Say(L"miner started (process " + Number(m_miner.Id()) + L")");

@@ -48,5 +48,6 @@ class CGuard {
     bool m_quit = false;
     bool m_sessionEnds = false;
     bool m_toldHung = false;
+    bool m_again = false;  // what is started next takes the place of one that crashed or hung
     GuardExit m_result = kGuardDone;
 };

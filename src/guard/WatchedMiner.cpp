@@ -81,10 +81,11 @@ CWatchedMiner CWatchedMiner::Find() {
     return miner;
 }
 
-CWatchedMiner CWatchedMiner::Start(const std::wstring& folder, DWORD& error) {
+CWatchedMiner CWatchedMiner::Start(const std::wstring& folder, bool again, DWORD& error) {
     CWatchedMiner miner;
     const std::wstring program = folder + kFileName;
     std::wstring commandLine = L"\"" + program + L"\" " + kGuardedOption;
+    if (again) commandLine.append(L" ").append(kResumeOption);
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};

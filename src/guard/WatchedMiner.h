@@ -13,8 +13,9 @@ class CWatchedMiner {
     static bool IsRunning();
     // The one that runs; none when its process is not found or may not be opened.
     static CWatchedMiner Find();
-    // Starts the miner of that folder (ends with a backslash), for an unattended rig. None: error says why.
-    static CWatchedMiner Start(const std::wstring& folder, DWORD& error);
+    // Starts the miner of that folder (ends with a backslash), for an unattended rig. again: after one that crashed or hung.
+    // None: error says why.
+    static CWatchedMiner Start(const std::wstring& folder, bool again, DWORD& error);
 
     explicit operator bool() const { return static_cast<bool>(m_process); }
     HANDLE Process() const { return m_process.Get(); }

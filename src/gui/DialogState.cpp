@@ -7,8 +7,8 @@ namespace {
 constexpr std::int32_t kAlways = 1;
 constexpr std::int32_t kLastState = 2;
 
-bool ShouldEnter(std::int32_t choice, std::int32_t last) {
-    return choice == kAlways || (choice == kLastState && last == 1);
+bool ShouldEnter(std::int32_t choice, std::int32_t last, bool resume) {
+    return choice == kAlways || ((choice == kLastState || resume) && last == 1);
 }
 
 }  // namespace
@@ -37,10 +37,10 @@ std::optional<std::size_t> StartChoiceIndex(std::int32_t setting) {
     return static_cast<std::size_t>(setting);
 }
 
-bool ShouldStartMining(const RuntimeSettings& settings) {
-    return ShouldEnter(settings.MiningState, settings.LastMiningState);
+bool ShouldStartMining(const RuntimeSettings& settings, bool resume) {
+    return ShouldEnter(settings.MiningState, settings.LastMiningState, resume);
 }
 
-bool ShouldListen(const RuntimeSettings& settings) {
-    return ShouldEnter(settings.ControlState, settings.LastControlState);
+bool ShouldListen(const RuntimeSettings& settings, bool resume) {
+    return ShouldEnter(settings.ControlState, settings.LastControlState, resume);
 }

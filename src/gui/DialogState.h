@@ -30,5 +30,6 @@ inline constexpr const wchar_t* kMiningChoices[] = {L"Mining stopped", L"Mining 
 // The item to select; none for a setting out of range.
 std::optional<std::size_t> StartChoiceIndex(std::int32_t setting);
 
-bool ShouldStartMining(const RuntimeSettings& settings);
-bool ShouldListen(const RuntimeSettings& settings);
+// resume: as it was, whatever is chosen.
+bool ShouldStartMining(const RuntimeSettings& settings, bool resume = false);
+bool ShouldListen(const RuntimeSettings& settings, bool resume = false);

@@ -26,6 +26,8 @@ class IMainDialogHost : public IMiningView {
     virtual void ShowEventLog() = 0;
     // Plug-ins that were left out, and why; empty: none.
     virtual std::wstring LeftOutPlugIns() const = 0;
+    // Takes the place of a program that crashed: goes on with what that one did.
+    virtual bool Resumes() const = 0;
     // 0: mining runs now.
     virtual int StartMining() = 0;
     virtual void StopMining() = 0;

@@ -151,6 +151,7 @@ bool CQuorvelMinerDlg::StartMining() {
     }
     if (m_host.StartMining() != 0) return true;
     m_host.Settings().LastMiningState = 1;
+    m_host.SaveSettings();  // for whoever takes the place of a program that crashes
     m_selectedGpu = nullptr;
     OnSelectionChanged();
     m_health = m_host.Health();
@@ -166,6 +167,7 @@ void CQuorvelMinerDlg::StopMining() {
     ShowState(IDC_MINING_STATE, MiningStateLook(false));
     SetItemText(IDC_START_MINING, MiningButtonText(false));
     m_host.Settings().LastMiningState = 0;
+    m_host.SaveSettings();
     m_host.StopMining();
     RefreshAll();
 }
@@ -183,6 +185,7 @@ void CQuorvelMinerDlg::OnListenButton() {
     RuntimeSettings& settings = m_host.Settings();
     if (m_host.IsControlOpen()) {
         settings.LastControlState = 0;
+        m_host.SaveSettings();
         StopListening();
         return;
     }
@@ -195,6 +198,7 @@ void CQuorvelMinerDlg::OnListenButton() {
     settings.HostIP = static_cast<std::uint32_t>(m_interfaces.ItemData());
     settings.HostPort = port.port;
     settings.LastControlState = 1;
+    m_host.SaveSettings();
     StartListening();
 }
 

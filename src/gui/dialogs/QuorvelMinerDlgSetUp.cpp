@@ -191,9 +191,10 @@ void CQuorvelMinerDlg::StartAsChosen() {
     const RuntimeSettings& settings = m_host.Settings();
     if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
     // Posted: what it may have to say must not keep the dialog from showing and the channel from listening.
-    if (ShouldStartMining(settings)) {
+    const bool resume = m_host.Resumes();
+    if (ShouldStartMining(settings, resume)) {
         m_host.MiningAsked(MiningAsker::ProgramStart);
         PostMessageW(Handle(), kMessageMining, 1, 0);
     }
-    if (ShouldListen(settings)) StartListening();
+    if (ShouldListen(settings, resume)) StartListening();
 }

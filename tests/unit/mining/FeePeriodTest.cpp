@@ -11,6 +11,8 @@ class FeePeriodTest : public MiningTest {
   protected:
     void SetUp() override {
         MiningTest::SetUp();
+        // Nothing listens at the pools: with a second one the session would change between them on its own time.
+        m_backup->Server[0] = L'\0';
         m_context.feePools = [this](std::int32_t) {
             return std::vector<PoolPointer>{MakePool(kRecorderId, L"DevFee", L"127.0.0.1"),
                                             MakePool(kRecorderId, L"DevFee 2", L"127.0.0.1")};
