@@ -36,6 +36,7 @@ constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithIndirectlyRefe
 struct CrashState {
     wchar_t logsFolder[MAX_PATH] = {};
     wchar_t eventFile[MAX_PATH] = {};
+    HMODULE dumpLibrary = nullptr;  // stays loaded
     decltype(&MiniDumpWriteDump) writeDump = nullptr;
     HANDLE requested = nullptr;  // never closed: the reporter waits until the process has ended
     HANDLE done = nullptr;
@@ -213,10 +214,10 @@ void LoadDumpWriter() {
     wchar_t path[MAX_PATH] = {};
     const UINT length = GetSystemDirectoryW(path, MAX_PATH);
     if (length == 0 || length >= MAX_PATH) return;
-    const HMODULE library = LoadLibraryW((std::wstring(path) + L"\\dbghelp.dll").c_str());
-    if (library == nullptr) return;
-    state.writeDump =
-        reinterpret_cast<decltype(state.writeDump)>(reinterpret_cast<void*>(GetProcAddress(library, "MiniDumpWriteDump")));
+    state.dumpLibrary = LoadLibraryW((std::wstring(path) + L"\\dbghelp.dll").c_str());
+    if (state.dumpLibrary == nullptr) return;
+    state.writeDump = reinterpret_cast<decltype(state.writeDump)>(
+        reinterpret_cast<void*>(GetProcAddress(state.dumpLibrary, "MiniDumpWriteDump")));
 }
 
 void StartReporter() {

@@ -39,10 +39,11 @@ HWND MainWindowOf(DWORD processId) {
 }
 
 // Elevated miners of others may be watched, but not ended.
-HANDLE OpenMiner(DWORD processId) {
+CHandle OpenMiner(DWORD processId) {
     constexpr DWORD kWatch = SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION;
-    const HANDLE process = OpenProcess(kWatch | PROCESS_TERMINATE, FALSE, processId);
-    return process != nullptr ? process : OpenProcess(kWatch, FALSE, processId);
+    CHandle process(OpenProcess(kWatch | PROCESS_TERMINATE, FALSE, processId));
+    if (!process) process = CHandle(OpenProcess(kWatch, FALSE, processId));
+    return process;
 }
 
 bool Exists(HANDLE object) {
@@ -77,7 +78,7 @@ bool CWatchedMiner::IsRunning() {
 CWatchedMiner CWatchedMiner::Find() {
     CWatchedMiner miner;
     miner.m_id = FindProcess();
-    if (miner.m_id != 0) miner.m_process = CHandle(OpenMiner(miner.m_id));
+    if (miner.m_id != 0) miner.m_process = OpenMiner(miner.m_id);
     return miner;
 }
 
