@@ -174,12 +174,12 @@ void CMiningManager::SwitchPool(CMiningStratum& session) {
     if (&session == &m_feeSession && !m_feeWanted) return;  // asked for before its period ended
     session.CloseConnection();
     session.ResetSession();
-    if (&session == &m_userSession) {
-        const PoolEntry& pool = *session.CurrentPool();
-        LogConnect(pool);
+    const PoolPointer pool = session.CurrentPool();
+    if (&session == &m_userSession && pool) {
+        LogConnect(*pool);
         // The first change of an outage is told, the number of them when it is over.
         if (m_pools.size() > 1 && m_poolChanges++ == 0)
-            m_context.events.Event(EventKind::Pool, pool.Name, L"this pool's turn now");
+            m_context.events.Event(EventKind::Pool, pool->Name, L"this pool's turn now");
     }
     session.Connect();
 }
