@@ -18,6 +18,8 @@ constexpr TimeSpan kPauses[] = {0,
                                 10 * kTicksPerSecond,
                                 20 * kTicksPerSecond,
                                 30 * kTicksPerSecond};
+// A pool that has settled will be back, so it is asked more often than one that may never work.
+constexpr TimeSpan kLongestPauseOfSettled = 15 * kTicksPerSecond;
 // Where another pool waits for its turn, too.
 constexpr TimeSpan kLongestPauseAmongPools = 5 * kTicksPerSecond;
 // A connection that gave work for so long has lasted.
@@ -154,7 +156,8 @@ bool CPoolAccess::ModeFailed() {
 
 TimeSpan CPoolAccess::PauseAfter(std::uint32_t losses) const {
     const TimeSpan pause = kPauses[std::min<std::size_t>(losses, std::size(kPauses) - 1)];
-    return m_pools.size() > 1 ? std::min(pause, kLongestPauseAmongPools) : pause;
+    if (m_pools.size() > 1) return std::min(pause, kLongestPauseAmongPools);
+    return m_pools[m_index].settled != ProtocolMode::None ? std::min(pause, kLongestPauseOfSettled) : pause;
 }
 
 TimeSpan CPoolAccess::NextAttempt() const {
