@@ -23,7 +23,7 @@ constexpr TimeSpan kLongestPauseOfSettled = 15 * kTicksPerSecond;
 // Where another pool waits for its turn, too.
 constexpr TimeSpan kLongestPauseAmongPools = 5 * kTicksPerSecond;
 // A connection that gave work for so long has lasted.
-constexpr TimeSpan kLasting = kTicksPerMinute;
+constexpr TimeSpan kLasting = 10 * kTicksPerSecond;
 // What fails slowly (a server that swallows everything) must not hold the other pools up: the turn ends with the first
 // failure after this time, sooner once every pool has had its turn in this outage.
 constexpr TimeSpan kFirstTurn = 40 * kTicksPerSecond;

@@ -64,8 +64,8 @@ std::vector<std::int32_t> CShareDesk::TakeOlderThan(TimeSpan moment) {
 
 void CShareDesk::Sent(std::uint32_t id, TimeSpan now) {
     const std::lock_guard lock(m_lock);
-    if (m_pending.size() >= kMostPending) m_pending.erase(m_pending.begin());
-    m_pending.push_back({id, now});
+    // Those that wait longest are kept: they tell whether the pool answers.
+    if (m_pending.size() < kMostPending) m_pending.push_back({id, now});
 }
 
 void CShareDesk::Answered(std::uint32_t id) {

@@ -109,7 +109,9 @@ typedef struct StratumWorkBlock {
 /* Exported by the executable; found with GetProcAddress(GetModuleHandleW(NULL), "QuorvelSend").
  * Sends one request (text of length bytes, ended by a line feed) through the session of a work block. The request id of a
  * share is ((cudaId + 1) << 16) | sequence, by which the miner counts the pool's answer for that GPU.
- * Any thread; never waits for the GUI; safe while the session is being stopped. Returns 0, or the socket error. */
+ * While the session is on its way back to its pool the share is held for a few seconds, and counted as stale if the pool
+ * does not give its job again. Any thread; never waits for the GUI; safe while the session is being stopped. Returns 0
+ * when the share was sent or is held, or the socket error. */
 typedef int (*QvSend)(void* session, const char* text, uint32_t length);
 
 /* Exported as "QuorvelLog": one line in the main log, any thread, never waits for the GUI or the disk. */

@@ -216,6 +216,19 @@ TEST(Deadlines, EndAConnectionThatGivesNothing) {
     }
 }
 
+TEST(Deadlines, SharesInPlentyThatNobodyAnswersAreNoticed) {
+    CSessionRecorder recorder;
+    recorder.LogIn(ProtocolMode::EthProxy);
+    recorder.Line(R"({"id":4,"result":["0x1"]})");
+    for (int share = 0; share < 3000; ++share) {
+        recorder.session.SubmitShare("{\"id\":" + std::to_string(65536 + share) + "}\n");
+        recorder.Pass(kTicksPerMinute / 2000);
+    }
+    recorder.Take();
+    recorder.session.Tick();
+    EXPECT_EQ(recorder.Take(), Events{"drop The pool does not answer shares"});
+}
+
 TEST_F(Failover, AConnectionEndedFromThisSideIsNoTroubleOfThePool) {
     UsePools(1);
     for (int times = 0; times < 8; ++times) {
