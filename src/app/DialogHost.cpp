@@ -28,9 +28,12 @@ std::wstring SystemText() {
 }
 
 // What is to be said about the session and this GPU of it.
-std::wstring MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu) {
+std::wstring MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu, const std::vector<PoolError>& lasting) {
     for (const PoolError& trouble : manager.Troubles()) {
-        if (trouble.gpuIndex < 0 || trouble.gpuIndex == gpu.cudaId) return NarrowToWide(trouble.text);
+        if (trouble.gpuIndex < 0) return NarrowToWide(trouble.text);
+    }
+    for (const PoolError& trouble : lasting) {
+        if (trouble.gpuIndex == gpu.cudaId) return NarrowToWide(trouble.text);
     }
     const PoolPointer pool = manager.UserSession().CurrentPool();
     return pool ? NarrowToWide(pool->lastError.Get().text) : std::wstring();
@@ -62,7 +65,7 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
         if (std::find(gpus.begin(), gpus.end(), &gpu) == gpus.end()) continue;
         MiningSessionView view;
         view.state = SessionStateText(manager->State());
-        view.message = MessageOf(*manager, gpu);
+        view.message = MessageOf(*manager, gpu, m_parts.troubles.Lasting());
         if (manager->HasFailed()) return view;
         view.role = static_cast<MiningRole>(manager->CurrentRole());
         const bool fee = manager->CurrentMode() == CMiningManager::Mode::Fee;
@@ -79,25 +82,26 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
     return std::nullopt;
 }
 
-std::vector<std::int32_t> CDialogHost::IdleGpus() const {
-    std::vector<std::int32_t> idle;
-    for (const auto& manager : m_parts.mining.Managers()) {
-        for (const PoolError& trouble : manager->Troubles()) {
-            if (trouble.gpuIndex >= 0) idle.push_back(trouble.gpuIndex);
-            if (trouble.gpuIndex >= 0) continue;
-            for (const QvGpuRecord* gpu : manager->Gpus())
-                idle.push_back(gpu->cudaId);
-        }
+std::vector<std::int32_t> CDialogHost::TroubledGpus() const {
+    std::vector<std::int32_t> troubled;
+    for (const PoolError& trouble : m_parts.troubles.Lasting()) {
+        if (trouble.gpuIndex >= 0) troubled.push_back(trouble.gpuIndex);
     }
-    return idle;
+    for (const auto& manager : m_parts.mining.Managers()) {
+        const std::vector<PoolError> errors = manager->Troubles();
+        if (std::none_of(errors.begin(), errors.end(), [](const PoolError& error) { return error.gpuIndex < 0; })) continue;
+        for (const QvGpuRecord* gpu : manager->Gpus())
+            troubled.push_back(gpu->cudaId);
+    }
+    return troubled;
 }
 
 MiningHealth CDialogHost::Health() const {
-    const std::vector<std::int32_t> idle = IdleGpus();
-    if (idle.empty()) return MiningHealth::Good;
+    const std::vector<std::int32_t> troubled = TroubledGpus();
+    if (troubled.empty()) return MiningHealth::Good;
     for (const auto& manager : m_parts.mining.Managers()) {
         for (const QvGpuRecord* gpu : manager->Gpus()) {
-            if (std::find(idle.begin(), idle.end(), gpu->cudaId) == idle.end()) return MiningHealth::Impaired;
+            if (std::find(troubled.begin(), troubled.end(), gpu->cudaId) == troubled.end()) return MiningHealth::Impaired;
         }
     }
     return MiningHealth::Sick;

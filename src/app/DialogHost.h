@@ -24,6 +24,7 @@ class CDialogHost final : public IMainDialogHost {
         std::int32_t cudaVersion = 0;  // 1000 * major + 10 * minor
         std::wstring driverVersion;    // empty: unknown
         const CRecentLines& plugInLines;
+        const CTroubleBoard& troubles;
         CEventLog& events;
         const std::wstring& eventLogFile;
         std::wstring leftOutPlugIns = {};
@@ -37,7 +38,7 @@ class CDialogHost final : public IMainDialogHost {
 
     bool IsRunning() const override { return m_parts.mining.IsRunning(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const override;
-    std::vector<std::int32_t> IdleGpus() const override;
+    std::vector<std::int32_t> TroubledGpus() const override;
     MiningHealth Health() const override;
 
     RuntimeSettings& Settings() override { return m_parts.settings; }

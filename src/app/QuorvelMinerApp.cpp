@@ -227,6 +227,7 @@ void CQuorvelMinerApp::RunDialog() {
                       .cudaVersion = m_cuda->DriverVersion(),
                       .driverVersion = m_nvml->DriverVersion(),
                       .plugInLines = m_plugInLines,
+                      .troubles = m_troubles,
                       .events = m_events,
                       .eventLogFile = m_eventLogFile,
                       .leftOutPlugIns = LeftOutText(m_algorithms),

@@ -49,7 +49,7 @@ GridCell GpuCell(const GpuGridSource& source, std::size_t row, std::size_t colum
     if (row >= source.gpus.size() || column >= kGpuColumns.size()) return {};
     const QvGpuRecord& gpu = *source.gpus[row];
     GridCell cell = PlainCell(source, gpu, column);
-    if (std::find(source.idleGpus.begin(), source.idleGpus.end(), gpu.cudaId) != source.idleGpus.end())
+    if (std::find(source.troubledGpus.begin(), source.troubledGpus.end(), gpu.cudaId) != source.troubledGpus.end())
         cell.textColor = kRed;
     return cell;
 }

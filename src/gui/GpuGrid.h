@@ -49,8 +49,8 @@ struct GpuGridSource {
     const MinerConfiguration& configuration;
     const PoolPointer& unassignedPool;
     const CAlgorithmList& algorithms;
-    ddt_datetime now;                             // UTC
-    std::span<const std::int32_t> idleGpus = {};  // CUDA ids of those that should mine and do not: their rows are red
+    ddt_datetime now;                                 // UTC
+    std::span<const std::int32_t> troubledGpus = {};  // CUDA ids of those with trouble: their rows are red
 };
 
 // Empty outside the grid.

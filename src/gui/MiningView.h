@@ -37,7 +37,7 @@ class IMiningView {
     virtual bool IsRunning() const = 0;
     // The session that mines with the GPU, if there is one.
     virtual std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const = 0;
-    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment.
-    virtual std::vector<std::int32_t> IdleGpus() const = 0;
+    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment, or that the driver does not answer for.
+    virtual std::vector<std::int32_t> TroubledGpus() const = 0;
     virtual MiningHealth Health() const = 0;
 };

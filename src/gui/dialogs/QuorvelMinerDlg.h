@@ -110,7 +110,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     ConfigurationPointer m_shown;  // what the cells are formatted from; taken anew with every refresh
     PoolPointer m_unassigned;
     ddt_datetime m_now;
-    std::vector<std::int32_t> m_idleGpus;
+    std::vector<std::int32_t> m_troubledGpus;
     MiningHealth m_health = MiningHealth::Good;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;

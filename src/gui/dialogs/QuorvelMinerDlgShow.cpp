@@ -28,13 +28,13 @@ void CQuorvelMinerDlg::ShowState(int id, const LabelLook& look) {
 }
 
 GpuGridSource CQuorvelMinerDlg::GridSource() const {
-    return {m_host.Gpus(), *m_shown, m_unassigned, m_host.Algorithms(), m_now, m_idleGpus};
+    return {m_host.Gpus(), *m_shown, m_unassigned, m_host.Algorithms(), m_now, m_troubledGpus};
 }
 
 void CQuorvelMinerDlg::RefreshAll() {
     m_shown = m_host.Configuration().Current();
     m_now = CurrentTime(TimeMode::Utc);
-    m_idleGpus = m_host.IdleGpus();
+    m_troubledGpus = m_host.TroubledGpus();
     RefreshHealth();
     m_grid.Refresh();
     RefreshPoolGroup();

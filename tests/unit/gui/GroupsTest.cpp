@@ -44,7 +44,7 @@ class CGroups : public testing::Test {
 struct CMiningFake final : IMiningView {
     bool IsRunning() const override { return session.has_value(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord&) const override { return session; }
-    std::vector<std::int32_t> IdleGpus() const override { return {}; }
+    std::vector<std::int32_t> TroubledGpus() const override { return {}; }
     MiningHealth Health() const override { return MiningHealth::Good; }
     std::optional<MiningSessionView> session;
 };
