@@ -93,6 +93,11 @@ SessionState DecideSessionState(const SessionFacts& facts, TimeSpan now) {
     state.failures = facts.connection.failures;
     if (state.phase == SessionPhase::TryingAgain) state.secondsLeft = SecondsUntil(facts.connection.retryAt, now);
     TakeReason(facts, state);
+    const ConnectionFailure& doubt = facts.connection.doubt;
+    if (state.phase == SessionPhase::Mining && !doubt.text.empty()) {
+        state.reason = NarrowToWide(doubt.text);
+        state.code = doubt.code;
+    }
     return state;
 }
 
@@ -110,7 +115,7 @@ std::wstring SessionStateText(const SessionState& state) {
         case SessionPhase::WaitingForJob:
             return WithReason(L"logged in at " + state.target + L", waiting for a job", state.reason);
         case SessionPhase::Mining:
-            return std::wstring(L"mining at ") + state.target + L" (" + ModeName(state.mode) + L")";
+            return WithReason(L"mining at " + state.target + L" (" + ModeName(state.mode) + L")", state.reason);
         case SessionPhase::DeveloperTime:
             return L"developer's time, " + std::to_wstring(state.secondsLeft) + L" s left";
         case SessionPhase::TryingAgain:
@@ -151,9 +156,12 @@ std::wstring GpuActivityText(const GpuActivity& activity) {
 std::optional<Concern> ConcernOf(const SessionState& state) {
     Concern concern{.code = state.code, .gpu = -1, .text = state.reason, .isCertain = false};
     switch (state.phase) {
-        case SessionPhase::Mining:
         case SessionPhase::DeveloperTime:
             return std::nullopt;
+        case SessionPhase::Mining:
+            if (state.reason.empty()) return std::nullopt;
+            concern.isCertain = true;
+            break;
         case SessionPhase::NotRunning:
             concern.isCertain = true;
             return concern;

@@ -15,9 +15,9 @@ enum class SessionPhase { NotRunning, Resolving, Connecting, LoggingIn, WaitingF
 struct SessionState {
     SessionPhase phase = SessionPhase::NotRunning;
     TimeSpan since = 0;
-    std::wstring reason;    // why it does not run, or what failed last; empty: nothing did
+    std::wstring reason;                           // why it does not run, or what failed last; empty: nothing did
     TroubleCode code = TroubleCode::NotConnected;  // of the reason
-    std::wstring target;    // the host or address that is meant
+    std::wstring target;                           // the host or address that is meant
     ProtocolMode mode = ProtocolMode::None;
     std::int64_t secondsLeft = 0;  // of the developer's time, or until the next attempt
     std::uint32_t failures = 0;    // attempts without a job since the last one
@@ -27,7 +27,7 @@ struct SessionState {
 struct SessionFacts {
     ConnectionStatus connection;  // of the user's session
     std::vector<std::wstring> poolNames;
-    std::size_t firstPool = 0;    // the one to name first when several failed
+    std::size_t firstPool = 0;  // the one to name first when several failed
     bool developerTime = false;
     TimeSpan developerLeft = 0;
 };
@@ -39,8 +39,8 @@ std::wstring SessionStateText(const SessionState& state);
 struct GpuActivity {
     enum class Kind { Hashing, Preparing, NotHashing };
     Kind kind = Kind::NotHashing;
-    int percent = -1;      // of the preparation; -1: not known
-    std::wstring reason;   // of one that does not hash: the plug-in's last message about it; empty: there is none
+    int percent = -1;     // of the preparation; -1: not known
+    std::wstring reason;  // of one that does not hash: the plug-in's last message about it; empty: there is none
 };
 
 // The latest message of a plug-in that concerns a GPU.
@@ -62,6 +62,6 @@ struct Concern {
     bool isCertain = false;  // nothing that may pass in a moment
     bool operator==(const Concern&) const = default;
 };
-// Nothing while it mines or gives the developer his time.
+// Nothing while it mines for a pool that answers, or gives the developer his time.
 std::optional<Concern> ConcernOf(const SessionState& state);
 std::optional<Concern> ConcernOf(std::int32_t cudaId, const GpuActivity& activity);

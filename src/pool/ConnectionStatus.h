@@ -27,9 +27,10 @@ struct ConnectionFailure {
 struct ConnectionStatus {
     ConnectionPhase phase = ConnectionPhase::Idle;
     TimeSpan since = 0;
-    ProtocolMode mode = ProtocolMode::None;  // while logging in and after
-    std::string target;                      // the host that is looked up, or the address in use; narrow text
-    TimeSpan retryAt = 0;                    // while trying again
-    std::uint32_t failures = 0;              // attempts without a job since the last one
+    ProtocolMode mode = ProtocolMode::None;       // while logging in and after
+    std::string target;                           // the host that is looked up, or the address in use; narrow text
+    TimeSpan retryAt = 0;                         // while trying again
+    std::uint32_t failures = 0;                   // attempts without a job since the last one
+    ConnectionFailure doubt;                      // of a pool that gives jobs and was dropped for giving nothing else
     std::vector<ConnectionFailure> poolFailures;  // by pool index
 };

@@ -84,6 +84,11 @@ void CPoolAccess::JobCame(TimeSpan now) {
     m_turns = 0;
 }
 
+void CPoolAccess::WasWorthless() {
+    m_hadJob = false;
+    m_turnSince = std::min(m_turnSince, m_connected - kFirstTurn);
+}
+
 void CPoolAccess::BeginOutage(TimeSpan now) {
     ++m_failures;
     if (m_outage) return;

@@ -5,10 +5,11 @@
 #include "common/Time.h"
 #include "pool/ProtocolMode.h"
 
-// How a session gets at its pools in one run of mining: the protocol mode to try, when the next pool's turn comes, how long to
-// wait between two attempts, when there is no hope. Pure: all times are ticks of IClock::Monotonic. One thread at a time.
+// How a session gets at its pools in one run of mining: the protocol mode to try, when the next pool's turn comes, how long
+// to wait between two attempts, when there is no hope. Pure: all times are ticks of IClock::Monotonic. One thread at a time.
 //
-// A pool "has settled" once it accepted a login in this run: what fails afterwards is an outage, which it will come back from.
+// A pool "has settled" once it accepted a login in this run: what fails afterwards is an outage, which it will come back
+// from.
 class CPoolAccess {
   public:
     struct Verdict {
@@ -28,6 +29,8 @@ class CPoolAccess {
     void Connected(TimeSpan now);
     void LoggedIn();
     void JobCame(TimeSpan now);
+    // The connection that is about to end gave jobs, but was worth nothing: the pool's turn is over, if there is another.
+    void WasWorthless();
     // No connection came about.
     Verdict ConnectFailed(TimeSpan now);
     // An established connection has ended, whoever ended it, unless nobody wants it any more.

@@ -13,8 +13,8 @@ class IStratumHost {
     virtual CMiningStatistics* FindStatistics(std::int32_t cudaId) = 0;
     // A pool error was recorded: for the controller, when one is connected.
     virtual void PoolErrorHappened(const PoolError& error) = 0;
-    // Asks the main window to stop mining: the pool refused the user, or no protocol mode worked. reason: for the user, narrow
-    // text.
+    // Asks the main window to stop mining: the pool refused the user, or no protocol mode worked. reason: for the user,
+    // narrow text.
     virtual void RequestStopMining(const std::string& reason) = 0;
     virtual std::wstring DefaultWorkerName() = 0;
 };

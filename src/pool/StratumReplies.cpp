@@ -170,6 +170,7 @@ void CStratumSession::ShareReply(const CStratumMessage& message, PoolError& erro
     // A request of the pool's that happens to have such an id answers nothing.
     if (!message.Method().empty() && message.Result() == nullptr) return;
     m_shares.Answered(message.Id());
+    if (m_isDoubted) SetDoubt({});
     const std::int32_t gpu = static_cast<std::int32_t>(message.Id() >> 16) - 1;
     CMiningStatistics* const statistics = gpu >= 0 ? m_host.FindStatistics(gpu) : nullptr;
     if (statistics == nullptr) return;
@@ -197,6 +198,7 @@ bool CStratumSession::HandleJob(const CStratumMessage& message) {
     m_hasJob = m_block.jobId[0] != '\0';
     PostWork(QV_MSG_NEW_JOB);
     m_currentJob.Set(m_block.jobId, m_clock.UtcNow());
+    if (m_isDoubted && m_jobHere && Status().doubt.code == TroubleCode::PoolSilent) SetDoubt({});
     if (!std::exchange(m_jobHere, true) && m_ready) BeginWork();
     return true;
 }

@@ -110,6 +110,7 @@ void CStratumSession::Reset() {
     m_hasExtranonce = false;
     ClearTarget();
     SetActiveMode(ProtocolMode::None);
+    if (m_poolIndex != m_loginIndex) SetDoubt({});
     m_access.TakePool(m_poolIndex, m_clock.Monotonic());
     SetPhase(ConnectionPhase::Idle);
 
@@ -235,6 +236,11 @@ void CStratumSession::Drop(TroubleCode code, const std::string& text) {
     m_dropping = true;
     m_ready = m_sharesMayGo = false;
     SetFailure(code, text);
+    if (code == TroubleCode::SharesUnanswered || code == TroubleCode::PoolSilent) {
+        // Once may be the fault of the connection, twice is the pool's.
+        if (m_isDoubted) m_access.WasWorthless();
+        SetDoubt({code, text});
+    }
     m_output.DropConnection(text, code == TroubleCode::LoginRefused ? kConnectionAborted : kTimedOut);
 }
 
@@ -259,6 +265,12 @@ void CStratumSession::SetPhase(ConnectionPhase phase, std::string target) {
 void CStratumSession::SetFailure(TroubleCode code, std::string text) {
     const std::lock_guard lock(m_statusLock);
     if (m_loginIndex < m_status.poolFailures.size()) m_status.poolFailures[m_loginIndex] = {code, std::move(text)};
+}
+
+void CStratumSession::SetDoubt(ConnectionFailure doubt) {
+    m_isDoubted = !doubt.text.empty();
+    const std::lock_guard lock(m_statusLock);
+    m_status.doubt = std::move(doubt);
 }
 
 void CStratumSession::LogOnce(const std::string& text) {

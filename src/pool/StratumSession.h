@@ -118,6 +118,7 @@ class CStratumSession {
     void CountStale(const std::vector<std::int32_t>& gpus);
     void SetPhase(ConnectionPhase phase, std::string target = {});
     void SetFailure(TroubleCode code, std::string text);
+    void SetDoubt(ConnectionFailure doubt);
     void LogOnce(const std::string& text);
 
     void PostWork(unsigned message);
@@ -152,6 +153,7 @@ class CStratumSession {
     TimeSpan m_lastLine = 0;
     bool m_jobHere = false;  // of this connection
     bool m_difficultyHere = false;
+    bool m_isDoubted = false;   // m_status.doubt says why
     ddt_datetime m_loginError;  // of the latest refusal that was recorded as the pool's error
     std::string m_lastRemark;   // not repeated line by line
 

@@ -8,7 +8,8 @@
 // Clears job, extranonce and target.
 void ClearWork(StratumWorkBlock& block);
 
-// params: the parameters of a job. False, with nothing changed: null, or no list that starts with a job id (a text or a number).
+// params: the parameters of a job. False, with nothing changed: null, or no list that starts with a job id (a text or a
+// number).
 bool FillJob(const JsonValue* params, StratumWorkBlock& block);
 
 // False, with nothing changed: null, or no text.

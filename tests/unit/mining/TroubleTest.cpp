@@ -30,9 +30,12 @@ TEST(SessionState, IsToldInWordsAndIsAConcernUnlessItMines) {
     SessionFacts developer = Facts(ConnectionPhase::Connecting, {refused, {}});
     developer.developerTime = true;
     developer.developerLeft = 42 * kSecond;
+    SessionFacts doubtful = Facts(ConnectionPhase::Working);
+    doubtful.connection.doubt = {TroubleCode::SharesUnanswered, "No answers"};
     const Case cases[] = {
         {Facts(ConnectionPhase::Working), L"mining at 1.2.3.4:5 (stratum)", nullptr},
         {developer, L"developer's time, 42 s left", nullptr},
+        {doubtful, L"mining at 1.2.3.4:5 (stratum): No answers", L"No answers; trying again"},
         {Facts(ConnectionPhase::LoggingIn), L"logging in (stratum) at 1.2.3.4:5", L"No answer to the login"},
         {Facts(ConnectionPhase::WaitingForJob), L"logged in at 1.2.3.4:5, waiting for a job", L"No job since the login"},
         {Facts(ConnectionPhase::TryingAgain, {refused, {}}), L"trying again in 4 s: Connection refused",
