@@ -73,9 +73,9 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
         const JobInfo job = session.CurrentJob();
         view.job = {job.time, -1, job.id};
         view.difficulty = session.Difficulty();
-        const GpuActivity activity = manager->ActivityOf(gpu);
-        const bool isTold = manager->State().phase == SessionPhase::Mining && activity.kind != GpuActivity::Kind::Hashing;
-        if (isTold)
+        GpuActivity activity = manager->ActivityOf(gpu);
+        activity.reason.clear();  // it stands in the message
+        if (manager->State().phase == SessionPhase::Mining && activity.kind != GpuActivity::Kind::Hashing)
             view.state.append(L", GPU ").append(std::to_wstring(gpu.cudaId)).append(L" ").append(GpuActivityText(activity));
         return view;
     }
