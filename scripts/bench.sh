@@ -11,16 +11,16 @@ build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench empty_dialog t
 build host-release stratum_bench ethash_bench control_bench devpool
 
 printf '\n== One mining.notify line: framing, parse, work block; beside a bare parse of the same line (native)\n'
-build/host-release/tests/bench/stratum/stratum_bench
+build/host-release/bench/stratum/stratum_bench
 
 printf '\n== Hashes from the light cache: items one at a time; beside several at a time (native)\n'
-build/host-release/tests/bench/ethash/ethash_bench
+build/host-release/bench/ethash/ethash_bench
 
 printf '\n== One update report for 16 GPUs; beside printf of the same numbers (native, goal: under 30 us)\n'
-build/host-release/tests/bench/control/control_bench
+build/host-release/bench/control/control_bench
 
 printf '\n== From pool line to answer on the wire; beside a bare event-select echo (under Wine)\n'
-scripts/wine-run build/windows/tests/bench/net/net_bench.exe
+scripts/wine-run build/windows/bench/net/net_bench.exe
 
 printf '\n== Size of the executable (goal: under 4 MB)\n'
 stat -c '%s bytes  %n' build/windows/bin/Quorvel-Miner.exe
@@ -80,7 +80,7 @@ end_program() { kill "$(wine_pid "$1")" 2>/dev/null || true; }
 stop_miner() { scripts/wine-run build/windows/tools/miner-window.exe close >/dev/null; }
 
 rm -rf "$folder" && mkdir -p "$folder/Algos" "$folder/Styles"
-cp build/windows/bin/Quorvel-Miner.exe build/windows/sim/*.dll build/windows/tests/bench/dialog/bare_controls.exe "$folder/"
+cp build/windows/bin/Quorvel-Miner.exe build/windows/sim/*.dll build/windows/bench/dialog/bare_controls.exe "$folder/"
 cp build/windows/sdk-template/*.dll "$folder/Algos/"
 cp build/windows/Styles/*.dll "$folder/Styles/"
 sync # else the pages of the fresh copies count as written by the process
@@ -90,10 +90,10 @@ until port=$(sed -n 's/.*listening on [0-9.]*:\([0-9]*\).*/\1/p' "$folder/pool.l
 
 printf '\n== From start to a painted window (under Wine, goal: at most 1.5 times the reference)\n'
 place_miner 2 0
-empty=build/windows/tests/bench/memory/empty_dialog.exe
+empty=build/windows/bench/memory/empty_dialog.exe
 open_time() { # name, program, reference's name, reference
     local output
-    output=$(scripts/wine-run build/windows/tests/bench/dialog/open_time.exe 9 "$1" "$(windows_path "$2")" "$3" "$(windows_path "$4")" 2>"$folder/open.log")
+    output=$(scripts/wine-run build/windows/bench/dialog/open_time.exe 9 "$1" "$(windows_path "$2")" "$3" "$(windows_path "$4")" 2>"$folder/open.log")
     grep ratio <<<"$output"
 }
 windows_path() { echo "Z:$(realpath "$1")" | tr / '\\'; }
@@ -114,7 +114,7 @@ end_program empty_dialog
 end_program bare_controls
 
 printf '\n== CPU of one tick (a second) with 16 simulated cards, mining (under Wine, goal: under 5 ms)\n'
-scripts/wine-run build/windows/tests/bench/dialog/bare_tick.exe 150 >/dev/null 2>&1 &
+scripts/wine-run build/windows/bench/dialog/bare_tick.exe 150 >/dev/null 2>&1 &
 for cards in 16 2; do
     place_miner "$cards" 1
     start_miner

@@ -1,8 +1,8 @@
 #pragma once
 #include <thread>
 
-#include "FakeMiner.h"
 #include "quorvel_control/RigAddress.h"
+#include "rigs/FakeMiner.h"
 
 // A simulated miner that runs on a thread of its own.
 class CMinerThread {

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "FakeMiner.h"
+#include "rigs/FakeMiner.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "FakeMiner.h"
+#include "rigs/FakeMiner.h"
 
 #include <rapidjson/document.h>
 
