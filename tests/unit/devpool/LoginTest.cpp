@@ -2,8 +2,6 @@
 
 namespace {
 
-constexpr Dialect kDialects[] = {Dialect::EthProxy, Dialect::Plain, Dialect::NiceHash, Dialect::Host};
-
 // The texts of a pool whose header, job, boundary and seed are written as HEADER, JOB, BOUNDARY and SEED.
 std::string Masked(std::string text, const TestPool& pool) {
     const std::pair<std::string, const char*> rows[] = {{HexText(pool.jobs.Current().header), "HEADER"},
@@ -54,23 +52,6 @@ TEST(Login, ConversationOfEachDialect) {
     }
 }
 
-TEST(Login, DropsUnwantedDialectsWithoutAnAnswer) {
-    const auto expectDropped = [](const PoolOptions& options, Dialect spoken, bool dropped) {
-        TestPool pool(options);
-        CPoolProtocol client = pool.Client();
-        const Exchange exchange = client.Receive(LoginLines(spoken)[0], pool.now);
-        EXPECT_EQ(exchange.drop, dropped);
-        EXPECT_EQ(exchange.lines.empty(), dropped);
-    };
-    PoolOptions untilNiceHash = TestOptions();
-    untilNiceHash.faults.dropUntilMode = 2;
-    for (const Dialect spoken : kDialects) {
-        for (const Dialect wanted : kDialects)
-            expectDropped(TestOptions(wanted), spoken, wanted != spoken);
-        expectDropped(untilNiceHash, spoken, spoken < Dialect::NiceHash);
-    }
-}
-
 TEST(Login, AnnouncesNiceHashToAPlainSubscriber) {
     PoolOptions options = TestOptions();
     options.faults.announceNiceHash = true;
@@ -80,47 +61,6 @@ TEST(Login, AnnouncesNiceHashToAPlainSubscriber) {
               R"({"id":1,"result":[["mining.notify","00001234","EthereumStratum/1.0.0"],"1234"],"error":null})");
     client.Receive(LoginLines(Dialect::NiceHash)[1], pool.now);
     EXPECT_EQ(client.Receive(LoginLines(Dialect::NiceHash)[2], pool.now).lines.size(), 3U);
-}
-
-TEST(Login, RefusesUsers) {
-    const struct {
-        const char* wallet;
-        bool refuseAll;
-        bool accepted;
-    } rows[] = {{"0xabc", false, true}, {"0xab", false, false}, {"", true, false}};
-    for (const auto& row : rows) {
-        for (const Dialect dialect : kDialects) {
-            PoolOptions options = TestOptions();
-            options.wallet = row.wallet;
-            options.faults.refuseUser = row.refuseAll;
-            TestPool pool(options);
-            CPoolProtocol client = pool.Client();
-            const std::string answers = Masked(LogIn(pool, client, dialect), pool);
-            EXPECT_EQ(client.LoggedIn(), row.accepted);
-            EXPECT_EQ(answers.find("\"Invalid user provided\"") == std::string::npos, row.accepted) << answers;
-            EXPECT_EQ(answers.find("HEADER") != std::string::npos, row.accepted) << answers;
-        }
-    }
-}
-
-TEST(Login, IsNeededBeforeAnythingElse) {
-    const struct {
-        const char* line;
-        int code;
-    } rows[] = {
-        {R"({"id":9,"method":"mining.authorize","params":["u","p"]})", 20},
-        {R"({"id":9,"method":"mining.submit","params":["u","1","2"]})", 20},
-        {R"({"id":9,"method":"eth_getWork","params":[]})", 24},
-        {R"({"id":9,"method":"eth_submitWork","params":["0x1","0x2","0x3"]})", 24},
-        {R"({"id":9,"method":"eth_submitHashrate","params":["0x1","0x2"]})", 24},
-        {R"({"id":9,"method":"eth_unknown","params":[]})", -3},
-    };
-    for (const auto& row : rows) {
-        TestPool pool(TestOptions());
-        const auto answer = Json(pool.Client().Receive(row.line, pool.now).lines.at(0));
-        EXPECT_EQ(answer["id"].GetInt(), 9);
-        EXPECT_EQ(answer["error"]["code"].GetInt(), row.code) << row.line;
-    }
 }
 
 TEST(Login, SurvivesHostileLinesAndDropsTheirSenderInTheEnd) {

@@ -92,43 +92,6 @@ TEST(Server, GivesWorkByteByByteAndEndsAfterTheWantedShares) {
     EXPECT_EQ(running.pool.statistics.Accepted(), 1U);
 }
 
-TEST(Server, SendsNewJobsToSeveralClients) {
-    PoolOptions options = ServerOptions();
-    options.interval = 0.2;
-    RunningPool running(options);
-    TestClient clients[] = {TestClient(running, LoginLines(Dialect::EthProxy)),
-                            TestClient(running, LoginLines(Dialect::EthProxy))};
-    for (int jobs = 0; jobs < 6;) {
-        const auto line = clients[jobs % 2].Receive();
-        ASSERT_TRUE(line);
-        if (line->find("\"id\":0") != std::string::npos) ++jobs;
-    }
-}
-
-TEST(Server, DropsAfterTheGivenNumberOfLines) {
-    PoolOptions options = ServerOptions();
-    options.faults.dropAfterLines = 2;
-    options.faults.delayMs = 10;
-    RunningPool running(options);
-    for (int connection = 0; connection < 2; ++connection) {
-        TestClient client(running, LoginLines(Dialect::EthProxy));
-        for (const bool expected : {true, true, false})
-            EXPECT_EQ(client.Receive().has_value(), expected);
-    }
-}
-
-TEST(Server, PutsGarbageBeforeOrInsteadOfItsLines) {
-    for (const Garbage kind : {Garbage::Before, Garbage::Instead}) {
-        PoolOptions options = ServerOptions();
-        options.faults.garbage = kind;
-        RunningPool running(options);
-        TestClient client(running, LoginLines(Dialect::EthProxy));
-        EXPECT_EQ(client.Receive(), GarbageLine(0));
-        if (kind == Garbage::Before) client.Receive();
-        EXPECT_EQ(client.Receive(), GarbageLine(1));
-    }
-}
-
 TEST(Server, DropsClientsOfTheWrongModeOrWithoutLineEndsOrThatNeverRead) {
     PoolOptions options = ServerOptions();
     options.dialect = Dialect::NiceHash;
