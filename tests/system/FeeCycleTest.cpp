@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "ForwardingPlugin.h"
 #include "PoolProcess.h"
 #include "common/CodePage.h"
+#include "fixtures/HandClock.h"
 #include "fixtures/ScratchFolder.h"
 #include "mining/AlgorithmEnumeration.h"
 #include "mining/Mining.h"
@@ -19,14 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr int kEtchashCpu = 2;
 constexpr DWORD kPatienceMs = 90000;
-
-class CClock final : public IClock {
-  public:
-    ddt_datetime UtcNow() const noexcept override { return {now}; }
-    TimeSpan Monotonic() const noexcept override { return now; }
-    std::atomic<std::int64_t> now = 133'000'000'000'000'000;
-};
 
 class CHost final : public IStratumHost {
   public:
@@ -43,7 +37,7 @@ class CHost final : public IStratumHost {
 PoolPointer MakePool(const wchar_t* name, unsigned port) {
     auto pool = std::make_shared<PoolEntry>();
     pool->ID = port;
-    pool->Algo = kForwardingId;
+    pool->Algo = kEtchashCpu;
     pool->Port = port;
     CopyToField(name, pool->Name);
     CopyToField(L"127.0.0.1", pool->Server);
@@ -51,22 +45,15 @@ PoolPointer MakePool(const wchar_t* name, unsigned port) {
     return pool;
 }
 
-// What the plug-in was told from one change of its work source to the next.
 class CNoEvents final : public IEventSink {
   public:
     void Event(EventKind, std::wstring_view, std::wstring_view) override {}
-};
-
-struct Segment {
-    WPARAM source = 0;
-    std::vector<UINT> messages;
 };
 
 class FeeCycleTest : public testing::Test {
   protected:
     FeeCycleTest() {
         fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder.Path("EtchashCpu.dll"));
-        fs::copy_file(QV_FORWARDING_PLUGIN, m_folder.Path("AForwarding.dll"));
         CEventLog events;
         EnumerateAlgorithms(m_folder.Path(""), m_folder.Path("PlugIns.txt"), events, m_algorithms);
         m_mainLog.enabled = 0;
@@ -97,28 +84,12 @@ class FeeCycleTest : public testing::Test {
     }
     void Tick(CMiningManager& manager, int count) {
         for (int i = 0; i < count; ++i) {
-            m_clock.now += 30 * kTicksPerSecond;
+            m_clock.ticks += 30 * kTicksPerSecond;
             SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
         }
     }
-    std::vector<Segment> TakeSegments() {
-        const HMODULE module = GetModuleHandleW(L"AForwarding.dll");
-        const auto take =
-            reinterpret_cast<TakeForwardedFunction>(reinterpret_cast<void*>(GetProcAddress(module, "TakeForwarded")));
-        std::vector<ForwardedMessage> messages(2000);
-        messages.resize(take(messages.data(), 2000));
-        std::vector<Segment> segments;
-        for (const ForwardedMessage& message : messages) {
-            if (message.message == 0x2408) segments.push_back({message.workBlock, {}});
-            if (segments.empty()) continue;  // what comes before the first work source
-            EXPECT_EQ(message.workBlock, segments.back().source) << "a message of the other session: " << message.message;
-            segments.back().messages.push_back(message.message);
-        }
-        return segments;
-    }
-
     CScratchFolder m_folder;
-    CClock m_clock;
+    CHandSetClock m_clock;
     QvGpuRecord m_gpu = {};
     CHost m_host{m_gpu.statistics};
     CAlgorithmList m_algorithms;
@@ -171,19 +142,6 @@ TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
     EXPECT_LE(accepted(fee), ofFee + 1) << "the fee pool got shares after its period";
     EXPECT_EQ(user.Refused() + fee.Refused(), 0u) << user.Output() << fee.Output();
 
-    const std::vector<Segment> segments = TakeSegments();
-    ASSERT_EQ(segments.size(), 3u);
-    const auto userBlock = reinterpret_cast<WPARAM>(&manager.UserSession().WorkBlock());
-    const auto feeBlock = reinterpret_cast<WPARAM>(&manager.FeeSession().WorkBlock());
-    EXPECT_EQ(segments[0].source, userBlock);
-    EXPECT_EQ(segments[1].source, feeBlock);
-    EXPECT_EQ(segments[2].source, userBlock);
-    for (const std::size_t replayed : {1u, 2u}) {
-        const std::vector<UINT>& messages = segments[replayed].messages;
-        ASSERT_GE(messages.size(), 4u);
-        EXPECT_EQ(std::vector(messages.begin(), messages.begin() + 4), (std::vector<UINT>{0x2408, 0x2402, 0x2405, 0x2406}));
-    }
-
     // The report of the hash rate, as the user's pool received it.
     ASSERT_TRUE(PumpUntil([&] { return m_gpu.statistics.hashSpeed > 0; }));
     SendMessageW(manager.Handle(), WM_TIMER, 1, 0);
@@ -212,21 +170,6 @@ TEST_F(FeeCycleTest, BadFeePoolsNeverStopTheUsersMining) {
         ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
         EXPECT_GT(manager.FeeTime(), 0) << "the period has not been";
         const std::size_t after = accepted();
-        ASSERT_TRUE(PumpUntil([&] { return accepted() > after; })) << user.Output();
-        m_mining.Stop();
-    }
-
-    for (const wchar_t* server : {L"127.0.0.1", L"no-such-pool.invalid"}) {
-        SCOPED_TRACE(WideToUtf8(server));
-        m_context.feePools = [server](std::int32_t) {
-            auto pool = std::make_shared<PoolEntry>(*MakePool(L"DevFee", 1));
-            CopyToField(server, pool->Server);
-            return std::vector<PoolPointer>{pool};
-        };
-        CMiningManager& manager = Start(user.Port());
-        Tick(manager, 310);
-        const std::size_t after = accepted();
-        ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
         ASSERT_TRUE(PumpUntil([&] { return accepted() > after; })) << user.Output();
         m_mining.Stop();
     }

@@ -65,13 +65,4 @@ TEST(StartUpTest, WithoutADriverItSaysSoAndKeepsTheConfiguration) {
     EXPECT_EQ(FileBytes(rig.ConfigurationFile()), configuration);
 }
 
-TEST(StartUpTest, AMalformedConfigurationIsKept) {
-    CMinerRig rig;
-    rig.WriteSettings("MiningState=\"0\"");
-    std::ofstream(rig.ConfigurationFile()) << "<MinerConfig><Pools><Pool ID=\"1\"";
-    ASSERT_NE(rig.Start(), nullptr);
-    EXPECT_EQ(rig.Close(), 0);
-    EXPECT_EQ(FileBytes(rig.ConfigurationFile().wstring() + L".bad"), "<MinerConfig><Pools><Pool ID=\"1\"");
-}
-
 }  // namespace

@@ -1,11 +1,10 @@
 #pragma once
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <string>
-#include <thread>
 #include "Shares.h"
 #include "ethash/EngineHost.h"
+#include "fixtures/Eventually.h"
 
 // The program around an engine, collecting what it is told.
 class CFakeHost final : public IEngineHost {
@@ -34,14 +33,4 @@ class CFakeHost final : public IEngineHost {
 template <class Word>
 Word Read(Word& word) {
     return std::atomic_ref(word).load();
-}
-
-// Waits for what no notification tells of; false after half a minute.
-inline bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
 }

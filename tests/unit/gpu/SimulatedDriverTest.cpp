@@ -9,8 +9,9 @@
 #include <functional>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 
+#include "fixtures/Eventually.h"
+#include "fixtures/HandClock.h"
 #include "fixtures/ScratchFolder.h"
 #include "gpu/CudaRuntime.h"
 #include "gpu/GpuTelemetry.h"
@@ -88,20 +89,6 @@ TEST_F(CSimulatedDriverTest, FindsTheSampleCardsAndFollowsTheFile) {
     EXPECT_EQ((std::array{gpu.fanSpeed, gpu.powerUsage, gpu.telemetryState}), (std::array{90u, 228u, 1u}));
 }
 
-// The libraries keep the file between calls: neither the length nor a recent write tells that it has changed.
-TEST_F(CSimulatedDriverTest, ChangeOfTheSameLengthShowsInTheNextCall) {
-    QvGpuRecord& gpu = *Discover()[0];
-    const auto anHourAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
-    for (std::uint32_t temperature = 62; temperature < 82; ++temperature) {
-        Set("Gpu0", "Temperature", std::to_string(temperature));
-        if (temperature % 3 == 0) fs::last_write_time(IniPath(), anHourAgo + std::chrono::seconds(temperature));
-        for (int call = 0; call < 2; ++call) {
-            UpdateTelemetry(gpu, *m_nvml);
-            ASSERT_EQ(gpu.temperature, temperature);
-        }
-    }
-}
-
 TEST_F(CSimulatedDriverTest, DriverStateBecomesRuntimeCode) {
     constexpr std::tuple<const char*, const char*, std::int32_t, std::int32_t, const char*> rows[] = {
         {"10000", "0", 0, 2, "no error"},
@@ -169,16 +156,6 @@ TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
 
 // ---- The reader, on threads of its own -----------------------------------------------------------------------------------
 
-class CHandSetClock final : public IClock {
-  public:
-    ddt_datetime UtcNow() const noexcept override { return {}; }
-    TimeSpan Monotonic() const noexcept override { return m_now; }
-    void Advance(TimeSpan span) { m_now += span; }
-
-  private:
-    std::atomic<TimeSpan> m_now = kTicksPerDay;
-};
-
 class CTelemetryReaderTest : public CSimulatedDriverTest {
   protected:
     void Start() {
@@ -192,18 +169,11 @@ class CTelemetryReaderTest : public CSimulatedDriverTest {
         WriteFileBytes(IniPath(), FileBytes(fs::path(QV_SIM_INI).wstring()));
         EXPECT_TRUE(Eventually([&] { return m_nvml.use_count() == 1; })) << "a thread is still in the library";
     }
-    static bool Eventually(const std::function<bool()>& condition) {
-        for (int look = 0; look < 3000; ++look) {
-            if (condition()) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return false;
-    }
     // Asks for rounds, so long apart on the reader's clock.
     bool RoundsUntil(const std::function<bool()>& condition, TimeSpan apart = 0) {
         return Eventually([&] {
             m_reader->Request();
-            m_clock.Advance(apart);
+            m_clock.ticks += apart;
             return condition();
         });
     }

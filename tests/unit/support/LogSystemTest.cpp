@@ -2,23 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <map>
 #include <sstream>
 #include <thread>
 
 #include "common/Handle.h"
 #include "common/SystemTime.h"
+#include "fixtures/HandClock.h"
 #include "fixtures/ScratchFolder.h"
 
 namespace {
-
-class CManualClock final : public IClock {
-  public:
-    ddt_datetime UtcNow() const noexcept override { return {ticks.load()}; }
-    TimeSpan Monotonic() const noexcept override { return ticks.load(); }
-    std::atomic<std::int64_t> ticks;
-};
 
 // 2024-02-29, shortly before midnight of local time, whatever the time zone.
 ddt_datetime UtcBeforeLocalMidnight() {
@@ -29,8 +22,6 @@ ddt_datetime UtcBeforeLocalMidnight() {
 
 class LogSystem : public testing::Test {
   protected:
-    LogSystem() { clock.ticks = UtcBeforeLocalMidnight().ticks; }
-
     void Create(CBKLogSystem& log) {
         log.enabled = 1;
         ASSERT_TRUE(log.CreateLogSystem(folder.Path(L"Main").c_str(), 0));
@@ -38,7 +29,7 @@ class LogSystem : public testing::Test {
     std::string Day(const wchar_t* day) const { return FileBytes(folder.Path(std::wstring(L"Main_") + day + L".log")); }
 
     CScratchFolder folder;
-    CManualClock clock;
+    CHandSetClock clock{UtcBeforeLocalMidnight().ticks};
 };
 
 TEST_F(LogSystem, WritesLinesExactlyWhileOthersHaveTheFileOpen) {
