@@ -59,44 +59,12 @@ TEST_F(MiningTest, PluginWithoutWindowMinesNothingButHarmsNothing) {
     m_mining.Stop();
 }
 
-TEST_F(MiningTest, ReconnectMessageIsObeyedForItsOwnSessionsOnly) {
-    ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
-    CMiningManager& manager = *m_mining.Managers()[0];
-    manager.UserSession().SetCurrentPoolIndex(1);
-    int stranger = 0;
-    SendMessageW(manager.Handle(), 0x3407, reinterpret_cast<WPARAM>(&stranger), 0);
-    SendMessageW(manager.Handle(), 0x3407, 0, 0);
-    EXPECT_TRUE(manager.UserSession().IsRunning());
-    SendMessageW(manager.Handle(), 0x3407, reinterpret_cast<WPARAM>(&manager.UserSession()), 0);
-    EXPECT_TRUE(manager.UserSession().IsRunning());
-    EXPECT_STREQ(manager.UserSession().CurrentPool()->Name, L"Backup");
-    for (const UINT ignored : {0x3400u, 0x3401u, 0x3404u, 0x3405u, 0x3406u}) {
-        EXPECT_EQ(SendMessageW(manager.Handle(), ignored, 1, 1), 0);
-    }
-}
-
 TEST_F(MiningTest, WithoutABackupServerThePrimaryIsTheOnlyPool) {
     m_backup->Server[0] = L'\0';
     ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
     CMiningManager& manager = *m_mining.Managers()[0];
     manager.UserSession().SetCurrentPoolIndex(1);
     EXPECT_EQ(manager.UserSession().CurrentPool(), nullptr) << "there is a second pool";
-}
-
-TEST_F(MiningTest, AccountingCountsTimeOfTheWorkSourceOnly) {
-    ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
-    CMiningManager& manager = *m_mining.Managers()[0];
-    const auto tick = [&](std::int64_t seconds) {
-        m_clock.now.ticks += seconds * kTicksPerSecond;
-        SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
-    };
-    tick(30);
-    tick(31);
-    EXPECT_EQ(manager.UserSession().minedTime, 61 * kTicksPerSecond);
-    EXPECT_EQ(manager.UserSession().activeTime, 61 * kTicksPerSecond);
-    manager.UserSession().Pause();
-    tick(30);
-    EXPECT_EQ(manager.UserSession().minedTime, 61 * kTicksPerSecond);
 }
 
 TEST_F(MiningTest, ADeadConnectionIsTakenUpAgain) {
