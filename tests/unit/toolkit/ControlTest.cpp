@@ -78,20 +78,6 @@ TEST_F(ControlTest, TheKeyboardWorksAsEver) {
     });
 }
 
-TEST_F(ControlTest, AnswerTheMessagesOfOtherPrograms) {
-    Run([](ToolkitDialog& dialog) {
-        SendMessageW(dialog.Item(12), BM_CLICK, 0, 0);
-        EXPECT_EQ(dialog.clicks, 1);
-        SendMessageW(dialog.Item(10), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"text"));
-        wchar_t text[8] = {};
-        EXPECT_EQ(SendMessageW(dialog.Item(10), WM_GETTEXT, 8, reinterpret_cast<LPARAM>(text)), 4);
-        EXPECT_STREQ(text, L"text");
-        SendMessageW(dialog.Item(10), EM_LIMITTEXT, 5, 0);
-        EXPECT_EQ(SendMessageW(dialog.Item(10), EM_GETLIMITTEXT, 0, 0), 5);
-        EXPECT_EQ(SendMessageW(dialog.Item(12), WM_GETTEXTLENGTH, 0, 0), 3);
-    });
-}
-
 TEST_F(ControlTest, AFieldsTextStandsInTheMiddle) {
     Run([](ToolkitDialog& dialog) {
         RECT window = {};

@@ -72,20 +72,6 @@ TEST_F(ResizeDialogTest, ControlsFollowAndComeBack) {
     });
 }
 
-TEST_F(ResizeDialogTest, TheFirstSizeIsTheLeast) {
-    Run([](ToolkitDialog& dialog) {
-        const SIZE first = dialog.WindowSize();
-        dialog.Resize().Begin(dialog.Handle());
-        Grow(dialog, -50, -50);
-        EXPECT_EQ(dialog.WindowSize().cx, first.cx);
-        EXPECT_EQ(dialog.WindowSize().cy, first.cy);
-        MINMAXINFO info = {};
-        SendMessageW(dialog.Handle(), WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&info));
-        EXPECT_EQ(info.ptMinTrackSize.x, first.cx);
-        EXPECT_EQ(info.ptMinTrackSize.y, first.cy);
-    });
-}
-
 TEST_F(ResizeDialogTest, TheLeastClientAreaStaysWhenTheFrameChanges) {
     Run([this](ToolkitDialog& dialog) {
         dialog.Resize().Begin(dialog.Handle());

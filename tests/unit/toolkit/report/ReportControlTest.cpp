@@ -258,20 +258,4 @@ TEST_F(ReportControl, CutCellsShowTheirTextInATip) {
     EXPECT_EQ(tip(), nullptr);
 }
 
-TEST_F(ReportControl, TakesOverAControlMadeByADialogResource) {
-    CXTPReportControl other(m_paintManager);
-    const HWND made = CreateWindowExW(0, L"QuorvelReport", L"", WS_CHILD | WS_VISIBLE, 0, 0, 200, 100, m_parent, nullptr,
-                                      GetModuleHandleW(nullptr), nullptr);
-    ASSERT_NE(made, nullptr);
-    other.AddColumn({0, L"A", 50, 20, ReportAlignment::Left, true});
-    ASSERT_TRUE(other.Attach(made));
-    EXPECT_FALSE(other.Attach(made));
-    EXPECT_EQ(other.ColumnWidth(0), 200);
-    DestroyWindow(made);
-    EXPECT_EQ(other.Handle(), nullptr);
-    other.SetVirtualMode(&m_record, 3);  // without a window it just keeps the state
-    other.SetFocusedRow(1);
-    EXPECT_EQ(other.FocusedRow(), 1);
-}
-
 }  // namespace
