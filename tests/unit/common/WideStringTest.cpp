@@ -8,15 +8,6 @@
 
 namespace {
 
-TEST(WideString, BlocksAreRoundedTo128BytesAndNeverFull) {
-    // The length at which a block is full: 16 bytes of header and the terminator go off.
-    constexpr std::size_t kFull = (128 - 16) / sizeof(wchar_t) - 1;
-    EXPECT_EQ(CWideString::BlockBytes(kFull - 1), 128u);
-    EXPECT_EQ(CWideString::BlockBytes(kFull), 256u);
-    EXPECT_EQ(CWideString(std::wstring(kFull, L'x')).Capacity(), (256 - 16) / sizeof(wchar_t));
-    EXPECT_EQ(CWideString().Capacity(), 0u);
-}
-
 TEST(WideString, ACopySharesUntilOneIsWritten) {
     CWideString first(L"job");
     CWideString second = first;

@@ -53,22 +53,6 @@ TEST(PublishedConfiguration, SetsNonceSettingsOnceAndOnlyThoseGiven) {
     EXPECT_EQ(ReadNGTO(rig.A()), 8u);
 }
 
-TEST(PublishedConfiguration, KeepsAnOldOneForItsHolder) {
-    CRig rig;
-    rig.published->Publish(Configuration(rig, 1, {&rig.A()}));
-    const ConfigurationPointer held = rig.published->Current();
-    const std::weak_ptr<const PoolEntry> pool = held->pools[0];
-    rig.published->Publish(Configuration(rig, 2, {&rig.A()}));
-    held->pools[0]->lastError.Set({-1, {1}, 0, "late"});
-    EXPECT_STREQ(held->configurations[0].primaryPool->lastError.Get().text, "late");
-    EXPECT_EQ(held->pools[0]->ID, 1u);
-    EXPECT_FALSE(pool.expired());
-
-    rig.published->Publish({});
-    EXPECT_EQ(rig.published->Current()->pools.size(), 0u);
-    EXPECT_EQ(held->configurations.size(), 1u);
-}
-
 TEST(PublishedConfiguration, ReadersSeeWholeConfigurations) {
     constexpr std::uint32_t kRounds = 500;
     CRig rig;

@@ -103,20 +103,6 @@ TEST_F(SocketMiner, AControllerThatHasFinishedWritingStillGetsReports) {
     EXPECT_TRUE(miner.IsConnected());
 }
 
-TEST_F(SocketMiner, ManyLinesInOnePacketAreObeyedInOrder) {
-    Open();
-    CPeerLink link = CPeerLink::To(port);
-    std::string packet;
-    for (int i = 0; i < 200; ++i)
-        packet += "{\"cmd\":\"workername\",\"params\":{\"workername\":\"" + std::to_string(i) + "\"}}\n\n{]\xFF\n";
-    ASSERT_TRUE(link.Send(packet + kStart));
-    ASSERT_TRUE(host.WaitFor("mining 1"));
-    const Events events = host.Take();
-    ASSERT_EQ(events.size(), 202u);
-    for (std::size_t i = 0; i < 200; ++i)
-        EXPECT_EQ(events[i + 1], "worker " + std::to_string(i));
-}
-
 // One that stops reading costs its sender no waiting, and its connection; the next is served as ever.
 TEST_F(SocketMiner, AControllerThatDoesNotReadIsDropped) {
     const std::vector<QvGpuRecord*> gpus(500, &host.A());
@@ -195,24 +181,6 @@ TEST_F(SocketMiner, WithATokenReportsGoOnlyToWhoHasSentIt) {
     EXPECT_EQ(stranger.ReadLine().substr(0, 15), R"({"cmd":"system")") << "the first there is";
     miner.SendErrorReport(PoolError());
     EXPECT_EQ(stranger.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")");
-}
-
-// In every way to end one: with a half line or none, properly or not, with a report on its way.
-TEST_F(SocketMiner, AThousandConnectionsInARowAreHarmless) {
-    Open();
-    const ULONGLONG start = GetTickCount64();
-    for (int i = 0; i < 1000; ++i) {
-        CPeerLink link = CPeerLink::To(port);
-        ASSERT_TRUE(link.IsOpen()) << i;
-        constexpr std::string_view kTexts[] = {"", "\n", "{\"cmd\":\"stop-mining\",\"par", kConnect};
-        link.Send(kTexts[i % 4]);
-        if (i % 5 == 0) miner.SendUpdateReport();
-        if (i % 3 == 0) link.Reset();
-    }
-    Join();
-    EXPECT_LT(GetTickCount64() - start, 60'000u);
-    EXPECT_EQ(host.Take(), Events{"state 3"});
-    EXPECT_TRUE(miner.IsOpen());
 }
 
 }  // namespace

@@ -23,64 +23,20 @@ template <class Handle>
 void DeleteHandle(Handle* handle) {
     delete reinterpret_cast<char*>(handle);
 }
+template <class Handle>
+CudaResult Create(Handle** handle, unsigned) {
+    *handle = NewHandle<Handle>();
+    return 0;
+}
+template <class Handle>
+CudaResult Destroy(Handle* handle) {
+    DeleteHandle(handle);
+    return 0;
+}
 
 }  // namespace
 
 struct FakeCudaCalls {
-    static CudaResult Init(unsigned) { return g_fake->Enter("cuInit"); }
-    static CudaResult DriverGetVersion(std::int32_t* version) {
-        *version = 12040;
-        return 0;
-    }
-    static CudaResult GetErrorString(CudaResult, const char** text) {
-        *text = "as told";
-        return 0;
-    }
-    static CudaResult DeviceGet(CudaDevice* device, std::int32_t ordinal) {
-        *device = ordinal;
-        return g_fake->Enter("cuDeviceGet");
-    }
-    static CudaResult DeviceGetAttribute(std::int32_t* value, CudaAttribute, CudaDevice) {
-        *value = 1;
-        return g_fake->Enter("cuDeviceGetAttribute");
-    }
-    static CudaResult CtxCreate(CudaContextObject** context, unsigned, CudaDevice) {
-        if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
-        *context = NewHandle<CudaContextObject>();
-        const std::lock_guard lock(g_fake->m_lock);
-        g_fake->m_contexts.insert(*context);
-        return 0;
-    }
-    static CudaResult CtxDestroy(CudaContextObject* context) {
-        const std::lock_guard lock(g_fake->m_lock);
-        if (g_fake->m_contexts.erase(context) == 0) return 201;
-        DeleteHandle(context);
-        return 0;
-    }
-    static CudaResult ModuleLoadDataEx(CudaModuleObject** module, const void* image, unsigned, CudaJitOption*, void**) {
-        *module = reinterpret_cast<CudaModuleObject*>(g_fake);
-        if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
-        return g_fake->Enter("cuModuleLoadDataEx");
-    }
-    static CudaResult ModuleUnload(CudaModuleObject*) { return 0; }
-    static CudaResult ModuleGetFunction(CudaFunctionObject** function, CudaModuleObject*, const char* name) {
-        for (const char* const& kernel : kKernels) {
-            if (std::string_view(kernel) == name) {
-                *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
-                return g_fake->Enter("cuModuleGetFunction");
-            }
-        }
-        return 500;
-    }
-    static CudaResult MemGetInfo(std::size_t* freeBytes, std::size_t* totalBytes) {
-        *totalBytes = 8ULL << 30;
-        *freeBytes = g_fake->freeMemory;
-        return g_fake->Enter("cuMemGetInfo");
-    }
-    static CudaResult MemAlloc(CudaAddress* address, std::size_t bytes) {
-        if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
-        return Allocate(address, bytes);
-    }
     static CudaResult Allocate(CudaAddress* address, std::size_t bytes) {
         std::vector<std::uint64_t> memory((bytes + 79) / 8);
         const auto first = (reinterpret_cast<std::uint64_t>(memory.data()) + 63) / 64 * 64;  // as a card aligns
@@ -93,97 +49,115 @@ struct FakeCudaCalls {
         const std::lock_guard lock(g_fake->m_lock);
         return g_fake->m_memory.erase(address) == 1 ? 0 : 1;
     }
-    static CudaResult MemHostAlloc(void** memory, std::size_t bytes, unsigned) {
-        CudaAddress address = 0;
-        const CudaResult result = g_fake->Enter("cuMemHostAlloc");
-        if (result == 0) Allocate(&address, bytes);
-        *memory = reinterpret_cast<void*>(address);
-        return result;
-    }
-    static CudaResult MemHostGetDevicePointer(CudaAddress* address, void* memory, unsigned) {
-        *address = reinterpret_cast<CudaAddress>(memory);
-        return g_fake->Enter("cuMemHostGetDevicePointer");
-    }
-    static CudaResult MemFreeHost(void* memory) { return MemFree(reinterpret_cast<CudaAddress>(memory)); }
-    static CudaResult MemcpyHtoD(CudaAddress to, const void* from, std::size_t bytes) {
-        std::memcpy(reinterpret_cast<void*>(to), from, bytes);
-        return g_fake->Enter("cuMemcpyHtoD");
-    }
-    static CudaResult MemcpyDtoH(void* to, CudaAddress from, std::size_t bytes) {
-        std::memcpy(to, reinterpret_cast<const void*>(from), bytes);
-        return g_fake->Enter("cuMemcpyDtoH");
-    }
-    static CudaResult MemsetD8(CudaAddress address, std::uint8_t value, std::size_t bytes) {
-        std::memset(reinterpret_cast<void*>(address), value, bytes);
-        return g_fake->Enter("cuMemsetD8");
-    }
-    static CudaResult StreamCreate(CudaStreamObject** stream, unsigned) {
-        *stream = NewHandle<CudaStreamObject>();
-        return 0;
-    }
-    static CudaResult StreamDestroy(CudaStreamObject* stream) {
-        DeleteHandle(stream);
-        return 0;
-    }
-    static CudaResult EventCreate(CudaEventObject** event, unsigned) {
-        *event = NewHandle<CudaEventObject>();
-        return 0;
-    }
-    static CudaResult EventDestroy(CudaEventObject* event) {
-        DeleteHandle(event);
-        return 0;
-    }
-    static CudaResult EventRecord(CudaEventObject*, CudaStreamObject*) { return 0; }
-    static CudaResult EventSynchronize(CudaEventObject*) {
-        while (g_fake->stuck)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return g_fake->Enter("cuEventSynchronize");
-    }
-    static CudaResult LaunchKernel(CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads,
-                                   unsigned, unsigned, unsigned, CudaStreamObject*, void** parameters, void**) {
-        if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
-        const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
-        if (g_fake->run) {
-            g_fake->run(kernel, parameters[0], blocks, threads);
-        } else {
-            g_fake->RunOnCpu(kernel, parameters[0], blocks);
-        }
-        return 0;
-    }
 };
 
 CFakeCudaDriver::CFakeCudaDriver() {
     using Calls = FakeCudaCalls;
-    m_api = {.Init = Calls::Init,
-             .DriverGetVersion = Calls::DriverGetVersion,
-             .GetErrorString = Calls::GetErrorString,
+    m_api = {.Init = [](unsigned) -> CudaResult { return g_fake->Enter("cuInit"); },
+             .DriverGetVersion = [](std::int32_t* version) -> CudaResult {
+                 *version = 12040;
+                 return 0;
+             },
+             .GetErrorString = [](CudaResult, const char** text) -> CudaResult {
+                 *text = "as told";
+                 return 0;
+             },
              .DeviceGetCount = nullptr,
-             .DeviceGet = Calls::DeviceGet,
+             .DeviceGet = [](CudaDevice* device, std::int32_t ordinal) -> CudaResult {
+                 *device = ordinal;
+                 return g_fake->Enter("cuDeviceGet");
+             },
              .DeviceGetName = nullptr,
-             .DeviceGetAttribute = Calls::DeviceGetAttribute,
-             .CtxCreate = Calls::CtxCreate,
-             .CtxDestroy = Calls::CtxDestroy,
+             .DeviceGetAttribute = [](std::int32_t* value, CudaAttribute, CudaDevice) -> CudaResult {
+                 *value = 1;
+                 return g_fake->Enter("cuDeviceGetAttribute");
+             },
+             .CtxCreate = [](CudaContextObject** context, unsigned, CudaDevice) -> CudaResult {
+                 if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
+                 *context = NewHandle<CudaContextObject>();
+                 const std::lock_guard lock(g_fake->m_lock);
+                 g_fake->m_contexts.insert(*context);
+                 return 0;
+             },
+             .CtxDestroy = [](CudaContextObject* context) -> CudaResult {
+                 const std::lock_guard lock(g_fake->m_lock);
+                 if (g_fake->m_contexts.erase(context) == 0) return 201;
+                 DeleteHandle(context);
+                 return 0;
+             },
              .CtxSetLimit = nullptr,
-             .ModuleLoadDataEx = Calls::ModuleLoadDataEx,
-             .ModuleUnload = Calls::ModuleUnload,
-             .ModuleGetFunction = Calls::ModuleGetFunction,
-             .MemGetInfo = Calls::MemGetInfo,
-             .MemAlloc = Calls::MemAlloc,
+             .ModuleLoadDataEx = [](CudaModuleObject** module, const void* image, unsigned, CudaJitOption*,
+                                    void**) -> CudaResult {
+                 *module = reinterpret_cast<CudaModuleObject*>(g_fake);
+                 if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
+                 return g_fake->Enter("cuModuleLoadDataEx");
+             },
+             .ModuleUnload = [](CudaModuleObject*) -> CudaResult { return 0; },
+             .ModuleGetFunction = [](CudaFunctionObject** function, CudaModuleObject*, const char* name) -> CudaResult {
+                 for (const char* const& kernel : kKernels) {
+                     if (std::string_view(kernel) == name) {
+                         *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
+                         return g_fake->Enter("cuModuleGetFunction");
+                     }
+                 }
+                 return 500;
+             },
+             .MemGetInfo = [](std::size_t* freeBytes, std::size_t* totalBytes) -> CudaResult {
+                 *totalBytes = 8ULL << 30;
+                 *freeBytes = g_fake->freeMemory;
+                 return g_fake->Enter("cuMemGetInfo");
+             },
+             .MemAlloc = [](CudaAddress* address, std::size_t bytes) -> CudaResult {
+                 if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
+                 return Calls::Allocate(address, bytes);
+             },
              .MemFree = Calls::MemFree,
-             .MemHostAlloc = Calls::MemHostAlloc,
-             .MemHostGetDevicePointer = Calls::MemHostGetDevicePointer,
-             .MemFreeHost = Calls::MemFreeHost,
-             .MemcpyHtoD = Calls::MemcpyHtoD,
-             .MemcpyDtoH = Calls::MemcpyDtoH,
+             .MemHostAlloc = [](void** memory, std::size_t bytes, unsigned) -> CudaResult {
+                 CudaAddress address = 0;
+                 const CudaResult result = g_fake->Enter("cuMemHostAlloc");
+                 if (result == 0) Calls::Allocate(&address, bytes);
+                 *memory = reinterpret_cast<void*>(address);
+                 return result;
+             },
+             .MemHostGetDevicePointer = [](CudaAddress* address, void* memory, unsigned) -> CudaResult {
+                 *address = reinterpret_cast<CudaAddress>(memory);
+                 return g_fake->Enter("cuMemHostGetDevicePointer");
+             },
+             .MemFreeHost = [](void* memory) -> CudaResult { return Calls::MemFree(reinterpret_cast<CudaAddress>(memory)); },
+             .MemcpyHtoD = [](CudaAddress to, const void* from, std::size_t bytes) -> CudaResult {
+                 std::memcpy(reinterpret_cast<void*>(to), from, bytes);
+                 return g_fake->Enter("cuMemcpyHtoD");
+             },
+             .MemcpyDtoH = [](void* to, CudaAddress from, std::size_t bytes) -> CudaResult {
+                 std::memcpy(to, reinterpret_cast<const void*>(from), bytes);
+                 return g_fake->Enter("cuMemcpyDtoH");
+             },
              .MemcpyDtoDAsync = nullptr,
-             .MemsetD8 = Calls::MemsetD8,
-             .StreamCreate = Calls::StreamCreate,
-             .StreamDestroy = Calls::StreamDestroy,
-             .EventCreate = Calls::EventCreate,
-             .EventDestroy = Calls::EventDestroy,
-             .EventRecord = Calls::EventRecord,
-             .EventSynchronize = Calls::EventSynchronize,
-             .LaunchKernel = Calls::LaunchKernel};
+             .MemsetD8 = [](CudaAddress address, std::uint8_t value, std::size_t bytes) -> CudaResult {
+                 std::memset(reinterpret_cast<void*>(address), value, bytes);
+                 return g_fake->Enter("cuMemsetD8");
+             },
+             .StreamCreate = Create<CudaStreamObject>,
+             .StreamDestroy = Destroy<CudaStreamObject>,
+             .EventCreate = Create<CudaEventObject>,
+             .EventDestroy = Destroy<CudaEventObject>,
+             .EventRecord = [](CudaEventObject*, CudaStreamObject*) -> CudaResult { return 0; },
+             .EventSynchronize = [](CudaEventObject*) -> CudaResult {
+                 while (g_fake->stuck)
+                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                 return g_fake->Enter("cuEventSynchronize");
+             },
+             .LaunchKernel = [](CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads,
+                                unsigned, unsigned, unsigned, CudaStreamObject*, void** parameters, void**) -> CudaResult {
+                 if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
+                 const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
+                 if (g_fake->run) {
+                     g_fake->run(kernel, parameters[0], blocks, threads);
+                 } else {
+                     g_fake->RunOnCpu(kernel, parameters[0], blocks);
+                 }
+                 return 0;
+             }};
     m_driver.api = &m_api;
     g_fake = this;
 }

@@ -11,56 +11,41 @@ namespace {
 
 constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
 
+template <class Value>
+using Texts = std::initializer_list<std::pair<Value, const wchar_t*>>;
+
 TEST(UnitText, ScalesHashRatesByThousandsBeyond1024) {
-    const struct {
-        std::uint64_t value;
-        const wchar_t* text;
-    } cases[] = {
-        {0, L"0.000 H/s"},
-        {1024, L"1024.000 H/s"},
-        {1025, L"1.025 kH/s"},
-        {1'000'000, L"1000.000 kH/s"},
-        {1'024'999, L"1024.999 kH/s"},
-        {1'025'000, L"1.025 MH/s"},
-        {1'025'000'000'000, L"1.025 TH/s"},
-        {1'025'000'000'000'000, L"1025.000 TH/s"},
-        {kMax, L"18446744.074 TH/s"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(HashRateText(c.value, L"H/s"), c.text) << c.value;
+    for (const auto& [value, text] : Texts<std::uint64_t>{{0, L"0.000 H/s"},
+                                                          {1024, L"1024.000 H/s"},
+                                                          {1025, L"1.025 kH/s"},
+                                                          {1'000'000, L"1000.000 kH/s"},
+                                                          {1'024'999, L"1024.999 kH/s"},
+                                                          {1'025'000, L"1.025 MH/s"},
+                                                          {1'025'000'000'000, L"1.025 TH/s"},
+                                                          {1'025'000'000'000'000, L"1025.000 TH/s"},
+                                                          {kMax, L"18446744.074 TH/s"}})
+        EXPECT_EQ(HashRateText(value, L"H/s"), text) << value;
 }
 
 TEST(UnitText, ScalesBytesBy1024) {
-    const struct {
-        std::uint64_t value;
-        const wchar_t* text;
-    } cases[] = {
-        {0, L"0.0 B"},
-        {1024, L"1024.0 B"},
-        {1025, L"1.0 kB"},
-        {1024 * 1024, L"1024.0 kB"},
-        {1025 * 1024, L"1.0 MB"},
-        {std::uint64_t{24} << 30, L"24.0 GB"},
-        {kMax, L"17179869184.0 GB"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ByteSizeText(c.value), c.text) << c.value;
+    for (const auto& [value, text] : Texts<std::uint64_t>{{0, L"0.0 B"},
+                                                          {1024, L"1024.0 B"},
+                                                          {1025, L"1.0 kB"},
+                                                          {1024 * 1024, L"1024.0 kB"},
+                                                          {1025 * 1024, L"1.0 MB"},
+                                                          {std::uint64_t{24} << 30, L"24.0 GB"},
+                                                          {kMax, L"17179869184.0 GB"}})
+        EXPECT_EQ(ByteSizeText(value), text) << value;
 }
 
 TEST(UnitText, ShowsFractionsOfDifficulties) {
-    const struct {
-        double value;
-        const wchar_t* text;
-    } cases[] = {
-        {0.0, L""},
-        {-1.0, L""},
-        {std::numeric_limits<double>::quiet_NaN(), L""},
-        {0.25, L"0.250 H/s"},
-        {2500.75, L"2.501 kH/s"},
-        {std::numeric_limits<double>::infinity(), L"18446744.074 TH/s"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(DifficultyText(c.value, L"H/s"), c.text) << c.value;
+    for (const auto& [value, text] : Texts<double>{{0.0, L""},
+                                                   {-1.0, L""},
+                                                   {std::numeric_limits<double>::quiet_NaN(), L""},
+                                                   {0.25, L"0.250 H/s"},
+                                                   {2500.75, L"2.501 kH/s"},
+                                                   {std::numeric_limits<double>::infinity(), L"18446744.074 TH/s"}})
+        EXPECT_EQ(DifficultyText(value, L"H/s"), text) << value;
 }
 
 TEST(PortText, TakesDigitsInRangeOnly) {

@@ -119,14 +119,4 @@ TEST(Commands, ConfigurationLine) {
         "\n");
 }
 
-TEST(Commands, TheOtherLines) {
-    const CCommands commands;
-    EXPECT_EQ(commands.Connect(), "{\"cmd\":\"connect\",\"params\":{\"ver\":\"1.0\"}}\n");
-    EXPECT_EQ(CCommands("t").StopMining(), "{\"cmd\":\"stop-mining\",\"params\":{\"token\":\"t\"}}\n");
-    EXPECT_EQ(commands.NonceGenerator("ab", -2, 18446744073709551615u),
-              "{\"cmd\":\"NonceGeneratorSettings\",\"params\":{\"ID\":\"ab\",\"NGM\":-2,\"NGTO\":18446744073709551615}}\n");
-    EXPECT_EQ(commands.NonceGenerator("ab", std::nullopt, 0),
-              "{\"cmd\":\"NonceGeneratorSettings\",\"params\":{\"ID\":\"ab\",\"NGTO\":0}}\n");
-}
-
 }  // namespace

@@ -31,12 +31,6 @@ TEST(Token, MadeOnceKeptAndMadeAnew) {
     EXPECT_TRUE(LoadWebToken(state, false).fresh);
 }
 
-TEST(Token, Comparison) {
-    EXPECT_TRUE(EqualInConstantTime("abc", "abc"));
-    for (const char* other : {"", "ab", "abcd", "abd", "bbc"})
-        EXPECT_FALSE(EqualInConstantTime("abc", other)) << other;
-}
-
 TEST(StateFolder, OneFilePerRig) {
     const CStateFolder state("s");
     EXPECT_EQ(state.SentFile({"rig", 8010}).filename().string(), "sent-rig_8010.json");
