@@ -6,9 +6,9 @@
 #include <set>
 #include <string>
 
-#include "FakeCudaDriver.h"
 #include "FakeHost.h"
 #include "WorkBlocks.h"
+#include "cards/FakeCudaDriver.h"
 #include "ethash/EthashJob.h"
 #include "ethash_cuda/CudaWorker.h"
 #include "gpu_emulator/GpuEmulator.h"

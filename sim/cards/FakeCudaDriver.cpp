@@ -1,4 +1,4 @@
-#include "FakeCudaDriver.h"
+#include "cards/FakeCudaDriver.h"
 
 #include <algorithm>
 #include <chrono>
