@@ -18,6 +18,9 @@ void CControlHost::SetWorkerName(std::wstring_view name) {
 }
 
 void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
+    m_parts.events.Event(EventKind::Configuration, L"",
+                         L"replaced by the controller: " + std::to_wstring(configuration.pools.size()) + L" pools, " +
+                             std::to_wstring(configuration.configurations.size()) + L" configurations");
     m_parts.configuration.Publish(std::move(configuration));
     m_parts.configuration.Save();
     Post(kMessageRefresh, 0);

@@ -51,6 +51,9 @@ class CDialogHost final : public IMainDialogHost {
 
     void MiningAsked(MiningAsker asker) override { m_parts.asker = asker; }
     void NothingToMine() override { m_parts.nothingToMine(); }
+    void ConfigurationEdited() override {
+        m_parts.events.Event(EventKind::Configuration, L"", L"changed in the window and saved");
+    }
     void ShowEventLog() override;
     std::wstring LeftOutPlugIns() const override { return m_parts.leftOutPlugIns; }
     bool Resumes() const override { return m_parts.resume; }

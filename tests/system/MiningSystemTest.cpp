@@ -97,6 +97,35 @@ TEST(RefusalTest, ARefusedUserStopsMining) {
     EXPECT_EQ(rig.Close(), 0);
 }
 
+// What keeps a rig from mining stands in the window and in the event log, and goes again with it.
+TEST(TroubleTest, IsSaidInTheWindowAndInTheEventLog) {
+    struct Case {
+        unsigned port;  // 0: of a pool that works
+        const char* algorithm;
+        std::wstring message;
+    };
+    const Case cases[] = {{1, "2", L"Connection refused; trying again"},
+                          {0, "99", L"The plug-in for algorithm 99 is missing"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.algorithm);
+        CMinerRig rig;
+        CPoolProcess pool(rig.Folder(), "pool", kEasy);
+        rig.Configure(c.port != 0 ? c.port : pool.Port());
+        std::string configuration = FileBytes(rig.ConfigurationFile());
+        const std::string algorithm = "Algo=\"2\"";
+        configuration.replace(configuration.find(algorithm), algorithm.size(), std::string("Algo=\"") + c.algorithm + "\"");
+        std::ofstream(rig.ConfigurationFile()) << configuration;
+        ASSERT_NE(rig.Start(), nullptr);
+        EXPECT_TRUE(rig.WaitForText(kPoolMessage, c.message));
+        EXPECT_TRUE(rig.WaitForText(kMiningState, L"State: Mining"));
+        EXPECT_EQ(rig.Close(), 0);
+        const std::string events = FileBytes(rig.Folder() / "Logs" / "Quorvel-Miner_events.log");
+        const std::string text(c.message.begin(), c.message.end());
+        EXPECT_TRUE(Contains(events, "pool\tPool 1\t" + text)) << events;
+        EXPECT_TRUE(Contains(events, "mining\t\tstarted with the program")) << events;
+    }
+}
+
 // Simulated cards cannot hash: each says so plainly, and nothing claims a speed.
 TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
     CMinerRig rig;

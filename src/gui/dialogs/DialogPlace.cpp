@@ -49,6 +49,7 @@ bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurr
     if (!isBasedOnCurrent && !AskWhether(dialog, kReplaced)) return false;
     host.Configuration().Publish(std::move(configuration));
     host.Configuration().Save();
+    host.ConfigurationEdited();
     const HWND owner = GetWindow(dialog, GW_OWNER);
     PostMessageW(owner, kMessageRefresh, 0, 0);
     PostMessageW(owner, kMessageWorker, 0, 0);

@@ -22,6 +22,8 @@ class IMainDialogHost : public IMiningView {
     virtual void MiningAsked(MiningAsker asker) = 0;
     // There is no configuration: for those who asked from afar.
     virtual void NothingToMine() = 0;
+    // The user has saved a configuration.
+    virtual void ConfigurationEdited() = 0;
     // Opens the event log in the user's editor.
     virtual void ShowEventLog() = 0;
     // Plug-ins that were left out, and why; empty: none.

@@ -47,6 +47,15 @@ class SocketMiner : public testing::Test {
     const std::uint32_t port = CScriptedPeer::FreePort();
 };
 
+TEST_F(SocketMiner, WhoConnectsIsToldWhatLasts) {
+    PoolError trouble{.code = -1001, .time = {7}, .gpuIndex = -1, .text = "Connection refused; trying again"};
+    host.troubles = {trouble};
+    Open();
+    CPeerLink link = Join();
+    EXPECT_EQ(link.ReadLine(),
+              R"({"cmd":"errorinfo","params":{"time":7,"id":-1001,"text":"Connection refused; trying again"}})");
+}
+
 TEST_F(SocketMiner, ControllersComeAndGo) {
     Open({}, 0);
     EXPECT_TRUE(miner.IsOpen() && !miner.IsConnected());
