@@ -48,6 +48,7 @@ std::wstring WithoutLinks(std::wstring text) {
 void TellGuardOfClosing() {
     const HANDLE closing = CreateEventW(nullptr, TRUE, TRUE, kClosingEventName);
     if (closing != nullptr) SetEvent(closing);
+    // cppcheck-suppress resourceLeak ; held until the process is gone
 }
 
 bool PingPool(const PoolEntry& pool, std::uint32_t& roundTrip) {

@@ -86,6 +86,7 @@ bool CTelemetryReader::CWork::ReadNext(std::unique_lock<std::mutex>& lock, const
     NvmlDevice device = std::atomic_ref(gpu.nvmlDevice).load();
     const QvPciInfo pci = gpu.pci;
     std::shared_ptr<INvml> nvml = m_nvml;
+    if (nvml == nullptr) return false;
     lock.unlock();
     if (read.restartDriver) nvml->Reinitialize();
     if (read.findAnew) device = FindDevice(*nvml, pci, m_gpus.size());

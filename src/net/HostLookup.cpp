@@ -39,19 +39,21 @@ CHostLookup::~CHostLookup() = default;
 std::optional<LookUpAnswer> CHostLookup::LookUp(const std::wstring& host, HANDLE stopEvent,
                                                 std::uint32_t limitMilliseconds) {
     Host& entry = m_hosts[host];
-    if (!entry.pending) {
-        const auto request = std::make_shared<Request>(m_resolver, host);
+    std::shared_ptr<Request> request = entry.pending;
+    if (!request) {
+        request = std::make_shared<Request>(m_resolver, host);
         if (!request->done.IsValid() || !StartDetached([request] { request->Run(); })) {
             return LookUpAnswer{WSA_NOT_ENOUGH_MEMORY, false, entry.known};
         }
         entry.pending = request;
     }
-    const std::array<HANDLE, 2> events = {stopEvent, entry.pending->done.Get()};
+    const std::array<HANDLE, 2> events = {stopEvent, request->done.Get()};
     const DWORD ended = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE, limitMilliseconds);
     if (ended == WAIT_OBJECT_0) return std::nullopt;
     if (ended != WAIT_OBJECT_0 + 1) return LookUpAnswer{WSATRY_AGAIN, true, entry.known};
 
-    ResolveResult result = std::move(std::exchange(entry.pending, nullptr)->result);
+    entry.pending.reset();
+    ResolveResult result = std::move(request->result);
     if (result.error == 0 && result.addresses.empty()) result.error = WSANO_DATA;
     if (result.error == 0) entry.known = std::move(result.addresses);
     return LookUpAnswer{result.error, false, entry.known};
