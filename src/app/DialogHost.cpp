@@ -157,14 +157,22 @@ void CDialogHost::ShowEventLog() {
                        TaskDialogIcon::Error);
 }
 
-void CDialogHost::OpenControl() {
+std::wstring CDialogHost::ReplaceConfiguration(MinerConfiguration configuration) {
+    m_parts.configuration.Publish(std::move(configuration));
+    m_parts.configuration.Save();
+    m_parts.events.Event(EventKind::Configuration, L"", L"changed in the window and saved");
+    return {};
+}
+
+std::wstring CDialogHost::OpenControl() {
     EndpointRecord endpoint;
     endpoint.address = m_parts.settings.HostIP;
     endpoint.port = m_parts.settings.HostPort;
     m_parts.control.Open(endpoint, m_parts.settings.ControlToken);
+    return {};
 }
 
-std::wstring CDialogHost::ControlWarning() const {
+DialogNote CDialogHost::ControlNote() const {
     const bool isSafe = IsLoopback(m_parts.settings.HostIP) || !m_parts.settings.ControlToken.empty();
-    return isSafe ? std::wstring() : L" - no password: every machine in the network can control this miner";
+    return {isSafe ? L"" : L"No password: anybody in the network can steer this miner", false};
 }

@@ -43,6 +43,10 @@ class CDialogHost final : public IMainDialogHost {
 
     RuntimeSettings& Settings() override { return m_parts.settings; }
     void SaveSettings() override { m_parts.settingsFile.Save(m_parts.settings); }
+    void SaveConfiguration() override { m_parts.configuration.Save(); }
+    LateFiles RetryFiles() override { return {}; }
+    std::wstring LoadMessage() const override { return {}; }
+    std::wstring ReplaceConfiguration(MinerConfiguration configuration) override;
     CConfigurationStore& Configuration() override { return m_parts.configuration; }
     const CAlgorithmList& Algorithms() const override { return m_parts.algorithms; }
     GpuSpan Gpus() const override { return m_parts.gpus; }
@@ -51,9 +55,6 @@ class CDialogHost final : public IMainDialogHost {
 
     void MiningAsked(MiningAsker asker) override { m_parts.asker = asker; }
     void NothingToMine() override { m_parts.nothingToMine(); }
-    void ConfigurationEdited() override {
-        m_parts.events.Event(EventKind::Configuration, L"", L"changed in the window and saved");
-    }
     void ShowEventLog() override;
     std::wstring LeftOutPlugIns() const override { return m_parts.leftOutPlugIns; }
     bool Resumes() const override { return m_parts.resume; }
@@ -62,10 +63,10 @@ class CDialogHost final : public IMainDialogHost {
     ddt_datetime MiningStart() const override { return m_miningStart; }
     void ReadTelemetry() override { m_parts.requestTelemetry(); }
 
-    void OpenControl() override;
+    std::wstring OpenControl() override;
     void CloseControl() override { m_parts.control.Close(); }
     bool IsControlOpen() const override { return m_parts.control.IsOpen(); }
-    std::wstring ControlWarning() const override;
+    DialogNote ControlNote() const override;
     void SendUpdateReport() override { m_parts.control.SendUpdateReport(); }
 
   private:

@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -13,6 +14,15 @@ class CAlgorithmList;
 using PoolPointer = std::shared_ptr<const PoolEntry>;
 using GpuSpan = std::span<QvGpuRecord* const>;
 
+// A GPU that a configuration names and this machine does not have now. Nothing mines with it and nobody is shown it but who
+// edits the configuration; it stays in the file and counts again when the card is back.
+struct AbsentGpu {
+    std::array<std::uint8_t, QV_UUID_BYTES> uuid = {};
+    std::int32_t NGM = 0;
+    std::uint64_t NGTO = 0;
+    std::size_t place = 0;  // in the configuration's list, among the GPUs that are present
+};
+
 // Pools and GPUs that mine together. The pool pointers are never null; gpus is never empty once stored. The GPU records
 // belong to the GPU list and live until exit.
 struct ConfigurationEntry {
@@ -21,6 +31,13 @@ struct ConfigurationEntry {
     std::uint64_t GpuAttributs = 0;
     std::uint64_t PoolAttributs = 0;
     std::vector<QvGpuRecord*> gpus;
+    std::vector<AbsentGpu> absentGpus = {};  // by place
+};
+
+// A configuration none of whose GPUs is present: kept as an absent GPU is.
+struct AbsentConfiguration {
+    std::size_t place = 0;     // in the file's list, among the others
+    ConfigurationEntry entry;  // gpus empty, absentGpus not
 };
 
 inline constexpr std::size_t kWorkerNameChars = 18;  // with the terminator
@@ -30,7 +47,8 @@ struct MinerConfiguration {
     wchar_t DefaultWorkerName[kWorkerNameChars] = {};
     std::vector<PoolPointer> pools;
     std::vector<ConfigurationEntry> configurations;
-    std::vector<GpuSetting> gpuSettings;  // given to the GPU records when this is published, then empty
+    std::vector<AbsentConfiguration> absentConfigurations;  // by place
+    std::vector<GpuSetting> gpuSettings;                    // given to the GPU records when this is published, then empty
 };
 
 using ConfigurationPointer = std::shared_ptr<const MinerConfiguration>;

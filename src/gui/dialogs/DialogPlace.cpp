@@ -47,9 +47,10 @@ bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurr
     constexpr wchar_t kReplaced[] =
         L"The configuration was replaced meanwhile, by a remote controller. Save yours all the same, and lose the other?";
     if (!isBasedOnCurrent && !AskWhether(dialog, kReplaced)) return false;
-    host.Configuration().Publish(std::move(configuration));
-    host.Configuration().Save();
-    host.ConfigurationEdited();
+    if (const std::wstring reason = host.ReplaceConfiguration(std::move(configuration)); !reason.empty()) {
+        ShowTaskDialog(kApplicationName, reason, TaskDialogIcon::Error);
+        return false;
+    }
     const HWND owner = GetWindow(dialog, GW_OWNER);
     PostMessageW(owner, kMessageRefresh, 0, 0);
     PostMessageW(owner, kMessageWorker, 0, 0);

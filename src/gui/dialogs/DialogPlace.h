@@ -10,8 +10,9 @@ void KeepDialogPlace(HWND dialog, SettingsRect& place);
 // A warning that can be answered with OK or Cancel.
 bool AskWhether(HWND dialog, const std::wstring& question);
 
-// Publishes what a dialog edited, saves it and has the main dialog (the owner) show it. False, with nothing changed: another
-// configuration was published meanwhile, and the user wants to keep that one.
+// Saves and publishes what a dialog edited and has the main dialog (the owner) show it. False, with nothing changed: it
+// could not be saved, and the user was told why; or another configuration was published meanwhile, and he wants to keep that
+// one.
 bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurrent, MinerConfiguration configuration);
 
 template <typename Model>

@@ -6,11 +6,32 @@
 #include "config/RuntimeSettings.h"
 #include "gui/MiningView.h"
 
+// What the dialog says of something that runs.
+struct DialogNote {
+    std::wstring text;       // empty: nothing
+    bool isProblem = false;  // it does not do what it should; else a warning
+};
+
+// What came of files that could not be read before.
+struct LateFiles {
+    bool settings = false;       // Settings are the file's now
+    bool configuration = false;  // a configuration was published
+};
+
 // What the main dialog has done by the program around it. GUI thread.
 class IMainDialogHost : public IMiningView {
   public:
     virtual RuntimeSettings& Settings() = 0;
+    // What fails is told as trouble and tried again. Never waits.
     virtual void SaveSettings() = 0;
+    virtual void SaveConfiguration() = 0;
+    // Every second: tries again what could not be saved or read.
+    virtual LateFiles RetryFiles() = 0;
+    // What was left out of the files as they were read, and where the copies are; empty: nothing.
+    virtual std::wstring LoadMessage() const = 0;
+    // Saves the configuration and then puts it in force. Why it could not be saved, with the path; nothing has changed then.
+    // Empty: done.
+    virtual std::wstring ReplaceConfiguration(MinerConfiguration configuration) = 0;
     virtual CConfigurationStore& Configuration() = 0;
     virtual const CAlgorithmList& Algorithms() const = 0;
     virtual GpuSpan Gpus() const = 0;
@@ -22,8 +43,6 @@ class IMainDialogHost : public IMiningView {
     virtual void MiningAsked(MiningAsker asker) = 0;
     // There is no configuration: for those who asked from afar.
     virtual void NothingToMine() = 0;
-    // The user has saved a configuration.
-    virtual void ConfigurationEdited() = 0;
     // Opens the event log in the user's editor.
     virtual void ShowEventLog() = 0;
     // Plug-ins that were left out, and why; empty: none.
@@ -38,12 +57,13 @@ class IMainDialogHost : public IMiningView {
     // Reads the sensors of every GPU into its record.
     virtual void ReadTelemetry() = 0;
 
-    // Opens the control channel at the address and port of the settings.
-    virtual void OpenControl() = 0;
+    // Opens the control channel at the address and port of the settings. Why it is not open, for the user; empty: it is, or
+    // goes on trying.
+    virtual std::wstring OpenControl() = 0;
     virtual void CloseControl() = 0;
     virtual bool IsControlOpen() const = 0;
-    // Why the open channel is not safe, for the user; empty when it is.
-    virtual std::wstring ControlWarning() const = 0;
+    // Why the channel, which should listen, does not, else why it is not safe: one short line for the user.
+    virtual DialogNote ControlNote() const = 0;
     // To the controller, when one is connected.
     virtual void SendUpdateReport() = 0;
 };

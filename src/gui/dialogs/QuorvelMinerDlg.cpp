@@ -105,7 +105,7 @@ bool CQuorvelMinerDlg::OnEndSession(bool ending) {
     if (!ending) return false;
     EndWork();
     m_host.SaveSettings();
-    m_host.Configuration().Save();
+    m_host.SaveConfiguration();
     OnClose();
     return true;
 }
@@ -116,7 +116,7 @@ void CQuorvelMinerDlg::OnTimer() {
         m_host.SendUpdateReport();
     }
     if (m_tick % kTelemetryTicks == 0) m_host.ReadTelemetry();
-    if (m_tick % kSaveTicks == 0) m_host.Configuration().Save();
+    if (m_tick % kSaveTicks == 0) m_host.SaveConfiguration();
     RefreshAll();
     ++m_tick;
 }
@@ -207,7 +207,8 @@ void CQuorvelMinerDlg::StartListening() {
     PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Listening), 0);
     SetItemText(IDC_START_LISTEN, ListenButtonText(true));
     EnableListenFields(false);
-    SetItemText(IDC_CONTROL_SEPARATOR, kControlCaption + m_host.ControlWarning());
+    const DialogNote note = m_host.ControlNote();
+    SetItemText(IDC_CONTROL_SEPARATOR, note.text.empty() ? kControlCaption : kControlCaption + L" - " + note.text);
 }
 
 void CQuorvelMinerDlg::StopListening() {
