@@ -13,7 +13,7 @@ void CControlHost::ControlStateChanged(ControlChannelState state) {
 
 void CControlHost::SetWorkerName(std::wstring_view name) {
     m_parts.configuration.SetDefaultWorkerName(name);
-    m_parts.configuration.Save();
+    m_parts.files.SaveForController();
     Post(kMessageWorker, 0);
 }
 
@@ -22,7 +22,9 @@ void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
                          L"replaced by the controller: " + std::to_wstring(configuration.pools.size()) + L" pools, " +
                              std::to_wstring(configuration.configurations.size()) + L" configurations");
     m_parts.configuration.Publish(std::move(configuration));
-    m_parts.configuration.Save();
+    m_parts.files.Superseded();
+    m_parts.files.SaveForController();
+    m_parts.configurationReplaced();
     Post(kMessageRefresh, 0);
 }
 

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
-#include "config/ConfigurationStore.h"
+#include "app/UserFiles.h"
 #include "control/ControlHost.h"
 #include "gui/MiningView.h"
 #include "mining/Mining.h"
@@ -12,6 +12,7 @@ class CControlHost final : public IControlHost {
   public:
     struct Parts {
         CConfigurationStore& configuration;
+        CUserFiles& files;
         const CMining& mining;
         GpuSpan gpus;
         const std::wstring& hostName;
@@ -20,6 +21,7 @@ class CControlHost final : public IControlHost {
         const CTroubleBoard& troubles;
         IEventSink& events;
         std::atomic<MiningAsker>& asker;
+        std::function<void()> configurationReplaced;
     };
     explicit CControlHost(const Parts& parts) : m_parts(parts) {}
 

@@ -145,6 +145,7 @@ void CDialogHost::StopMining() {
     m_parts.events.Event(EventKind::Mining, L"", std::wstring(L"stopped") + AskerText(asker));
     m_parts.mining.Stop();
     SetThreadExecutionState(ES_CONTINUOUS);
+    m_parts.miningStopped();
 }
 
 void CDialogHost::ShowEventLog() {
@@ -158,10 +159,17 @@ void CDialogHost::ShowEventLog() {
 }
 
 std::wstring CDialogHost::ReplaceConfiguration(MinerConfiguration configuration) {
-    m_parts.configuration.Publish(std::move(configuration));
-    m_parts.configuration.Save();
+    std::wstring reason = m_parts.files.Replace(std::move(configuration));
+    if (!reason.empty()) return reason;
     m_parts.events.Event(EventKind::Configuration, L"", L"changed in the window and saved");
+    m_parts.configurationReplaced();
     return {};
+}
+
+LateFiles CDialogHost::RetryFiles() {
+    const LateFiles late = m_parts.files.Retry();
+    if (late.configuration) m_parts.configurationReplaced();
+    return late;
 }
 
 std::wstring CDialogHost::OpenControl() {

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
-#include "config/RuntimeSettings.h"
+#include "app/UserFiles.h"
 #include "control/SocketMiner.h"
 #include "gui/dialogs/MainDialogHost.h"
 #include "mining/Mining.h"
@@ -14,7 +14,8 @@ class CDialogHost final : public IMainDialogHost {
   public:
     struct Parts {
         RuntimeSettings& settings;
-        CRuntimeSettingsFile& settingsFile;
+        CUserFiles& files;
+        CStandingTrouble& trouble;
         CConfigurationStore& configuration;
         const CAlgorithmList& algorithms;
         CMining& mining;
@@ -32,6 +33,8 @@ class CDialogHost final : public IMainDialogHost {
         std::atomic<MiningAsker>& asker;
         std::function<void()> nothingToMine;
         std::function<void()> miningStarts;  // before it does
+        std::function<void()> miningStopped;
+        std::function<void()> configurationReplaced;
         std::function<void()> requestTelemetry;
     };
     explicit CDialogHost(const Parts& parts) : m_parts(parts) {}
@@ -42,10 +45,10 @@ class CDialogHost final : public IMainDialogHost {
     MiningHealth Health() const override;
 
     RuntimeSettings& Settings() override { return m_parts.settings; }
-    void SaveSettings() override { m_parts.settingsFile.Save(m_parts.settings); }
-    void SaveConfiguration() override { m_parts.configuration.Save(); }
-    LateFiles RetryFiles() override { return {}; }
-    std::wstring LoadMessage() const override { return {}; }
+    void SaveSettings() override { m_parts.files.SaveSettings(); }
+    void SaveConfiguration() override { m_parts.files.SaveConfiguration(); }
+    LateFiles RetryFiles() override;
+    std::wstring LoadMessage() const override { return m_parts.files.LoadMessage(); }
     std::wstring ReplaceConfiguration(MinerConfiguration configuration) override;
     CConfigurationStore& Configuration() override { return m_parts.configuration; }
     const CAlgorithmList& Algorithms() const override { return m_parts.algorithms; }

@@ -68,7 +68,12 @@ std::wstring LeftOutText(const CAlgorithmList& algorithms) {
 }  // namespace
 
 CQuorvelMinerApp::CQuorvelMinerApp(bool guarded, bool resume)
-    : m_guarded(guarded), m_resume(resume), m_hostName(ComputerName()) {}
+    : m_guarded(guarded),
+      m_resume(resume),
+      m_hostName(ComputerName()),
+      m_standingTrouble(m_troubles, m_events, [this](const PoolError& error) {
+          if (m_control != nullptr) m_control->SendErrorReport(error);
+      }) {}
 
 CQuorvelMinerApp::~CQuorvelMinerApp() = default;
 
@@ -83,7 +88,7 @@ bool CQuorvelMinerApp::InitInstance() {
     m_eventLogFile = m_folders.logsFolder + kApplicationName + L"_events.log";
     m_events.Event(EventKind::Program, L"", L"started, version " + NarrowToWide(kVersionText));
     m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
-    m_settingsFile->Load(m_settings);
+    const FileLoad settingsLoad = m_settingsFile->Load(m_settings);
     OpenMainLog();
     EnumerateAlgorithms(m_folders.algosFolder, m_folders.settingsFolder + L"PlugIns.txt", m_events, m_algorithms);
     if (!DiscoverGpus()) {
@@ -91,7 +96,7 @@ bool CQuorvelMinerApp::InitInstance() {
         return false;
     }
     TellStart();
-    LoadConfiguration();
+    LoadConfiguration(settingsLoad);
     RunProgram();
     m_events.Event(EventKind::Program, L"", L"ended");
     return false;
@@ -138,14 +143,12 @@ bool CQuorvelMinerApp::DiscoverGpus() {
     }
 }
 
-void CQuorvelMinerApp::LoadConfiguration() {
-    m_configuration = std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus->Gpus(),
-                                                            [this](const std::wstring& text) {
-                                                                LogMain(text.c_str());
-                                                                m_events.Event(EventKind::Configuration, L"", text);
-                                                            });
+void CQuorvelMinerApp::LoadConfiguration(const FileLoad& settingsLoad) {
+    m_configuration = std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus->Gpus());
+    m_files = std::make_unique<CUserFiles>(m_settings, *m_settingsFile, *m_configuration, m_standingTrouble);
     m_configuration->SetDefaultWorkerName(m_hostName);
-    m_configuration->Load();
+    m_files->Load(settingsLoad);
+    CheckPlugIns();
     for (const auto& entry : m_configuration->Current()->configurations) {
         m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Configuration: %d GPUs on %s, backup %s",
                             static_cast<int>(entry.gpus.size()), entry.primaryPool->Name, entry.secondaryPool->Name);
@@ -153,6 +156,22 @@ void CQuorvelMinerApp::LoadConfiguration() {
     m_events.Event(EventKind::Configuration, L"",
                    L"read: " + std::to_wstring(m_configuration->Current()->pools.size()) + L" pools, " +
                        std::to_wstring(m_configuration->Current()->configurations.size()) + L" configurations");
+}
+
+void CQuorvelMinerApp::CheckPlugIns() {
+    const ConfigurationPointer configuration = m_configuration->Current();
+    std::wstring text;
+    if (m_mining == nullptr || !m_mining->IsRunning()) {
+        for (const PoolPointer& pool : configuration->pools) {
+            const bool isUsed = std::ranges::any_of(configuration->configurations, [&](const ConfigurationEntry& entry) {
+                return entry.primaryPool == pool || entry.secondaryPool == pool;
+            });
+            if (!isUsed || pool->algorithm->libraryPath[0] != L'\0') continue;
+            text.append(text.empty() ? L"" : L"; ").append(L"no plug-in for algorithm ").append(std::to_wstring(pool->Algo));
+            text.append(L" of pool ").append(pool->Name);
+        }
+    }
+    m_standingTrouble.Set(CStandingTrouble::Source::PlugIns, text);
 }
 
 void CQuorvelMinerApp::TellStart() {
@@ -174,6 +193,7 @@ void CQuorvelMinerApp::NothingToMine() {
 }
 
 void CQuorvelMinerApp::MiningStarts() {
+    m_standingTrouble.Set(CStandingTrouble::Source::PlugIns, {});
     m_plugInMessages.Clear();
     if (const auto stopped = m_troubles.ClearStopped())
         m_control->SendErrorReport(OverError(*stopped, SystemClock().UtcNow()));
@@ -197,6 +217,7 @@ void CQuorvelMinerApp::RunProgram() {
         m_gpus->Gpus(), m_nvml, SystemClock(),
         [this](const QvGpuRecord& gpu, SensorState state) { SensorsChanged(gpu, state); });
     m_controlHost = std::make_unique<CControlHost>(CControlHost::Parts{.configuration = *m_configuration,
+                                                                       .files = *m_files,
                                                                        .mining = *m_mining,
                                                                        .gpus = m_gpus->Gpus(),
                                                                        .hostName = m_hostName,
@@ -208,7 +229,8 @@ void CQuorvelMinerApp::RunProgram() {
                                                                            },
                                                                        .troubles = m_troubles,
                                                                        .events = m_events,
-                                                                       .asker = m_asker});
+                                                                       .asker = m_asker,
+                                                                       .configurationReplaced = [this] { CheckPlugIns(); }});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
     RunDialog();
     TellGuardOfClosing();
@@ -218,7 +240,8 @@ void CQuorvelMinerApp::RunProgram() {
 
 void CQuorvelMinerApp::RunDialog() {
     CDialogHost host({.settings = m_settings,
-                      .settingsFile = *m_settingsFile,
+                      .files = *m_files,
+                      .trouble = m_standingTrouble,
                       .configuration = *m_configuration,
                       .algorithms = m_algorithms,
                       .mining = *m_mining,
@@ -236,6 +259,8 @@ void CQuorvelMinerApp::RunDialog() {
                       .asker = m_asker,
                       .nothingToMine = [this] { NothingToMine(); },
                       .miningStarts = [this] { MiningStarts(); },
+                      .miningStopped = [this] { CheckPlugIns(); },
+                      .configurationReplaced = [this] { CheckPlugIns(); },
                       .requestTelemetry = [this] { m_telemetry->Request(); }});
     CXTPPaintManager paint;
     CThemeManager themes(paint, m_folders.installationFolder);
@@ -252,8 +277,11 @@ void CQuorvelMinerApp::RunDialog() {
 
 int CQuorvelMinerApp::ExitInstance() {
     if (m_instanceMutex != nullptr) {
-        if (m_configuration != nullptr) m_configuration->Save();
-        m_settingsFile->Save(m_settings);
+        if (m_files != nullptr) {
+            m_files->SaveAtExit(m_events);
+        } else {
+            m_settingsFile->Save(m_settings, Patience::OneSecond);
+        }
         WSACleanup();
         ReleaseMutex(m_instanceMutex);
     }

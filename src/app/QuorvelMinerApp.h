@@ -5,6 +5,8 @@
 #include <string>
 #include "app/ApplicationFolders.h"
 #include "app/ControlHost.h"
+#include "app/StandingTrouble.h"
+#include "app/UserFiles.h"
 #include "config/AlgorithmList.h"
 #include "config/ConfigurationStore.h"
 #include "config/RuntimeSettings.h"
@@ -44,7 +46,9 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     bool ClaimSingleInstance();
     void OpenMainLog();
     bool DiscoverGpus();
-    void LoadConfiguration();
+    void LoadConfiguration(const FileLoad& settingsLoad);
+    // Trouble of pools that no plug-in can mine on; while mining runs it is the sessions' own. Any thread.
+    void CheckPlugIns();
     void TellStart();
     void NothingToMine();
     void MiningStarts();
@@ -73,6 +77,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CBKLogSystem m_mainLog;
     std::wstring m_eventLogFile;
     CTroubleBoard m_troubles;
+    CStandingTrouble m_standingTrouble;
     std::map<std::int32_t, PoolError> m_sensorTroubles;  // by CUDA id; used under the telemetry reader's lock
     CPlugInMessages m_plugInMessages;
     std::atomic<MiningAsker> m_asker = MiningAsker::Unknown;
@@ -85,6 +90,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     std::unique_ptr<CManagerMinerGpus> m_gpus;
     std::unique_ptr<CTelemetryReader> m_telemetry;
     std::unique_ptr<CConfigurationStore> m_configuration;
+    std::unique_ptr<CUserFiles> m_files;
     std::unique_ptr<MiningContext> m_miningContext;
     std::unique_ptr<CMining> m_mining;
     CFeePoolIds m_feePoolIds;

@@ -20,5 +20,7 @@ bool CopyToField(std::string_view text, std::span<char> field) noexcept;
 std::string Utf8ToNarrow(std::string_view utf8, bool* lossy);
 std::string NarrowToUtf8(std::string_view text);
 std::string WideToUtf8(std::wstring_view text);
+// From a code page of the system's (natively: all are Latin-1); one that it does not have is taken for the ANSI one.
+std::string CodePageToUtf8(unsigned codePage, std::string_view text);
 // What is malformed becomes U+FFFD. Windows only.
 std::wstring Utf8ToWide(std::string_view text);

@@ -6,26 +6,6 @@ namespace {
 
 constexpr char kReplacement = '?';
 
-void AppendUtf8(std::string& out, char32_t code) {
-    const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(static_cast<unsigned char>(byte))); };
-    const auto follow = [&put, code](unsigned shift) { put(0x80 | (code >> shift & 0x3F)); };
-    if (code < 0x80) {
-        put(code);
-    } else if (code < 0x800) {
-        put(0xC0 | code >> 6);
-        follow(0);
-    } else if (code < 0x10000) {
-        put(0xE0 | code >> 12);
-        follow(6);
-        follow(0);
-    } else {
-        put(0xF0 | code >> 18);
-        follow(12);
-        follow(6);
-        follow(0);
-    }
-}
-
 }  // namespace
 
 std::string WideToNarrow(std::wstring_view text) {
@@ -74,6 +54,10 @@ std::string NarrowToUtf8(std::string_view text) {
     for (const char c : text)
         AppendUtf8(utf8, static_cast<unsigned char>(c));
     return utf8;
+}
+
+std::string CodePageToUtf8(unsigned, std::string_view text) {
+    return NarrowToUtf8(text);
 }
 
 std::string WideToUtf8(std::wstring_view text) {

@@ -100,6 +100,10 @@ std::string NarrowToUtf8(std::string_view text) {
     return ToBytes(CP_UTF8, ToWide(CP_ACP, text));
 }
 
+std::string CodePageToUtf8(unsigned codePage, std::string_view text) {
+    return ToBytes(CP_UTF8, ToWide(IsValidCodePage(codePage) ? codePage : CP_ACP, text));
+}
+
 std::string WideToUtf8(std::wstring_view text) {
     return ToBytes(CP_UTF8, text);
 }

@@ -1,8 +1,19 @@
+#include <algorithm>
+#include <limits>
+
 #include "common/CodePage.h"
+#include "common/Hex.h"
 #include "config/ConfigurationXml.h"
 #include "support/XmlAttributes.h"
 
 namespace {
+
+using GpuId = std::array<std::uint8_t, QV_UUID_BYTES>;
+
+template <typename Number>
+constexpr std::int64_t kLeast = std::numeric_limits<Number>::min();
+template <typename Number>
+constexpr std::int64_t kMost = std::numeric_limits<Number>::max();
 
 // The 64-bit words are written unsigned, but read as the C runtime reads a signed number.
 std::uint64_t ParseUInt64(const std::string& text) {
@@ -19,26 +30,34 @@ void ReadNumber(const XML_NODE& element, std::string_view name, Field& field, Nu
     if (const std::string* value = FindAttribute(element, name)) field = parse(*value);
 }
 
-std::vector<const XML_NODE*> CollectFrom(const XML_NODE& root, std::string_view list, std::string_view name) {
-    const XML_NODE* parent = FindChild(root, list);
-    return parent == nullptr ? std::vector<const XML_NODE*>() : CollectChildren(*parent, name);
-}
-
 class CConfigurationReader {
   public:
     CConfigurationReader(CConfigurationBuilder& builder, CLoadReport& report) : m_builder(builder), m_report(report) {}
 
     void ReadRoot(const XML_NODE& root) {
         if (root.name != kConfigurationRoot) m_report.Dropped(L"the root element, which is no MinerConfig");
+        m_report.CheckNames(root, {"DefaultWorkerName"}, {"Pools", "Configurations"}, L"the file");
         ReadText(root, "DefaultWorkerName", m_builder.configuration.DefaultWorkerName, L"the file");
-        for (const XML_NODE* pool : CollectFrom(root, "Pools", "Pool"))
+        for (const XML_NODE* pool : Collect(root, "Pools", "Pool", L"the file"))
             ReadPool(*pool);
         std::size_t number = 0;
-        for (const XML_NODE* config : CollectFrom(root, "Configurations", "Config"))
+        for (const XML_NODE* config : Collect(root, "Configurations", "Config", L"the file"))
             ReadConfig(*config, std::wstring(L"configuration ").append(std::to_wstring(++number)));
     }
 
   private:
+    // The children of the first list of that name.
+    std::vector<const XML_NODE*> Collect(const XML_NODE& element, std::string_view list, std::string_view name,
+                                         std::wstring_view owner) {
+        const std::vector<const XML_NODE*> lists = CollectChildren(element, list);
+        if (lists.empty()) return {};
+        const std::wstring listName = NarrowToWide(list);
+        for (std::size_t i = 1; i < lists.size(); ++i)
+            m_report.Dropped(std::wstring(L"another ").append(listName).append(L" of ").append(owner));
+        m_report.CheckNames(*lists[0], {}, {name}, std::wstring(listName).append(L" of ").append(owner));
+        return CollectChildren(*lists[0], name);
+    }
+
     void ReadText(const XML_NODE& element, std::string_view name, std::span<wchar_t> field, std::wstring_view owner) {
         const std::string* value = FindAttribute(element, name);
         if (value == nullptr || NarrowToField(*value, field)) return;
@@ -49,6 +68,8 @@ class CConfigurationReader {
         PoolEntry pool;
         ReadNumber(element, "ID", pool.ID, ParseId);
         const std::wstring owner = std::wstring(L"pool ").append(std::to_wstring(static_cast<std::int32_t>(pool.ID)));
+        m_report.CheckNames(element, {"ID", "Name", "Server", "Port", "WalletUser", "Password", "WorkerOverride", "Algo"},
+                            {}, owner);
         ReadText(element, "Name", pool.Name, owner);
         ReadText(element, "Server", pool.Server, owner);
         ReadNumber(element, "Port", pool.Port, ParseUInt32);
@@ -56,7 +77,20 @@ class CConfigurationReader {
         ReadText(element, "Password", pool.Password, owner);
         ReadText(element, "WorkerOverride", pool.WorkerOverride, owner);
         ReadNumber(element, "Algo", pool.Algo, ParseInt32);
+        CheckNumber<std::int32_t>(element, "ID", owner);
+        m_report.CheckNumber(element, "Port", 1, kMost<std::uint16_t>, owner);
+        CheckNumber<std::int32_t>(element, "Algo", owner);
         if (m_builder.AddPool(pool) == nullptr) m_report.Dropped(std::wstring(L"another ").append(owner));
+    }
+
+    template <typename Number>
+    void CheckNumber(const XML_NODE& element, std::string_view name, std::wstring_view owner) {
+        m_report.CheckNumber(element, name, kLeast<Number>, kMost<Number>, owner);
+    }
+
+    // As they are read: signed. Text for more than that saturates.
+    void CheckWord(const XML_NODE& element, std::string_view name, std::wstring_view owner) {
+        m_report.CheckNumber(element, name, 0, kMost<std::int64_t>, owner);
     }
 
     PoolPointer ReadPoolReference(const XML_NODE& element, std::string_view name, std::wstring_view owner) {
@@ -64,6 +98,7 @@ class CConfigurationReader {
         if (value == nullptr) return m_builder.UnassignedPool();
         const auto id = ParseId(*value);
         PoolPointer pool = m_builder.FindPool(id);
+        CheckNumber<std::int32_t>(element, name, owner);
         if (pool->ID != id) {
             m_report.Dropped(NarrowToWide(name).append(L" of ").append(owner).append(L", which names no pool"));
         }
@@ -71,46 +106,56 @@ class CConfigurationReader {
     }
 
     void ReadConfig(const XML_NODE& element, std::wstring_view owner) {
+        m_report.CheckNames(element, {"PrimaryPoolID", "SecondaryPoolID", "GpuAttributs", "PoolAttributs"}, {"Gpus"}, owner);
         ConfigurationEntry entry;
         entry.primaryPool = ReadPoolReference(element, "PrimaryPoolID", owner);
         entry.secondaryPool = ReadPoolReference(element, "SecondaryPoolID", owner);
         ReadNumber(element, "GpuAttributs", entry.GpuAttributs, ParseUInt64);
         ReadNumber(element, "PoolAttributs", entry.PoolAttributs, ParseUInt64);
-        std::vector<const XML_NODE*> absent;
-        for (const XML_NODE* gpu : CollectFrom(element, "Gpus", "Gpu")) {
-            if (!ReadGpu(*gpu, entry)) absent.push_back(gpu);
-        }
-        if (entry.gpus.empty()) {
-            m_report.Dropped(std::wstring(owner).append(L", none of whose GPUs is present"));
+        CheckWord(element, "GpuAttributs", owner);
+        CheckWord(element, "PoolAttributs", owner);
+        for (const XML_NODE* gpu : Collect(element, "Gpus", "Gpu", owner))
+            ReadGpu(*gpu, entry, owner);
+        if (entry.gpus.empty() && entry.absentGpus.empty())
+            m_report.Dropped(std::wstring(owner).append(L", which has no GPU"));
+        else
+            m_builder.AddConfiguration(entry);
+    }
+
+    void ReadGpu(const XML_NODE& element, ConfigurationEntry& entry, std::wstring_view owner) {
+        const std::string* const text = FindAttribute(element, "ID");
+        if (text == nullptr || !IsGpuId(*text)) {
+            m_report.Dropped(std::wstring(L"a GPU without a valid ID of ").append(owner));
             return;
         }
-        for (const XML_NODE* gpu : absent)
-            m_report.Dropped(GpuText(*gpu).append(L" of ").append(owner).append(L", which is not present"));
-        m_builder.AddConfiguration(entry);
-    }
-
-    // False: the element names no GPU of this machine.
-    bool ReadGpu(const XML_NODE& element, ConfigurationEntry& entry) {
-        const std::string* id = FindAttribute(element, "ID");
-        QvGpuRecord* gpu = id == nullptr ? nullptr : m_builder.FindGpu(*id);
-        if (gpu == nullptr) return false;
-        GpuSetting settings{gpu, std::nullopt, std::nullopt};
-        ReadNumber(element, "NGM", settings.NGM, ParseInt32);
-        ReadNumber(element, "NGTO", settings.NGTO, ParseUInt64);
-        m_builder.configuration.gpuSettings.push_back(settings);
-        entry.gpus.push_back(gpu);
-        return true;
-    }
-
-    // The file's text goes into the log only when it has the form of an ID.
-    static std::wstring GpuText(const XML_NODE& element) {
-        const std::string* id = FindAttribute(element, "ID");
-        const bool plain = id != nullptr && IsGpuId(*id);
-        return std::wstring(L"GPU ").append(plain ? NarrowToWide(*id) : L"without a valid ID");
+        const std::wstring name = std::wstring(L"GPU ").append(NarrowToWide(*text)).append(L" of ").append(owner);
+        GpuId id = {};
+        HexDecode(*text, id);
+        if (std::ranges::find(m_named, id) != m_named.end()) {
+            m_report.Dropped(std::wstring(name).append(L", which is named before"));
+            return;
+        }
+        m_named.push_back(id);
+        m_report.CheckNames(element, {"ID", "NGM", "NGTO"}, {}, name);
+        CheckNumber<std::int32_t>(element, "NGM", name);
+        CheckWord(element, "NGTO", name);
+        if (QvGpuRecord* const gpu = m_builder.FindGpu(*text)) {
+            GpuSetting settings{gpu, std::nullopt, std::nullopt};
+            ReadNumber(element, "NGM", settings.NGM, ParseInt32);
+            ReadNumber(element, "NGTO", settings.NGTO, ParseUInt64);
+            m_builder.configuration.gpuSettings.push_back(settings);
+            entry.gpus.push_back(gpu);
+            return;
+        }
+        AbsentGpu absent{id, 0, 0, entry.gpus.size() + entry.absentGpus.size()};
+        ReadNumber(element, "NGM", absent.NGM, ParseInt32);
+        ReadNumber(element, "NGTO", absent.NGTO, ParseUInt64);
+        entry.absentGpus.push_back(absent);
     }
 
     CConfigurationBuilder& m_builder;
     CLoadReport& m_report;
+    std::vector<GpuId> m_named;  // a GPU is in one configuration, once
 };
 
 }  // namespace

@@ -1,24 +1,52 @@
 #include "config/KeptXmlFile.h"
 
-#include <windows.h>
+#include "support/KeptCopies.h"
 
-#include "support/FileReplace.h"
+namespace {
 
-const XML_NODE* CKeptXmlFile::Load(CBKXmlFormat& document) {
+constexpr wchar_t kNotUnderstood[] = L".bak";
+constexpr wchar_t kMalformed[] = L".bad";
+
+}  // namespace
+
+FileLoad CKeptXmlFile::Load(const std::function<void(const XML_NODE& root, CLoadReport& report)>& read, Patience patience) {
+    RemoveTemporaries(m_path.c_str());
     m_owedSuffix = nullptr;
-    return document.LoadFile(m_path.c_str());
-}
-
-unsigned long CKeptXmlFile::Keep(const wchar_t* suffix) {
-    const unsigned long error = KeepCopy(m_path.c_str(), suffix);
-    const bool gone = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-    m_owedSuffix = error == ERROR_SUCCESS || gone ? nullptr : suffix;
-    return gone ? ERROR_SUCCESS : error;
-}
-
-unsigned long CKeptXmlFile::Save(const CBKXmlFormat& document) {
-    if (m_owedSuffix != nullptr) {
-        if (const unsigned long error = Keep(m_owedSuffix); error != ERROR_SUCCESS) return error;
+    CBKXmlFormat document;
+    CLoadReport report;
+    const std::wstring name = m_path.substr(m_path.find_last_of(L"\\/") + 1);
+    if (const XML_NODE* root = document.LoadFile(m_path.c_str(), patience)) {
+        read(*root, report);
+        if (document.LostCharacters()) report.Dropped(L"characters that the system's code page lacks");
+        if (document.LostText()) report.Dropped(L"comments or text between the elements");
     }
-    return ReplaceFileContents(m_path.c_str(), document.Write());
+    switch (document.Status()) {
+        case XmlStatus::Malformed:
+            return {XmlStatus::Malformed, name + L" cannot be parsed" + Keep(kMalformed)};
+        case XmlStatus::Unreadable:
+            m_owedSuffix = kNotUnderstood;  // should something else be saved before the file can be read
+            return {XmlStatus::Unreadable,
+                    name + L" cannot be read: " + FileErrorText(document.ReadError()) + L"; trying again"};
+        default:
+            if (report.IsEmpty()) return {document.Status(), {}};
+            return {document.Status(), name + L": " + report.Text() + Keep(kNotUnderstood)};
+    }
+}
+
+std::wstring CKeptXmlFile::Save(const CBKXmlFormat& document, Patience patience) {
+    if (m_owedSuffix != nullptr) {
+        const std::wstring kept = Keep(m_owedSuffix);
+        if (m_owedSuffix != nullptr) return m_path + L" is not saved" + kept;
+    }
+    const unsigned long error = ReplaceFileContents(m_path.c_str(), document.Write(), patience);
+    return error == 0 ? std::wstring() : m_path + L" could not be saved: " + FileErrorText(error);
+}
+
+// How it went, as the end of a message.
+std::wstring CKeptXmlFile::Keep(const wchar_t* suffix) {
+    const KeptCopy copy = KeepCopy(m_path, suffix);
+    m_owedSuffix = copy.error == 0 ? nullptr : suffix;
+    if (copy.error != 0)
+        return L"; the file as found stays until it can be copied to " + copy.name + L": " + FileErrorText(copy.error);
+    return copy.name.empty() ? std::wstring() : L"; the file as found is kept as " + copy.name;
 }

@@ -49,7 +49,11 @@ PoolPointer CConfigurationBuilder::FindPool(std::uint32_t id) const {
 }
 
 void CConfigurationBuilder::AddConfiguration(const ConfigurationEntry& entry) {
-    configuration.configurations.push_back(entry);
+    auto& [workerName, pools, configurations, absent, settings] = configuration;
+    if (entry.gpus.empty() && !entry.absentGpus.empty())
+        absent.push_back({configurations.size() + absent.size(), entry});
+    else
+        configurations.push_back(entry);
 }
 
 QvGpuRecord* CConfigurationBuilder::FindGpu(std::string_view uuidDigits) const {

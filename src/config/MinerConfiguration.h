@@ -69,7 +69,7 @@ class CConfigurationBuilder {
     PoolPointer AddPool(const PoolEntry& pool);
     // The first pool with that ID, else the unassigned pool.
     PoolPointer FindPool(std::uint32_t id) const;
-    // Appends a copy.
+    // Appends a copy; one of absent GPUs alone goes to the absent configurations.
     void AddConfiguration(const ConfigurationEntry& entry);
     const PoolPointer& UnassignedPool() const { return m_unassignedPool; }
     // The GPU with that UUID, or null.

@@ -33,11 +33,12 @@ class CRuntimeSettingsFile {
   public:
     explicit CRuntimeSettingsFile(const std::wstring& settingsFolder);
 
-    // Missing, malformed or unreadable: settings stay as they are. A malformed file is kept as *.bad. False: it exists but
-    // could not be used.
-    bool Load(RuntimeSettings& settings);
-    // A Windows error code. A file that was never loaded, or could not be read, is left alone (0).
-    unsigned long Save(const RuntimeSettings& settings);
+    // Missing, malformed or unreadable: settings stay as they are. One that cannot be read is to be loaded again until it
+    // can.
+    FileLoad Load(RuntimeSettings& settings, Patience patience = Patience::OneSecond);
+    // Why it failed, with the path, for the user; empty: it is saved. A file that was never loaded, or could not be read, is
+    // left alone.
+    std::wstring Save(const RuntimeSettings& settings, Patience patience = Patience::None);
 
   private:
     CKeptXmlFile m_file;

@@ -3,18 +3,16 @@
 CRuntimeSettingsFile::CRuntimeSettingsFile(const std::wstring& settingsFolder)
     : m_file(settingsFolder + L"RuntimeSettingsMiner.xml") {}
 
-bool CRuntimeSettingsFile::Load(RuntimeSettings& settings) {
-    CBKXmlFormat document;
-    if (const XML_NODE* root = m_file.Load(document)) ReadRuntimeSettings(*root, settings);
-    const XmlStatus status = document.Status();
-    if (status == XmlStatus::Malformed) m_file.Keep(L".bad");
-    m_loaded = status != XmlStatus::Unreadable;
-    return status == XmlStatus::Ok || status == XmlStatus::Missing;
+FileLoad CRuntimeSettingsFile::Load(RuntimeSettings& settings, Patience patience) {
+    FileLoad load = m_file.Load(
+        [&settings](const XML_NODE& root, CLoadReport& report) { ReadRuntimeSettings(root, settings, report); }, patience);
+    m_loaded = load.status != XmlStatus::Unreadable;
+    return load;
 }
 
-unsigned long CRuntimeSettingsFile::Save(const RuntimeSettings& settings) {
-    if (!m_loaded) return 0;
+std::wstring CRuntimeSettingsFile::Save(const RuntimeSettings& settings, Patience patience) {
+    if (!m_loaded) return {};
     CBKXmlFormat document;
     WriteRuntimeSettings(settings, *document.AddRootNode(kRuntimeSettingsRoot));
-    return m_file.Save(document);
+    return m_file.Save(document, patience);
 }

@@ -36,6 +36,48 @@ void ReadNumber(const XML_NODE& element, std::string_view name, std::uint32_t& f
     if (const std::string* value = FindAttribute(element, name)) field = ParseUInt32(*value);
 }
 
+constexpr wchar_t kOwner[] = L"the settings";
+
+struct NumberRange {
+    std::string_view name;
+    std::int64_t least, most;
+};
+constexpr std::int64_t kInt32Most = std::numeric_limits<std::int32_t>::max();
+constexpr NumberRange kRanges[] = {
+    {"StartSolverOnStart", -kInt32Most - 1, kInt32Most},
+    {"HostIP", 0, std::numeric_limits<std::uint32_t>::max()},
+    {"HostPort", 1, std::numeric_limits<std::uint16_t>::max()},
+    {"ControlState", 0, 2},
+    {"LastControlState", 0, 1},
+    {"MiningState", 0, 2},
+    {"LastMiningState", 0, 1},
+    {"Theme", -kInt32Most - 1, kInt32Most},
+    {"HideMinimized", -kInt32Most - 1, kInt32Most},
+};
+
+void CheckSettings(const XML_NODE& root, CLoadReport& report) {
+    if (root.name != kRuntimeSettingsRoot) report.Dropped(L"the root element, which is no RuntimeSettings");
+    report.CheckNames(
+        root,
+        {"WindowPos", "ConfigWorkerPos", "ConfigMiningPoolsPos", "StartSolverOnStart", "HostIP", "HostPort", "ControlState",
+         "LastControlState", "MiningState", "LastMiningState", "Theme", "HideMinimized", "ControlToken"},
+        {"Logging"}, kOwner);
+    for (const NumberRange& range : kRanges)
+        report.CheckNumber(root, range.name, range.least, range.most, kOwner);
+    for (const std::string_view name : {"WindowPos", "ConfigWorkerPos", "ConfigMiningPoolsPos"}) {
+        const std::string* const text = FindAttribute(root, name);
+        std::array<std::int32_t, 4> sides = {};
+        if (text != nullptr && !ScanSides(text->c_str(), sides))
+            report.Dropped(std::wstring(name.begin(), name.end()).append(L" of ").append(kOwner));
+    }
+    const std::vector<const XML_NODE*> logging = CollectChildren(root, "Logging");
+    if (logging.size() > 1) report.Dropped(L"another Logging of the settings");
+    if (logging.empty()) return;
+    report.CheckNames(*logging[0], {"MainLog", "ConnectionLog"}, {}, L"Logging");
+    for (const std::string_view name : {"MainLog", "ConnectionLog"})
+        report.CheckNumber(*logging[0], name, -kInt32Most - 1, kInt32Most, L"Logging");
+}
+
 }  // namespace
 
 int ReadRectangle(const XML_NODE& root, std::string_view name, SettingsRect& rectangle) {
@@ -53,7 +95,8 @@ void WriteRectangle(XML_NODE& root, std::string_view name, const SettingsRect& r
     SetAttribute(root, name, std::string_view(text));
 }
 
-void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings) {
+void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadReport& report) {
+    CheckSettings(root, report);
     ReadRectangle(root, "WindowPos", settings.WindowPos);
     ReadRectangle(root, "ConfigWorkerPos", settings.ConfigWorkerPos);
     ReadRectangle(root, "ConfigMiningPoolsPos", settings.ConfigMiningPoolsPos);

@@ -1,5 +1,6 @@
 #pragma once
 #include <string_view>
+#include "config/LoadReport.h"
 #include "config/RuntimeSettings.h"
 #include "support/XmlNode.h"
 
@@ -7,8 +8,9 @@
 
 inline constexpr char kRuntimeSettingsRoot[] = "RuntimeSettings";
 
-// What is absent or, for a rectangle, malformed leaves its field as it is.
-void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings);
+// What is absent or, for a rectangle, malformed leaves its field as it is. What is not understood or out of range stands in
+// the report.
+void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadReport& report);
 // Fills an empty root.
 void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root);
 

@@ -14,8 +14,9 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 constexpr DWORD kRetryDelaysMs[] = {10, 20, 40, 80, 150, 300, 400};
 
 template <typename Operation>
-DWORD WithRetries(Operation operation) {
+DWORD WithRetries(Patience patience, Operation operation) {
     DWORD error = operation();
+    if (patience == Patience::None) return error;
     for (const DWORD delay : kRetryDelaysMs) {
         if (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) break;
         Sleep(delay);
@@ -66,24 +67,44 @@ DWORD MoveOver(const wchar_t* from, const wchar_t* to) {
 
 }  // namespace
 
-unsigned long ReplaceFileContents(const wchar_t* path, std::string_view bytes) {
+unsigned long ReplaceFileContents(const wchar_t* path, std::string_view bytes, Patience patience) {
     if (HoldsExactly(path, bytes)) return ERROR_SUCCESS;
     if (IsReadOnly(path)) return ERROR_ACCESS_DENIED;
     // A name per thread: several may save the same file at once.
     wchar_t suffix[32];
     FormatTo(suffix, L".%08lx.tmp", GetCurrentThreadId());
     const std::wstring temporary = std::wstring(path) + suffix;
-    DWORD error = WithRetries([&] { return WriteNewFile(temporary.c_str(), bytes); });
-    if (error == ERROR_SUCCESS) error = WithRetries([&] { return MoveOver(temporary.c_str(), path); });
+    DWORD error = WithRetries(patience, [&] { return WriteNewFile(temporary.c_str(), bytes); });
+    if (error == ERROR_SUCCESS) error = WithRetries(patience, [&] { return MoveOver(temporary.c_str(), path); });
     if (error != ERROR_SUCCESS) DeleteFileW(temporary.c_str());
     return error;
 }
 
-unsigned long ReadFileContents(const wchar_t* path, std::string& bytes) {
-    return WithRetries([&] { return ReadOnce(path, bytes); });
+unsigned long ReadFileContents(const wchar_t* path, std::string& bytes, Patience patience) {
+    return WithRetries(patience, [&] { return ReadOnce(path, bytes); });
 }
 
-unsigned long KeepCopy(const wchar_t* path, const wchar_t* suffix) {
-    const std::wstring copy = std::wstring(path) + suffix;
-    return WithRetries([&] { return CopyFileW(path, copy.c_str(), FALSE) ? ERROR_SUCCESS : GetLastError(); });
+void RemoveTemporaries(const wchar_t* path) {
+    const std::wstring file = path;
+    const std::wstring folder = file.substr(0, file.find_last_of(L"\\/") + 1);
+    const std::size_t nameLength = file.size() - folder.size();
+    constexpr std::wstring_view kForm = L".00000000.tmp";
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW((file + L".*.tmp").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    do {
+        const std::wstring_view name = found.cFileName;
+        if (name.size() == nameLength + kForm.size()) DeleteFileW((folder + found.cFileName).c_str());
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+
+std::wstring FileErrorText(unsigned long error) {
+    wchar_t text[256] = {};
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text,
+                                        static_cast<DWORD>(std::size(text)), nullptr);
+    std::wstring words(text, length);
+    words.erase(words.find_last_not_of(L" .\r\n") + 1);
+    if (words.empty()) words = L"error";
+    return words.append(L" (").append(std::to_wstring(error)).append(L")");
 }

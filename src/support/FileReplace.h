@@ -4,12 +4,21 @@
 
 // Files that are never half-written. Windows only; any thread; errors are Windows error codes, 0 on success.
 
-// Writes a temporary file beside the target, flushes it and replaces the target, retrying while somebody has it open.
-// Leaves the file alone (and its time) when it already holds exactly these bytes.
-unsigned long ReplaceFileContents(const wchar_t* path, std::string_view bytes);
+// What to do while somebody else (a virus scanner, an editor, a backup) has a file open.
+enum class Patience {
+    None,       // give up at once: for a thread that must not wait
+    OneSecond,  // try again for a second
+};
+
+// Writes a temporary file beside the target, flushes it and replaces the target. Leaves the file alone (and its time) when
+// it already holds exactly these bytes.
+unsigned long ReplaceFileContents(const wchar_t* path, std::string_view bytes, Patience patience = Patience::OneSecond);
 
 // Reads a whole file (at most 64 MiB). ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND: no such file.
-unsigned long ReadFileContents(const wchar_t* path, std::string& bytes);
+unsigned long ReadFileContents(const wchar_t* path, std::string& bytes, Patience patience = Patience::OneSecond);
 
-// Copies path to path + suffix (L".bad", L".bak"), replacing an older copy.
-unsigned long KeepCopy(const wchar_t* path, const wchar_t* suffix);
+// Removes what a process that was killed while it replaced the file has left beside it. Only while nobody else replaces it.
+void RemoveTemporaries(const wchar_t* path);
+
+// The error in the system's words and its number: "Access is denied (5)".
+std::wstring FileErrorText(unsigned long error);

@@ -1,14 +1,13 @@
 #include <windows.h>
 
-#include "support/FileReplace.h"
 #include "support/XmlFormat.h"
 
-XML_NODE* CBKXmlFormat::LoadFile(const wchar_t* path) {
+XML_NODE* CBKXmlFormat::LoadFile(const wchar_t* path, Patience patience) {
     std::string bytes;
-    const unsigned long error = ReadFileContents(path, bytes);
+    const unsigned long error = ReadFileContents(path, bytes, patience);
     if (error == ERROR_SUCCESS) return Parse(bytes);
-    m_root.reset();
-    m_lostCharacters = false;
+    Parse({});
+    m_readError = error;
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
         m_status = XmlStatus::Missing;
     } else {

@@ -4,14 +4,13 @@
 #include <streambuf>
 
 #include "common/CodePage.h"
+#include "support/XmlEncoding.h"
 #include "support/XmlFormat.h"
 #include "support/XmlScan.h"
 
 namespace {
 
 using Tree = boost::property_tree::ptree;
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // Reads the caller's bytes in place.
 class CViewBuffer final : public std::streambuf {
@@ -26,6 +25,7 @@ class CTreeReader {
   public:
     XML_NODE Element(const std::string& name, const Tree& source, std::int32_t level) {
         XML_NODE node{level, Name(name), {}, {}};
+        if (source.data().find_first_not_of(" \t\r\n") != std::string::npos) m_lostText = true;
         for (const auto& [key, child] : source) {
             if (key == "<xmlattr>") {
                 for (const auto& [attribute, value] : child) {
@@ -39,6 +39,7 @@ class CTreeReader {
     }
 
     bool LostCharacters() const { return m_lostCharacters; }
+    bool LostText() const { return m_lostText; }
 
   private:
     std::string Name(const std::string& utf8) {
@@ -55,6 +56,7 @@ class CTreeReader {
     }
 
     bool m_lostCharacters = false;
+    bool m_lostText = false;
 };
 
 }  // namespace
@@ -62,11 +64,13 @@ class CTreeReader {
 CBKXmlFormat::CBKXmlFormat() = default;
 CBKXmlFormat::~CBKXmlFormat() = default;
 
-XML_NODE* CBKXmlFormat::Parse(std::string_view utf8) {
+XML_NODE* CBKXmlFormat::Parse(std::string_view bytes) {
     m_root.reset();
     m_lostCharacters = false;
+    m_lostText = false;
+    m_readError = 0;
     m_status = XmlStatus::Malformed;
-    if (utf8.starts_with(kByteOrderMark)) utf8.remove_prefix(kByteOrderMark.size());
+    const std::string utf8 = XmlTextToUtf8(bytes);
     if (!IsAcceptableXml(utf8)) return nullptr;
 
     Tree tree;
@@ -81,6 +85,7 @@ XML_NODE* CBKXmlFormat::Parse(std::string_view utf8) {
     CTreeReader reader;
     m_root = std::make_unique<XML_NODE>(reader.Element(tree.front().first, tree.front().second, 0));
     m_lostCharacters = reader.LostCharacters();
+    m_lostText = reader.LostText() || utf8.find("<!--") != std::string::npos;
     m_status = XmlStatus::Ok;
     return m_root.get();
 }
@@ -89,5 +94,6 @@ XML_NODE* CBKXmlFormat::AddRootNode(const char* name) {
     m_root = std::make_unique<XML_NODE>(XML_NODE{0, name, {}, {}});
     m_status = XmlStatus::Ok;
     m_lostCharacters = false;
+    m_lostText = false;
     return m_root.get();
 }

@@ -12,7 +12,8 @@ RuntimeSettings Read(std::string_view xml, RuntimeSettings settings = {}) {
     CBKXmlFormat document;
     const XML_NODE* root = document.Parse(xml);
     EXPECT_NE(root, nullptr) << xml;
-    if (root != nullptr) ReadRuntimeSettings(*root, settings);
+    CLoadReport report;
+    if (root != nullptr) ReadRuntimeSettings(*root, settings, report);
     return settings;
 }
 
@@ -56,6 +57,26 @@ TEST(RuntimeSettingsXml, AbsentValuesLeaveTheirFields) {
     settings = Read("<RuntimeSettings><Logging ConnectionLog=\"1\"/><Logging MainLog=\"7\"/></RuntimeSettings>", settings);
     EXPECT_EQ(settings.MainLog, 1);
     EXPECT_EQ(settings.ConnectionLog, 1);
+}
+
+TEST(RuntimeSettingsXml, NamesWhatItDoesNotUnderstand) {
+    const std::pair<const char*, const wchar_t*> rows[] = {
+        {"<RuntimeSettings MiningState=\"2\" WindowPos=\"1,2,3,4\"><Logging MainLog=\"1\"/></RuntimeSettings>", L""},
+        {"<RuntimeSettings MiningState=\"7\" miningState=\"1\" WindowPos=\"1,2,3\"/>",
+         L"not understood: the attribute miningState of the settings; MiningState=\"7\" of the settings; WindowPos of the "
+         L"settings"},
+        {"<RuntimeSettings><Logging Mainlog=\"1\" ConnectionLog=\"yes\"/><Logging/><Log/></RuntimeSettings>",
+         L"not understood: the element Log of the settings; another Logging of the settings; the attribute Mainlog of "
+         L"Logging; "
+         L"ConnectionLog=\"yes\" of Logging"},
+    };
+    for (const auto& [xml, text] : rows) {
+        CBKXmlFormat document;
+        RuntimeSettings settings;
+        CLoadReport report;
+        ReadRuntimeSettings(*document.Parse(xml), settings, report);
+        EXPECT_EQ(report.Text(), text);
+    }
 }
 
 TEST(RuntimeSettingsXml, ReadsAddressesAsNumbers) {

@@ -12,8 +12,6 @@ namespace {
 
 const std::wstring kFile = L"ConfigMiner.xml";
 const std::wstring kRuntimeFile = L"RuntimeSettingsMiner.xml";
-const std::wstring kBak = L"ConfigMiner.xml.bak";
-const std::wstring kBad = L"ConfigMiner.xml.bad";
 constexpr char kEmpty[] =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
     "<MinerConfig DefaultWorkerName=\"host\">\n  <Pools/>\n  <Configurations/>\n</MinerConfig>\n";
@@ -42,34 +40,38 @@ class ConfigurationStoreTest : public testing::Test {
     CSettingsFolder m_folder;
     CRig m_rig;
     CLoadReport m_report;
-    std::vector<std::wstring> m_log;
-    CConfigurationStore m_store{m_folder.Path(L""), m_rig.algorithms, m_rig.gpus,
-                                [this](const std::wstring& line) { m_log.push_back(line); }};
+    CConfigurationStore m_store{m_folder.Path(L""), m_rig.algorithms, m_rig.gpus};
 };
 
 TEST_F(ConfigurationStoreTest, CreatesAMissingFileAndReplacesItWhenItCan) {
     m_store.SetDefaultWorkerName(L"a host name of many characters");
-    m_store.Load();
+    EXPECT_EQ(m_store.Load().message, L"");
     EXPECT_STREQ(m_store.Current()->DefaultWorkerName, L"a host name of ma");
     m_store.SetDefaultWorkerName(L"host");
-    m_store.Save();
+    EXPECT_EQ(m_store.Save(), L"");
     EXPECT_EQ(m_folder.Bytes(kFile), kEmpty);
-    EXPECT_TRUE(m_log.empty());
 
-    m_store.Publish(WithPool(3));
     CHandle lock(m_folder.Lock(kFile));
-    m_store.Save();
+    EXPECT_TRUE(m_store.Replace(WithPool(4)).starts_with(m_folder.Path(kFile).wstring() + L" could not be saved: "));
+    EXPECT_TRUE(m_store.Current()->pools.empty());  // what cannot be saved is not in force either
+    m_store.Publish(WithPool(3));
+    EXPECT_NE(m_store.Save(), L"");
     lock.Close();
     EXPECT_EQ(m_folder.Bytes(kFile), kEmpty);
-    m_store.Save();
-    EXPECT_NE(m_folder.Bytes(kFile), kEmpty);
+    EXPECT_EQ(m_store.Save(), L"");
+    EXPECT_NE(m_folder.Bytes(kFile).find("<Pool ID=\"3\""), std::string::npos);
+    EXPECT_EQ(m_store.Replace(WithPool(4)), L"");
+    EXPECT_EQ(m_store.Current()->pools.at(0)->ID, 4u);
+    EXPECT_NE(m_folder.Bytes(kFile).find("<Pool ID=\"4\""), std::string::npos);
     EXPECT_EQ(m_folder.Files(), std::vector<std::wstring>{kFile});
 }
 
 TEST_F(ConfigurationStoreTest, SavesTheBytesItLoaded) {
-    const auto before = m_rig.Write(m_rig.Read(OneConfig("PrimaryPoolID=\"1\"", "<Gpu ID=\"" + kGpuA + "\"/>"), m_report));
+    const std::string absent = "<Gpu ID=\"" + std::string(32, '1') + "\"/>";
+    const auto before =
+        m_rig.Write(m_rig.Read(OneConfig("PrimaryPoolID=\"1\"", absent + "<Gpu ID=\"" + kGpuA + "\"/>"), m_report));
     m_folder.Write(kFile, before);
-    m_store.Load();
+    EXPECT_EQ(m_store.Load().message, L"");
     EXPECT_EQ(ReadAssignedPool(m_rig.A()), m_store.Current()->pools.at(0).get());
     m_store.Save();
     EXPECT_EQ(m_folder.Bytes(kFile), before);
@@ -77,90 +79,75 @@ TEST_F(ConfigurationStoreTest, SavesTheBytesItLoaded) {
     m_store.Save();
     EXPECT_NE(m_folder.Bytes(kFile), before);
     EXPECT_EQ(m_folder.Files(), std::vector<std::wstring>{kFile});
-    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(ConfigurationStoreTest, KeepsAFileOfWhichItLosesSomething) {
     const struct {
         std::string xml;
-        std::wstring event, copy;
+        std::wstring message, copy;
     } cases[] = {
-        {"<MinerConfig", L"cannot be parsed", kBad},
+        {"<MinerConfig", L" cannot be parsed", L"ConfigMiner.xml.bad"},
         {OneConfig("PrimaryPoolID=\"1\"", "<Gpu ID=\"00\"/>"),
-         L"was loaded without: configuration 1, none of whose GPUs is present", kBak},
+         L": not understood: a GPU without a valid ID of configuration 1; configuration 1, which has no GPU",
+         L"ConfigMiner.xml.bak"},
         {"<MinerConfig DefaultWorkerName=\"\xE2\x98\x83\"/>",
-         L"was loaded without: characters that the system's code page lacks", kBak},
+         L": not understood: characters that the system's code page lacks", L"ConfigMiner.xml.bak2"},
+        {"<MinerConfig><!-- mine --></MinerConfig>", L": not understood: comments or text between the elements",
+         L"ConfigMiner.xml.bak3"},
     };
-    for (const auto& [xml, event, copy] : cases) {
-        m_log.clear();
+    for (const auto& [xml, message, copy] : cases) {
         m_folder.Write(kFile, xml);
         m_store.Publish(WithPool(3));
-        m_store.Load();
-        EXPECT_EQ(m_folder.Bytes(copy), xml);
-        m_store.Save();
-        EXPECT_EQ(m_folder.Bytes(kFile) == kEmpty, copy == kBad);
+        EXPECT_EQ(m_store.Load().message, L"ConfigMiner.xml" + message + L"; the file as found is kept as " + copy);
+        EXPECT_EQ(m_store.Save(), L"");
         EXPECT_EQ(m_folder.Bytes(kFile).find("<Pool ID=\"3\""), std::string::npos);
         EXPECT_NE(m_folder.Bytes(kFile), xml);
         EXPECT_EQ(m_folder.Bytes(copy), xml);
-        EXPECT_EQ(m_log, std::vector<std::wstring>{L"ConfigMiner.xml " + event + L"; kept as " + copy});
     }
 }
 
-// The copy cannot be made because a folder has its name: the file stays until it can.
-TEST_F(ConfigurationStoreTest, ReplacesNothingItCouldNotKeep) {
-    m_folder.Write(kFile, "<MinerConfig");
-    ASSERT_TRUE(CreateDirectoryW(m_folder.Path(kBad).c_str(), nullptr));
-    m_store.Load();
-    m_store.Save();
-    m_store.Save();
-    EXPECT_EQ(m_folder.Bytes(kFile), "<MinerConfig");
-    ASSERT_EQ(m_log.size(), 2u);
-    EXPECT_TRUE(m_log[0].starts_with(L"ConfigMiner.xml cannot be parsed; it is not replaced before it can be kept as "));
-    EXPECT_TRUE(m_log[1].starts_with(L"ConfigMiner.xml could not be saved (error "));
-
-    ASSERT_TRUE(RemoveDirectoryW(m_folder.Path(kBad).c_str()));
-    m_store.Save();
-    EXPECT_EQ(m_folder.Bytes(kBad), "<MinerConfig");
-    EXPECT_EQ(m_folder.Bytes(kFile), kEmpty);
-    EXPECT_EQ(m_log.size(), 2u);
-}
-
-TEST_F(ConfigurationStoreTest, LeavesAFileAloneThatItCouldNotRead) {
+TEST_F(ConfigurationStoreTest, SavesNothingOverAFileThatItCouldNotRead) {
     const std::string before = OnePool("ID=\"1\"");
     m_folder.Write(kFile, before);
     m_store.Save();  // never loaded
     EXPECT_EQ(m_folder.Bytes(kFile), before);
     CHandle lock(m_folder.Lock(kFile));
-    m_store.Load();
-    lock.Close();
-    ASSERT_EQ(m_log.size(), 1u);
-    EXPECT_TRUE(
-        m_log[0].starts_with(L"ConfigMiner.xml cannot be read and is not saved until another configuration arrives; "));
-    m_store.Save();
+    const FileLoad load = m_store.Load(Patience::None);
+    EXPECT_EQ(load.status, XmlStatus::Unreadable);
+    EXPECT_TRUE(load.message.starts_with(L"ConfigMiner.xml cannot be read: "));
     m_store.SetDefaultWorkerName(L"other");
-    m_store.Save();
+    EXPECT_EQ(m_store.Save(), L"");
+    lock.Close();
     EXPECT_EQ(m_folder.Bytes(kFile), before);
+    EXPECT_EQ(m_store.RetryLoad().status, XmlStatus::Ok);
+    EXPECT_EQ(m_store.Current()->pools.size(), 1u);
 
+    // One that somebody else makes meanwhile does not cost the old one either.
+    lock = CHandle(m_folder.Lock(kFile));
+    m_store.Load(Patience::None);
     m_store.Publish(WithPool(3));
-    m_store.Save();
-    EXPECT_EQ(m_folder.Bytes(kBak), before);
+    EXPECT_NE(m_store.Save(), L"");
+    lock.Close();
+    EXPECT_EQ(m_store.RetryLoad().status, XmlStatus::Ok);
+    EXPECT_EQ(m_store.Current()->pools.at(0)->ID, 3u);
+    EXPECT_EQ(m_store.Save(), L"");
+    EXPECT_EQ(m_folder.Bytes(L"ConfigMiner.xml.bak"), before);
     EXPECT_NE(m_folder.Bytes(kFile).find("<Pool ID=\"3\""), std::string::npos);
-    EXPECT_EQ(m_log.size(), 1u);
 }
 
 TEST(RuntimeSettingsFile, KeepsAMalformedFileAndLoadsWhatItSaved) {
     const CSettingsFolder folder;
     CRuntimeSettingsFile file(folder.Path(L""));
     RuntimeSettings settings;
-    EXPECT_TRUE(file.Load(settings)) << "a missing file is no error";
+    EXPECT_EQ(file.Load(settings).message, L"") << "a missing file is no error";
     folder.Write(kRuntimeFile, "<RuntimeSettings HostPort=\"5\">");
-    EXPECT_FALSE(file.Load(settings));
+    EXPECT_EQ(file.Load(settings).status, XmlStatus::Malformed);
     EXPECT_EQ(settings.HostPort, 8010u);
     settings.HostPort = 1234;
-    EXPECT_EQ(file.Save(settings), 0u);
+    EXPECT_EQ(file.Save(settings), L"");
     EXPECT_EQ(folder.Bytes(kRuntimeFile + L".bad"), "<RuntimeSettings HostPort=\"5\">");
     RuntimeSettings loaded;
-    EXPECT_TRUE(file.Load(loaded));
+    EXPECT_EQ(file.Load(loaded).message, L"");
     EXPECT_EQ(loaded.HostPort, 1234u);
 }
 
@@ -169,11 +156,11 @@ TEST(RuntimeSettingsFile, LeavesAFileAloneThatItCouldNotRead) {
     folder.Write(kRuntimeFile, "<RuntimeSettings/>");
     CRuntimeSettingsFile file(folder.Path(L""));
     RuntimeSettings settings;
-    EXPECT_EQ(file.Save(settings), 0u);  // never loaded
+    EXPECT_EQ(file.Save(settings), L"");  // never loaded
     CHandle lock(folder.Lock(kRuntimeFile));
-    EXPECT_FALSE(file.Load(settings));
+    EXPECT_EQ(file.Load(settings, Patience::None).status, XmlStatus::Unreadable);
     lock.Close();
-    EXPECT_EQ(file.Save(settings), 0u);
+    EXPECT_EQ(file.Save(settings), L"");
     EXPECT_EQ(folder.Bytes(kRuntimeFile), "<RuntimeSettings/>");
 }
 

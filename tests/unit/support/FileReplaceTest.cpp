@@ -8,6 +8,7 @@
 
 #include "common/Handle.h"
 #include "fixtures/ScratchFolder.h"
+#include "support/KeptCopies.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ CHandle OpenWithoutSharing(const std::wstring& path) {
     return CHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-TEST(FileReplace, ReplacesOnlyWhatDiffersAndKeepsCopies) {
+TEST(FileReplace, ReplacesOnlyWhatDiffers) {
     const CScratchFolder folder;
     const std::wstring path = folder.Path(L"a.xml");
     constexpr struct {
@@ -29,10 +30,41 @@ TEST(FileReplace, ReplacesOnlyWhatDiffersAndKeepsCopies) {
         ASSERT_EQ(ReplaceFileContents(path.c_str(), c.text), 0u);
         EXPECT_EQ(FileBytes(path), c.text);
         EXPECT_EQ(std::filesystem::last_write_time(path) > old + std::chrono::minutes(1), c.written) << c.text;
-        ASSERT_EQ(KeepCopy(path.c_str(), L".bad"), 0u);  // over the one before
-        EXPECT_EQ(FileBytes(path + L".bad"), c.text);
-        EXPECT_EQ(folder.Files(), (std::vector<std::wstring>{L"a.xml", L"a.xml.bad"}));
     }
+}
+
+TEST(KeptCopies, NumbersThemAndLetsTheOldestGo) {
+    const CScratchFolder folder;
+    const std::wstring path = folder.Path(L"a.xml");
+    EXPECT_EQ(KeepCopy(path, L".bak").name, L"");  // there is nothing to keep
+    ASSERT_TRUE(CreateDirectoryW((path + L".bak").c_str(), nullptr));
+    for (int i = 2; i <= 12; ++i) {
+        WriteFileBytes(path, std::to_string(i));
+        const std::wstring name = L"a.xml.bak" + std::to_wstring(i);
+        for (int again = 0; again < 2; ++again) {
+            const KeptCopy copy = KeepCopy(path, L".bak");
+            EXPECT_EQ(copy.error, 0u);
+            EXPECT_EQ(copy.name, name);
+        }
+        EXPECT_EQ(FileBytes(folder.Path(name)), std::to_string(i));
+    }
+    WriteFileBytes(path, "5");
+    EXPECT_EQ(KeepCopy(path, L".bak").name, L"a.xml.bak5");
+    WriteFileBytes(path, "13");
+    KeepCopy(path, L".bak");
+    EXPECT_EQ(FileBytes(folder.Path(L"a.xml.bak3")), "");
+    EXPECT_EQ(FileBytes(folder.Path(L"a.xml.bak5")), "5");
+    EXPECT_EQ(KeepCopy(path, L".bad").name, L"a.xml.bad");
+}
+
+TEST(FileReplace, RemovesWhatKilledSavesLeft) {
+    const CScratchFolder folder;
+    const std::wstring path = folder.Path(L"a.xml");
+    for (const wchar_t* name :
+         {L"a.xml", L"a.xml.0000002c.tmp", L"a.xml.00000030.tmp", L"a.xml.mine.tmp", L"b.xml.0000002c.tmp"})
+        WriteFileBytes(folder.Path(name), "x");
+    RemoveTemporaries(path.c_str());
+    EXPECT_EQ(folder.Files(), (std::vector<std::wstring>{L"a.xml", L"a.xml.mine.tmp", L"b.xml.0000002c.tmp"}));
 }
 
 TEST(FileReplace, WaitsForSomebodyWhoHasTheTargetOpen) {

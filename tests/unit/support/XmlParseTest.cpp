@@ -25,7 +25,7 @@ TEST(XmlParse, RejectsEverythingThatIsNoDocument) {
     const std::string texts[] = {
         // nothing, or something else
         "", " \r\n\t ", "\xEF\xBB\xBF", "<?xml version='1.0'?>", "<!-- <a/> -->", "MinerConfig", "\x7F\x45LF\x02\0\0"s,
-        "\xFF\xFE<\0a\0/\0>\0"s, "<a b='\0'/>"s, "<a b='\xE9'/>", "<a><!-- \xE9 --></a>",
+        "\xFF\xFE<\0a\0/\0\xD8"s, "<a b='\0'/>"s,
         // cut
         "<Miner", "<a b='c", "<a><b/>", "<a></a", "<a><!-- </a>", "<a><![CDATA[ </a>", "<a b='&#65'/>",
         // wrong order or form
@@ -54,6 +54,30 @@ TEST(XmlParse, TakesDocuments) {
         EXPECT_NE(document.Parse(text), nullptr) << text.substr(0, 80);
         EXPECT_EQ(document.Status(), XmlStatus::Ok) << text.substr(0, 80);
     }
+}
+
+// The code page of these tests is Latin-1, or that of Western Europe.
+TEST(XmlParse, ReadsOtherEncodings) {
+    const std::string texts[] = {"<a b='\xC3\xA9'/>",
+                                 "\xEF\xBB\xBF<?xml version='1.0' encoding='iso-8859-1'?><a b='\xC3\xA9'/>",
+                                 "<a b='\xE9'/>",
+                                 "<?xml version='1.0' encoding='UTF-8'?><a b='\xE9'/>",
+                                 "<?xml version=\"1.0\" encoding=\"Windows-1252\"?><a b='\xE9'/>",
+                                 "<?xml version=\"1.0\" encoding='ISO-8859-15' ?><a b='\xE9'/>",
+                                 "\xFF\xFE<\0a\0 \0b\0=\0'\0\xE9\0'\0/\0>\0"s,
+                                 "\xFE\xFF\0<\0a\0 \0b\0=\0'\0\xE9\0'\0/\0>"s};
+    for (const std::string& text : texts) {
+        CBKXmlFormat document;
+        const XML_NODE* const root = document.Parse(text);
+        ASSERT_NE(root, nullptr) << text;
+        EXPECT_EQ(root->attributes.at(0).second, "\xE9") << text;
+        EXPECT_FALSE(document.LostText());
+    }
+    CBKXmlFormat document;
+    ASSERT_NE(document.Parse("<a b='\xC3\xA9'>text<!-- comment --></a>"), nullptr);
+    EXPECT_TRUE(document.LostText());
+    ASSERT_NE(document.Parse("<a b='\xC3\xA9'><!-- comment --></a>"), nullptr);
+    EXPECT_TRUE(document.LostText());
 }
 
 TEST(XmlParse, KeepsOrderDuplicatesAndLevels) {
