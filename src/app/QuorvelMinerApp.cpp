@@ -65,6 +65,17 @@ std::wstring LeftOutText(const CAlgorithmList& algorithms) {
     return text;
 }
 
+// For the event log; empty: every card of the configuration is there.
+std::wstring AbsentText(const MinerConfiguration& configuration) {
+    std::size_t absent = 0;
+    for (const ConfigurationEntry& entry : configuration.configurations)
+        absent += entry.absentGpus.size();
+    for (const AbsentConfiguration& configured : configuration.absentConfigurations)
+        absent += configured.entry.absentGpus.size();
+    if (absent == 0) return {};
+    return L"; " + std::to_wstring(absent) + L" GPUs of it are not in this machine now and stay in the file";
+}
+
 }  // namespace
 
 CQuorvelMinerApp::CQuorvelMinerApp(bool guarded, bool resume)
@@ -155,7 +166,8 @@ void CQuorvelMinerApp::LoadConfiguration(const FileLoad& settingsLoad) {
     }
     m_events.Event(EventKind::Configuration, L"",
                    L"read: " + std::to_wstring(m_configuration->Current()->pools.size()) + L" pools, " +
-                       std::to_wstring(m_configuration->Current()->configurations.size()) + L" configurations");
+                       std::to_wstring(m_configuration->Current()->configurations.size()) + L" configurations" +
+                       AbsentText(*m_configuration->Current()));
 }
 
 void CQuorvelMinerApp::CheckPlugIns() {

@@ -51,6 +51,7 @@ class CListing {
   private:
     std::string ReadState() const {
         std::string state;
+        RemoveTemporaries(m_stateFile.c_str());
         // No file and one that cannot be read come to the same: nothing is known against any plug-in.
         ReadFileContents(m_stateFile.c_str(), state);
         return state;
