@@ -1,7 +1,10 @@
 // A simulated nvcuda.dll: the device queries of the CUDA driver API, answered from SimGpus.ini. Whatever would compute is
 // refused with CUDA_ERROR_NOT_SUPPORTED. Numbers and shapes: CUDA Driver API reference.
+#include <windows.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <iterator>
 
 #include "SimConfig.h"
@@ -51,9 +54,33 @@ constexpr ErrorName kErrors[] = {
 
 std::atomic<bool> initialized = false;
 
+// The number of the card's section; CUDA_VISIBLE_DEVICES (numbers only) chooses and orders the devices up to its first entry
+// that names none.
+std::int32_t CardOf(CUdevice device) {
+    char text[256] = {};
+    const DWORD length = GetEnvironmentVariableA("CUDA_VISIBLE_DEVICES", text, sizeof text);
+    if (length == 0 || length >= sizeof text) return device < SimGpuCount() ? device : -1;
+    const char* next = text;
+    for (CUdevice place = 0;; ++place) {
+        char* end = nullptr;
+        const long card = std::strtol(next, &end, 10);
+        if (end == next || card < 0 || card >= SimGpuCount()) return -1;
+        if (place == device) return static_cast<std::int32_t>(card);
+        if (*end != ',') return -1;
+        next = end + 1;
+    }
+}
+
+std::int32_t DeviceCount() {
+    std::int32_t count = 0;
+    while (count < SimGpuCount() && CardOf(count) >= 0)
+        ++count;
+    return count;
+}
+
 CUresult CheckDevice(CUdevice device) {
     if (!initialized) return CUDA_ERROR_NOT_INITIALIZED;
-    return device >= 0 && device < SimGpuCount() ? CUDA_SUCCESS : CUDA_ERROR_INVALID_DEVICE;
+    return device >= 0 && device < DeviceCount() ? CUDA_SUCCESS : CUDA_ERROR_INVALID_DEVICE;
 }
 
 CUresult FindError(CUresult error, const char* ErrorName::*member, const char** text) {
@@ -69,7 +96,7 @@ SIM_EXPORT CUresult cuInit(unsigned flags) {
     if (flags != 0) return CUDA_ERROR_INVALID_VALUE;
     std::int32_t error = CUDA_ERROR_UNKNOWN;
     SimValue(L"Driver", L"InitError", error);
-    if (error == CUDA_SUCCESS && SimGpuCount() == 0) error = CUDA_ERROR_NO_DEVICE;
+    if (error == CUDA_SUCCESS && DeviceCount() == 0) error = CUDA_ERROR_NO_DEVICE;
     initialized = error == CUDA_SUCCESS;
     return static_cast<CUresult>(error);
 }
@@ -82,7 +109,7 @@ SIM_EXPORT CUresult cuDriverGetVersion(std::int32_t* version) {
 SIM_EXPORT CUresult cuDeviceGetCount(std::int32_t* count) {
     if (!initialized) return CUDA_ERROR_NOT_INITIALIZED;
     if (count == nullptr) return CUDA_ERROR_INVALID_VALUE;
-    *count = SimGpuCount();
+    *count = DeviceCount();
     return CUDA_SUCCESS;
 }
 
@@ -97,7 +124,7 @@ SIM_EXPORT CUresult cuDeviceGetName(char* name, std::int32_t length, CUdevice de
     if (name == nullptr || length <= 0) return CUDA_ERROR_INVALID_VALUE;
     const CUresult error = CheckDevice(device);
     if (error != CUDA_SUCCESS) return error;
-    const auto text = SimText(SimGpuSection(device), L"Name");
+    const auto text = SimText(SimGpuSection(CardOf(device)), L"Name");
     if (!text) return CUDA_ERROR_UNKNOWN;
     const std::size_t copied = text->copy(name, static_cast<std::size_t>(length) - 1);
     name[copied] = '\0';
@@ -108,7 +135,7 @@ SIM_EXPORT CUresult cuDeviceGetUuid(CUuuid* uuid, CUdevice device) {
     if (uuid == nullptr) return CUDA_ERROR_INVALID_VALUE;
     const CUresult error = CheckDevice(device);
     if (error != CUDA_SUCCESS) return error;
-    return SimUuid(device, uuid->bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+    return SimUuid(CardOf(device), uuid->bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
 }
 
 SIM_EXPORT CUresult cuDeviceGetUuid_v2(CUuuid* uuid, CUdevice device) {
@@ -120,14 +147,14 @@ SIM_EXPORT CUresult cuDeviceGetAttribute(std::int32_t* value, std::int32_t attri
     if (value == nullptr || row == std::end(kAttributes)) return CUDA_ERROR_INVALID_VALUE;
     const CUresult error = CheckDevice(device);
     if (error != CUDA_SUCCESS) return error;
-    return SimValue(SimGpuSection(device), row->key, *value) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+    return SimValue(SimGpuSection(CardOf(device)), row->key, *value) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
 }
 
 SIM_EXPORT CUresult cuDeviceTotalMem_v2(std::size_t* bytes, CUdevice device) {
     if (bytes == nullptr) return CUDA_ERROR_INVALID_VALUE;
     const CUresult error = CheckDevice(device);
     if (error != CUDA_SUCCESS) return error;
-    return SimValue(SimGpuSection(device), L"MemoryTotal", *bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
+    return SimValue(SimGpuSection(CardOf(device)), L"MemoryTotal", *bytes) ? CUDA_SUCCESS : CUDA_ERROR_UNKNOWN;
 }
 
 SIM_EXPORT CUresult cuGetErrorName(CUresult error, const char** name) {

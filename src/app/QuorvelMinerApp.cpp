@@ -186,11 +186,18 @@ void CQuorvelMinerApp::CheckPlugIns() {
     m_standingTrouble.Set(CStandingTrouble::Source::PlugIns, text);
 }
 
+std::wstring CQuorvelMinerApp::StartNote(const QvGpuRecord& gpu) const {
+    if (gpu.cudaId < 0) return L", not used: CUDA does not offer it";
+    if (gpu.nvmlDevice != nullptr) return {};
+    return m_nvml->IsAvailable() ? L", used without telemetry: NVML does not know it"
+                                 : L", used without telemetry: NVML is not available";
+}
+
 void CQuorvelMinerApp::TellStart() {
     const std::wstring driver = m_nvml->DriverVersion();
     m_events.Event(EventKind::Program, L"", L"driver " + (driver.empty() ? L"unknown" : driver));
     for (const QvGpuRecord* gpu : m_gpus->Gpus())
-        m_events.Event(EventKind::Gpu, L"GPU " + std::to_wstring(gpu->cudaId), NarrowToWide(gpu->name));
+        m_events.Event(EventKind::Gpu, L"GPU " + std::to_wstring(gpu->cudaId), NarrowToWide(gpu->name) + StartNote(*gpu));
 }
 
 // Who asked from afar does not see the message box.
@@ -311,6 +318,8 @@ void CQuorvelMinerApp::LogPlugIn(const wchar_t* text) {
 }
 
 void CQuorvelMinerApp::SensorsChanged(const QvGpuRecord& gpu, SensorState state) {
+    // The start has said that NVML does not know it.
+    if (state == SensorState::Lost && gpu.nvmlDevice == nullptr) return;
     const wchar_t* const text = state == SensorState::Silent ? L"the driver does not answer; its sensors are not read"
                                 : state == SensorState::Lost ? L"the driver answers no query; trying again"
                                                              : L"the driver answers again";
@@ -318,6 +327,7 @@ void CQuorvelMinerApp::SensorsChanged(const QvGpuRecord& gpu, SensorState state)
     const std::wstring line = name + L": " + text;
     m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", line.c_str());
     m_events.Event(EventKind::Gpu, name, text);
+    if (gpu.cudaId < 0) return;  // nothing is amiss with mining
     const ddt_datetime now = SystemClock().UtcNow();
     const auto told = m_sensorTroubles.find(gpu.cudaId);
     if (told != m_sensorTroubles.end()) {

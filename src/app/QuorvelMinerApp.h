@@ -50,6 +50,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     // Trouble of pools that no plug-in can mine on; while mining runs it is the sessions' own. Any thread.
     void CheckPlugIns();
     void TellStart();
+    // What is unusual about a card that was found; mostly empty.
+    std::wstring StartNote(const QvGpuRecord& gpu) const;
     void NothingToMine();
     void MiningStarts();
     // One line in the main log about what a pool said: whole, on one line, and no flood.

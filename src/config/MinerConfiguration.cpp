@@ -61,7 +61,7 @@ QvGpuRecord* CConfigurationBuilder::FindGpu(std::string_view uuidDigits) const {
     std::array<std::uint8_t, QV_UUID_BYTES> uuid = {};
     HexDecode(uuidDigits, uuid);
     const auto found = std::find_if(m_gpus.begin(), m_gpus.end(), [&uuid](const QvGpuRecord* gpu) {
-        return std::equal(uuid.begin(), uuid.end(), gpu->uuid);
+        return gpu->cudaId >= 0 && std::equal(uuid.begin(), uuid.end(), gpu->uuid);
     });
     return found == m_gpus.end() ? nullptr : *found;
 }

@@ -72,7 +72,7 @@ class CConfigurationBuilder {
     // Appends a copy; one of absent GPUs alone goes to the absent configurations.
     void AddConfiguration(const ConfigurationEntry& entry);
     const PoolPointer& UnassignedPool() const { return m_unassignedPool; }
-    // The GPU with that UUID, or null.
+    // The GPU with that UUID, or null. One that CUDA does not offer has none.
     QvGpuRecord* FindGpu(std::string_view uuidDigits) const;
 
     MinerConfiguration configuration;

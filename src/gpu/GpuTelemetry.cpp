@@ -5,6 +5,8 @@
 namespace {
 
 constexpr std::uint32_t kMilliwattsPerWatt = 1000;
+// More than a PC can hold. NVML's own count would be no better: it tells neither which indices fail nor of lost cards.
+constexpr std::uint32_t kMostDevices = 64;
 
 template <class Value>
 void Store(Value& field, Value value) {
@@ -33,8 +35,8 @@ SensorReading ReadSensors(NvmlDevice device, INvml& nvml) {
     return reading;
 }
 
-NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci, std::size_t devices) {
-    for (std::uint32_t index = 0; index < devices; ++index) {
+NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci) {
+    for (std::uint32_t index = 0; index < kMostDevices; ++index) {
         const NvmlDevice device = nvml.DeviceByIndex(index);
         const auto found = device != nullptr ? nvml.PciInfo(device) : std::nullopt;
         if (found && found->domain == pci.domain && found->bus == pci.bus && found->device == pci.device) return device;

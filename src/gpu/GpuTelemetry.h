@@ -1,5 +1,4 @@
 #pragma once
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include "gpu/NvmlApi.h"
@@ -19,8 +18,8 @@ struct SensorReading {
 
 // Any thread; as slow as the driver.
 SensorReading ReadSensors(NvmlDevice device, INvml& nvml);
-// The device at this PCI address among the first of NVML's order; null: there is none. Any thread; as slow as the driver.
-NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci, std::size_t devices);
+// NVML's device at this PCI address; null: NVML knows none, or cannot open it. Any thread; as slow as the driver.
+NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci);
 
 // A value that was not read keeps what it was. Each field is a relaxed atomic store, so that other threads may read the
 // record meanwhile.

@@ -36,17 +36,24 @@ bool IsAt(const CudaDeviceProperties& properties, const QvPciInfo& pci) {
            static_cast<std::uint32_t>(properties.pciDeviceID) == pci.device;
 }
 
-// What NVML would have told, in its notation of a PCI address.
+// In NVML's notation.
+QvPciInfo AddressOf(const CudaDeviceProperties& properties) {
+    QvPciInfo pci = {};
+    pci.domain = static_cast<std::uint32_t>(properties.pciDomainID);
+    pci.bus = static_cast<std::uint32_t>(properties.pciBusID);
+    pci.device = static_cast<std::uint32_t>(properties.pciDeviceID);
+    FormatTo(pci.busIdLegacy, "%04X:%02X:%02X.0", pci.domain, pci.bus, pci.device);
+    FormatTo(pci.busId, "%08X:%02X:%02X.0", pci.domain, pci.bus, pci.device);
+    return pci;
+}
+
+// What NVML would have told.
 void CopyCudaIdentity(QvGpuRecord& gpu, const CudaDeviceProperties& properties) {
     CopyToField(std::string_view(properties.name), gpu.name);
     gpu.ccMajor = properties.major;
     gpu.ccMinor = properties.minor;
     gpu.memoryTotal = properties.totalGlobalMem;
-    gpu.pci.domain = static_cast<std::uint32_t>(properties.pciDomainID);
-    gpu.pci.bus = static_cast<std::uint32_t>(properties.pciBusID);
-    gpu.pci.device = static_cast<std::uint32_t>(properties.pciDeviceID);
-    FormatTo(gpu.pci.busIdLegacy, "%04X:%02X:%02X.0", gpu.pci.domain, gpu.pci.bus, gpu.pci.device);
-    FormatTo(gpu.pci.busId, "%08X:%02X:%02X.0", gpu.pci.domain, gpu.pci.bus, gpu.pci.device);
+    gpu.pci = AddressOf(properties);
 }
 
 }  // namespace
@@ -60,16 +67,13 @@ std::int32_t CManagerMinerGpus::Init() {
         return kNoCudaDevices;
     }
     const std::vector<CudaDevice> devices = ReadCudaDevices(count);
-    const bool hasNvml = m_surroundings.nvml.IsAvailable();
-    if (!hasNvml && count > 0) {
+    if (!m_surroundings.nvml.IsAvailable() && count > 0) {
         m_surroundings.log.LogFormat(LOG_SEVERITY_NORMAL, L"NVML is not available: the GPUs are used without telemetry");
     }
+    for (const CudaDevice& device : devices)
+        AddByNvmlIndex(device.index, devices);
     for (const CudaDevice& device : devices) {
-        if (hasNvml) {
-            AddByNvml(device.index, devices);
-        } else {
-            AddByCuda(device);
-        }
+        if (std::ranges::find(m_gpus, device.index, &QvGpuRecord::cudaId) == m_gpus.end()) AddByAddress(device);
     }
     std::ranges::stable_sort(m_gpus, {}, &QvGpuRecord::cudaId);
     return 0;
@@ -101,25 +105,40 @@ std::vector<CManagerMinerGpus::CudaDevice> CManagerMinerGpus::ReadCudaDevices(st
     return devices;
 }
 
-void CManagerMinerGpus::AddByNvml(std::int32_t nvmlIndex, std::span<const CudaDevice> devices) {
-    INvml& nvml = m_surroundings.nvml;
-    auto gpu = MakeRecord();
-    gpu->nvmlDevice = nvml.DeviceByIndex(static_cast<std::uint32_t>(nvmlIndex));
-    nvml.DeviceName(gpu->nvmlDevice, gpu->name);
-    const NvmlCapability capability = nvml.CudaComputeCapability(gpu->nvmlDevice).value_or(NvmlCapability());
-    gpu->ccMajor = capability.major;
-    gpu->ccMinor = capability.minor;
-    gpu->pci = nvml.PciInfo(gpu->nvmlDevice).value_or(QvPciInfo());
-    if (const auto memory = nvml.MemoryInfo(gpu->nvmlDevice)) gpu->memoryTotal = memory->total;
-    const auto twin =
-        std::ranges::find_if(devices, [&](const CudaDevice& device) { return IsAt(device.properties, gpu->pci); });
-    AddGpu(std::move(gpu), twin != devices.end() ? &*twin : nullptr);
+void CManagerMinerGpus::AddByNvmlIndex(std::int32_t nvmlIndex, std::span<const CudaDevice> devices) {
+    const NvmlDevice device = m_surroundings.nvml.DeviceByIndex(static_cast<std::uint32_t>(nvmlIndex));
+    const auto pci = m_surroundings.nvml.PciInfo(device);
+    if (!pci) return;
+    const auto twin = std::ranges::find_if(devices, [&](const CudaDevice& cuda) { return IsAt(cuda.properties, *pci); });
+    AddByNvml(device, *pci, twin != devices.end() ? &*twin : nullptr);
 }
 
-void CManagerMinerGpus::AddByCuda(const CudaDevice& device) {
+void CManagerMinerGpus::AddByAddress(const CudaDevice& device) {
+    const QvPciInfo pci = AddressOf(device.properties);
+    if (const NvmlDevice found = FindDevice(m_surroundings.nvml, pci)) {
+        AddByNvml(found, m_surroundings.nvml.PciInfo(found).value_or(pci), &device);
+        return;
+    }
     auto gpu = MakeRecord();
     CopyCudaIdentity(*gpu, device.properties);
     AddGpu(std::move(gpu), &device);
+    if (m_surroundings.nvml.IsAvailable()) {
+        m_surroundings.log.LogFormat(LOG_SEVERITY_NORMAL, L"GPU %d is used without telemetry: NVML knows no device at %S",
+                                     device.index, pci.busId);
+    }
+}
+
+void CManagerMinerGpus::AddByNvml(NvmlDevice device, const QvPciInfo& pci, const CudaDevice* twin) {
+    INvml& nvml = m_surroundings.nvml;
+    auto gpu = MakeRecord();
+    gpu->nvmlDevice = device;
+    nvml.DeviceName(device, gpu->name);
+    const NvmlCapability capability = nvml.CudaComputeCapability(device).value_or(NvmlCapability());
+    gpu->ccMajor = capability.major;
+    gpu->ccMinor = capability.minor;
+    gpu->pci = pci;
+    if (const auto memory = nvml.MemoryInfo(device)) gpu->memoryTotal = memory->total;
+    AddGpu(std::move(gpu), twin);
 }
 
 void CManagerMinerGpus::AddGpu(std::unique_ptr<QvGpuRecord> gpu, const CudaDevice* twin) {

@@ -31,8 +31,9 @@ class CManagerMinerGpus {
     CManagerMinerGpus& operator=(const CManagerMinerGpus&) = delete;
 
     // To be called once. 0, or kNoCudaDevices when CUDA gives no count; the user has then been told why. Throws
-    // std::runtime_error when the properties of a device cannot be read. NVML may be missing: the records then hold what
-    // CUDA knows, and no telemetry.
+    // std::runtime_error when the properties of a device cannot be read. Every CUDA device gets a record; one that NVML does
+    // not know has no nvmlDevice, holds what CUDA knows, and no telemetry. A card that NVML alone knows has the cudaId -1
+    // and an all-zero uuid, and is never mined on.
     std::int32_t Init();
 
     // By cudaId, ascending; the array and the records stay where they are after Init.
@@ -46,9 +47,11 @@ class CManagerMinerGpus {
 
     std::wstring CountErrorText(CudaError error) const;
     std::vector<CudaDevice> ReadCudaDevices(std::int32_t count);
-    // NVML has an order of its own: only the number of its devices is CUDA's.
-    void AddByNvml(std::int32_t nvmlIndex, std::span<const CudaDevice> devices);
-    void AddByCuda(const CudaDevice& device);
+    // NVML has an order of its own, and counts cards that are hidden from CUDA. One that it cannot describe is passed over.
+    void AddByNvmlIndex(std::int32_t nvmlIndex, std::span<const CudaDevice> devices);
+    // For a CUDA device that NVML's first indices did not give.
+    void AddByAddress(const CudaDevice& device);
+    void AddByNvml(NvmlDevice device, const QvPciInfo& pci, const CudaDevice* twin);
     void AddGpu(std::unique_ptr<QvGpuRecord> gpu, const CudaDevice* twin);
 
     const Surroundings m_surroundings;

@@ -89,7 +89,7 @@ bool CTelemetryReader::CWork::ReadNext(std::unique_lock<std::mutex>& lock, const
     if (nvml == nullptr) return false;
     lock.unlock();
     if (read.restartDriver) nvml->Reinitialize();
-    if (read.findAnew) device = FindDevice(*nvml, pci, m_gpus.size());
+    if (read.findAnew) device = FindDevice(*nvml, pci);
     const SensorReading reading = ReadSensors(device, *nvml);
     nvml.reset();
     lock.lock();

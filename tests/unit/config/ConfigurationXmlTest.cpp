@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Rig.h"
 
 namespace {
@@ -177,12 +179,14 @@ TEST(ConfigurationXml, KeepsAbsentGpusInTheirPlaces) {
         "WorkerOverride=\"\" Algo=\"2\"/>\n  </Pools>\n  <Configurations>\n" +
         config(gpu(absent('1'), 1)) +
         config(gpu(absent('2'), 2) + gpu(kGpuA, 3) + gpu(absent('3'), 4) + gpu(absent('4'), 5)) +
-        config(gpu(absent('5'), 6)) + config(gpu(absent('6'), 7)) + config(gpu(b, 8)) + config(gpu(absent('7'), 9)) +
+        config(gpu(absent('5'), 6)) + config(gpu(absent('6'), 7)) + config(gpu(b, 8)) + config(gpu(absent('0'), 9)) +
         "  </Configurations>\n</MinerConfig>\n";
     for (const std::size_t present : {2u, 1u, 0u}) {
         CRig rig;
-        for (std::size_t i = present; i < 2; ++i)
-            rig.records[i].uuid[0] = 0xEE;  // another card stands there
+        for (std::size_t i = present; i < 2; ++i) {
+            rig.records[i].cudaId = -1;  // hidden from CUDA, without an identity
+            std::ranges::fill(rig.records[i].uuid, std::uint8_t{0});
+        }
         CLoadReport report;
         const MinerConfiguration configuration = rig.Read(text, report);
         EXPECT_TRUE(report.IsEmpty());

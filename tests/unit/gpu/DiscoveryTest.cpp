@@ -90,22 +90,33 @@ TEST_F(CDiscoveryTest, MatchesByPciAddressAndSortsByCudaId) {
               "CUDA-Device 0: UUID:a9aaabacadaeafb0b1b2b3b4b5b6b7b8  -  GeForce Nine\n");
 }
 
-// Another domain, bus or device number is another card, and one that NVML cannot open has none of them.
-TEST_F(CDiscoveryTest, NvmlDeviceWithoutCudaTwinComesFirst) {
-    m_cuda.devices = {CudaCard("a", 1), CudaCard("b", 2), CudaCard("c", 3), CudaCard("d", 4), CudaCard("e", 5)};
-    m_nvml.cards = {NvmlCard("twin", 1), NvmlCard("bus", 7), NvmlCard("domain", 3, 0), NvmlCard("device", 4, 1, 0),
-                    NvmlCard("lost", 5)};
+// Another domain, bus or device number is another card; one that NVML cannot open or place is none.
+TEST_F(CDiscoveryTest, EveryCudaDeviceHasARecordWhateverNvmlKnows) {
+    m_cuda.devices = {CudaCard("a", 1), CudaCard("b", 2), CudaCard("c", 3),
+                      CudaCard("d", 4), CudaCard("e", 5), CudaCard("at nought", 0)};
+    m_cuda.devices[5].pciDomainID = m_cuda.devices[5].pciDeviceID = 0;
+    m_nvml.cards = {NvmlCard("twin", 1), NvmlCard("bus", 7),  NvmlCard("domain", 3, 0), NvmlCard("device", 4, 1, 0),
+                    NvmlCard("lost", 5), NvmlCard("mute", 9), NvmlCard("beyond", 2)};
     m_nvml.cards[4].hasHandle = false;
+    m_nvml.cards[5].pci.reset();
     ASSERT_EQ(m_manager.Init(), 0);
-    std::vector<std::pair<std::int32_t, std::string>> found;
+    std::vector<std::tuple<std::int32_t, std::string, NvmlDevice>> found;
     for (const QvGpuRecord* gpu : m_manager.Gpus())
-        found.emplace_back(gpu->cudaId, gpu->name);
-    ASSERT_EQ(found, (decltype(found){{-1, "bus"}, {-1, "domain"}, {-1, "device"}, {-1, ""}, {0, "twin"}}));
+        found.emplace_back(gpu->cudaId, gpu->name, gpu->nvmlDevice);
+    std::vector<FakeNvmlCard>& cards = m_nvml.cards;
+    ASSERT_EQ(found, (decltype(found){{-1, "bus", &cards[1]},
+                                      {-1, "domain", &cards[2]},
+                                      {-1, "device", &cards[3]},
+                                      {0, "twin", &cards[0]},
+                                      {1, "beyond", &cards[6]},
+                                      {2, "c", nullptr},
+                                      {3, "d", nullptr},
+                                      {4, "e", nullptr},
+                                      {5, "at nought", nullptr}}));
     EXPECT_EQ(Processors(*m_manager.Gpus()[0]), (std::array{1, 128, 128, 1, 1}));
-    const QvGpuRecord& lost = *m_manager.Gpus()[3];
-    EXPECT_EQ(lost.nvmlDevice, nullptr);
-    EXPECT_EQ(lost.coresPerMultiProc, 64);
-    EXPECT_EQ(lost.telemetryState, 1u);
+    EXPECT_EQ(m_manager.Gpus()[4]->uuid[0], 0xA2);
+    EXPECT_NE(Log().find("\nGPU 4 is used without telemetry: NVML knows no device at 00000001:05:02.0\n"),
+              std::string::npos);
 }
 
 TEST_F(CDiscoveryTest, WithoutNvmlTheRecordsHoldWhatCudaKnows) {

@@ -78,8 +78,9 @@ TEST(FindDevice, GoesByThePciAddressAndPassesWhatCannotBeOpened) {
     nvml.cards[0].hasHandle = false;
     nvml.cards[4].pci.reset();
     const QvPciInfo address = *nvml.cards[5].pci;
-    EXPECT_EQ(FindDevice(nvml, address, nvml.cards.size()), &nvml.cards[5]);
-    EXPECT_EQ(FindDevice(nvml, address, 5), nullptr);
+    EXPECT_EQ(FindDevice(nvml, address), &nvml.cards[5]);
+    nvml.cards.pop_back();
+    EXPECT_EQ(FindDevice(nvml, address), nullptr);
 }
 
 }  // namespace

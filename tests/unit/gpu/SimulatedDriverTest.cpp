@@ -136,10 +136,9 @@ TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
     Set("Gpu1", "NvmlIndex", "fail");
     Set("Gpu0", "Name", std::string(70, 'n'));  // too long for NVML's 64 bytes
     const auto gpus = Discover();
-    EXPECT_EQ(gpus[0]->cudaId, -1);
-    EXPECT_EQ(gpus[0]->nvmlDevice, nullptr);
-    EXPECT_EQ(gpus[1]->cudaId, 0);
-    EXPECT_STREQ(gpus[1]->name, "");
+    EXPECT_STREQ(gpus[0]->name, "");
+    EXPECT_EQ(std::pair(gpus[1]->cudaId, gpus[1]->nvmlDevice), std::pair(1, NvmlDevice(nullptr)));
+    EXPECT_STREQ(gpus[1]->name, "Simulated GTX 1070");
 
     CudaDeviceProperties properties;
     for (const char* key : {"Name", "Uuid", "PciBus", "MultiProcessors"}) {
@@ -152,6 +151,16 @@ TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
     EXPECT_STREQ(properties.name, "Simulated RTX 3080");
     EXPECT_EQ(properties.totalGlobalMem, 10'737'418'240u);
     EXPECT_EQ(properties.pciBusID, 10);
+}
+
+TEST_F(CSimulatedDriverTest, ACardThatIsHiddenFromCudaDoesNotTakeTheVisibleOnesPlace) {
+    SetEnvironmentVariableW(L"CUDA_VISIBLE_DEVICES", L"0");
+    const auto gpus = Discover();
+    SetEnvironmentVariableW(L"CUDA_VISIBLE_DEVICES", nullptr);
+    EXPECT_EQ(gpus[0]->cudaId, -1);
+    EXPECT_STREQ(gpus[0]->name, "Simulated GTX 1070");
+    EXPECT_EQ(gpus[1]->cudaId, 0);
+    EXPECT_EQ(gpus[1]->temperature, 61u);
 }
 
 // ---- The reader, on threads of its own -----------------------------------------------------------------------------------
