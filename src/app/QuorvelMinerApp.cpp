@@ -100,7 +100,7 @@ bool CQuorvelMinerApp::InitInstance() {
     m_events.Event(EventKind::Program, L"", L"started, version " + NarrowToWide(kVersionText));
     m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
     const FileLoad settingsLoad = m_settingsFile->Load(m_settings);
-    OpenMainLog();
+    OpenLogs();
     EnumerateAlgorithms(m_folders.algosFolder, m_folders.settingsFolder + L"PlugIns.txt", m_events, m_algorithms);
     if (!DiscoverGpus()) {
         m_exitCode = m_guarded ? kExitNoGpus : 0;
@@ -129,10 +129,13 @@ bool CQuorvelMinerApp::ClaimSingleInstance() {
     return false;
 }
 
-void CQuorvelMinerApp::OpenMainLog() {
+void CQuorvelMinerApp::OpenLogs() {
     m_mainLog.enabled = m_settings.MainLog;
     m_mainLog.CreateLogSystem((m_folders.logsFolder + kApplicationName).c_str(), 0);
     m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"*** %s ***", kApplicationName);
+    m_oldLogs.emplace(std::vector<std::filesystem::path>{m_folders.logsFolder, m_folders.minerLogsFolder},
+                      m_settings.LogDays, m_events);
+    m_oldLogs->Check(CurrentTime(TimeMode::Local));
 }
 
 bool CQuorvelMinerApp::DiscoverGpus() {
@@ -280,7 +283,11 @@ void CQuorvelMinerApp::RunDialog() {
                       .miningStarts = [this] { MiningStarts(); },
                       .miningStopped = [this] { CheckPlugIns(); },
                       .configurationReplaced = [this] { CheckPlugIns(); },
-                      .requestTelemetry = [this] { m_telemetry->Request(); }});
+                      .requestTelemetry =
+                          [this] {
+                              m_telemetry->Request();
+                              m_oldLogs->Check(CurrentTime(TimeMode::Local));  // as good a moment as any: every five seconds
+                          }});
     CXTPPaintManager paint;
     CThemeManager themes(paint, m_folders.installationFolder);
     CQuorvelMinerDlg dialog(host, {.themes = themes,

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include "app/ApplicationFolders.h"
 #include "app/ControlHost.h"
@@ -21,6 +22,7 @@
 #include "support/EventLog.h"
 #include "support/LineBudget.h"
 #include "support/LogSystem.h"
+#include "support/OldLogs.h"
 #include "support/RecentLines.h"
 #include "toolkit/WinApp.h"
 
@@ -44,7 +46,8 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
 
   private:
     bool ClaimSingleInstance();
-    void OpenMainLog();
+    // The main log; old ones of all kinds are removed meanwhile.
+    void OpenLogs();
     bool DiscoverGpus();
     void LoadConfiguration(const FileLoad& settingsLoad);
     // Trouble of pools that no plug-in can mine on; while mining runs it is the sessions' own. Any thread.
@@ -78,6 +81,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CEventLog m_events;
     CBKLogSystem m_mainLog;
     std::wstring m_eventLogFile;
+    std::optional<COldLogs> m_oldLogs;
     CTroubleBoard m_troubles;
     CStandingTrouble m_standingTrouble;
     std::map<std::int32_t, PoolError> m_sensorTroubles;  // by CUDA id; used under the telemetry reader's lock

@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdlib>
 #include <limits>
+#include <system_error>
 
 #include "support/XmlAttributes.h"
 
 namespace {
 
 constexpr int kMalformedRectangle = 24;
+const RuntimeSettings kDefaults;
 
 std::int32_t ClampSide(long side) {
     using Limits = std::numeric_limits<std::int32_t>;
@@ -73,9 +76,18 @@ void CheckSettings(const XML_NODE& root, CLoadReport& report) {
     const std::vector<const XML_NODE*> logging = CollectChildren(root, "Logging");
     if (logging.size() > 1) report.Dropped(L"another Logging of the settings");
     if (logging.empty()) return;
-    report.CheckNames(*logging[0], {"MainLog", "ConnectionLog"}, {}, L"Logging");
+    report.CheckNames(*logging[0], {"MainLog", "ConnectionLog", "LogDays"}, {}, L"Logging");
     for (const std::string_view name : {"MainLog", "ConnectionLog"})
         report.CheckNumber(*logging[0], name, -kInt32Most - 1, kInt32Most, L"Logging");
+    report.CheckNumber(*logging[0], "LogDays", 0, kInt32Most, L"Logging");
+}
+
+// What is no number of days is taken for the default.
+std::int32_t ParseLogDays(const std::string& text) {
+    std::int32_t days = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, days);
+    return error == std::errc() && stop == end && days >= 0 ? days : kDefaults.LogDays;
 }
 
 }  // namespace
@@ -114,6 +126,7 @@ void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadR
     if (logging == nullptr) return;
     ReadNumber(*logging, "MainLog", settings.MainLog);
     ReadNumber(*logging, "ConnectionLog", settings.ConnectionLog);
+    if (const std::string* days = FindAttribute(*logging, "LogDays")) settings.LogDays = ParseLogDays(*days);
 }
 
 void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
@@ -133,4 +146,5 @@ void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
     XML_NODE& logging = AddChild(root, "Logging");
     SetAttribute(logging, "MainLog", settings.MainLog);
     SetAttribute(logging, "ConnectionLog", settings.ConnectionLog);
+    if (settings.LogDays != kDefaults.LogDays) SetAttribute(logging, "LogDays", settings.LogDays);
 }

@@ -30,7 +30,7 @@ TEST(RuntimeSettingsXml, WritesTheBytesItRead) {
         " ConfigMiningPoolsPos=\"9,10,11,12\" StartSolverOnStart=\"13\" HostIP=\"4294967295\" HostPort=\"14\""
         " ControlState=\"15\" LastControlState=\"16\" MiningState=\"17\" LastMiningState=\"-18\" Theme=\"15\""
         " HideMinimized=\"1\" ControlToken=\"s&amp;cret\">\n"
-        "  <Logging MainLog=\"19\" ConnectionLog=\"20\"/>\n"
+        "  <Logging MainLog=\"19\" ConnectionLog=\"20\" LogDays=\"0\"/>\n"
         "</RuntimeSettings>\n";
     EXPECT_EQ(Write(Read(text)), text);
 }
@@ -77,6 +77,11 @@ TEST(RuntimeSettingsXml, NamesWhatItDoesNotUnderstand) {
         ReadRuntimeSettings(*document.Parse(xml), settings, report);
         EXPECT_EQ(report.Text(), text);
     }
+}
+
+TEST(RuntimeSettingsXml, WhatIsNoNumberOfDaysIsTheDefault) {
+    for (const auto& [text, days] : {std::pair("7", 7), {"0", 0}, {"-1", 30}, {"", 30}, {"7 days", 30}, {"99999999999", 30}})
+        EXPECT_EQ(Read(std::string("<RuntimeSettings><Logging LogDays=\"") + text + "\"/></RuntimeSettings>").LogDays, days);
 }
 
 TEST(RuntimeSettingsXml, ReadsAddressesAsNumbers) {
