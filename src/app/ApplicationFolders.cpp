@@ -11,11 +11,6 @@ std::wstring ModulePath() {
     return path;
 }
 
-std::wstring FolderOf(const std::wstring& path) {
-    const std::size_t separator = path.find_last_of(L"\\/");
-    return separator == std::wstring::npos ? std::wstring() : path.substr(0, separator);
-}
-
 std::wstring MakeFolder(const std::wstring& parent, const wchar_t* name) {
     std::wstring folder = parent + name + L"\\";
     CreateDirectoryW(folder.c_str(), nullptr);
@@ -50,7 +45,7 @@ void SetUpFonts(ApplicationFolders& folders) {
 
 }  // namespace
 
-ApplicationFolders SetUpFolders() {
+ApplicationFolders SetUpFolders(const DataFolder& data) {
     ApplicationFolders folders;
     wchar_t temporary[MAX_PATH + 1] = {};
     GetTempPathW(MAX_PATH, temporary);
@@ -58,13 +53,14 @@ ApplicationFolders SetUpFolders() {
 
     folders.modulePath = ModulePath();
     folders.moduleFileName = folders.modulePath.substr(folders.modulePath.find_last_of(L"\\/") + 1);
-    folders.installationFolder = FolderOf(folders.modulePath) + L"\\";
+    folders.installationFolder = ProgramFolder();
     folders.algosFolder = folders.installationFolder + L"Algos\\";
     folders.themesFolder = folders.installationFolder + L"Themes\\";
 
-    const std::wstring dataFolder = FolderOf(folders.modulePath);
-    CreateDirectoryW(dataFolder.c_str(), nullptr);
-    folders.dataFolder = dataFolder + L"\\";
+    folders.dataFolder = data.path;
+    folders.dataFolderMoved = data.isMoved;
+    folders.dataFolderIsNew = data.isNew;
+    folders.dataFolderNote = PrepareDataFolder(data, folders.installationFolder);
     folders.settingsFolder = MakeFolder(folders.dataFolder, L"Settings");
     folders.logsFolder = MakeFolder(folders.dataFolder, L"Logs");
     folders.minerLogsFolder = MakeFolder(folders.logsFolder, L"Miner");

@@ -2,6 +2,7 @@
 #include <windows.h>
 #include <memory>
 #include <string>
+#include "support/DataFolder.h"
 
 struct FontDeleter {
     void operator()(HFONT font) const { DeleteObject(font); }
@@ -22,10 +23,14 @@ struct ApplicationFolders {
     std::wstring logsFolder;
     std::wstring minerLogsFolder;  // Logs\Miner
     std::wstring algosFolder;
-    std::wstring dataFolder;  // the executable's folder
+    std::wstring dataFolder;       // of Settings and Logs: the executable's folder unless moved
+    bool dataFolderMoved = false;  // that cannot be written, so the user's own serves
+    bool dataFolderIsNew = false;  // moved, for the first time
+    std::wstring dataFolderNote;   // for the event log; mostly empty
     std::wstring temporaryFolder;
     std::wstring themesFolder;
 };
 
-// Fills the record and creates Settings, Logs and Logs\Miner. Failures to create are ignored: the folders mostly exist.
-ApplicationFolders SetUpFolders();
+// Fills the record and creates Settings, Logs and Logs\Miner; a new folder of the user's own gets the program's settings.
+// Failures to create are ignored: the folders mostly exist.
+ApplicationFolders SetUpFolders(const DataFolder& data);

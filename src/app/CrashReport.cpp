@@ -189,11 +189,8 @@ void OnInvalidArgument(const wchar_t*, const wchar_t*, const wchar_t*, unsigned,
     ReportHere(L"invalid argument to the C runtime", kInvalidArgument, true);
 }
 
-void PrepareFiles() {
-    wchar_t module[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, module, MAX_PATH);
-    const std::wstring folder = (fs::path(module).parent_path() / "Logs").wstring() + L"\\";
-    FormatTo(state.logsFolder, L"%s", folder.c_str());
+void PrepareFiles(const std::wstring& logsFolder) {
+    FormatTo(state.logsFolder, L"%s", logsFolder.c_str());
     FormatTo(state.eventFile, L"%s%s_events.log", state.logsFolder, kApplicationName);
 }
 
@@ -250,8 +247,8 @@ extern "C" [[noreturn]] void __cxa_pure_virtual() {  // NOLINT(bugprone-reserved
     ReportHere(L"pure virtual call", kAborted);
 }
 
-void InstallCrashReport() {
-    PrepareFiles();
+void InstallCrashReport(const std::wstring& logsFolder) {
+    PrepareFiles(logsFolder);
     RemoveOldDumps();
     LoadDumpWriter();
     StartReporter();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "app/DialogHost.h"
 #include "common/CodePage.h"
@@ -78,8 +79,9 @@ std::wstring AbsentText(const MinerConfiguration& configuration) {
 
 }  // namespace
 
-CQuorvelMinerApp::CQuorvelMinerApp(bool guarded, bool resume)
-    : m_guarded(guarded),
+CQuorvelMinerApp::CQuorvelMinerApp(DataFolder data, bool guarded, bool resume)
+    : m_data(std::move(data)),
+      m_guarded(guarded),
       m_resume(resume),
       m_hostName(ComputerName()),
       m_standingTrouble(m_troubles, m_events, [this](const PoolError& error) {
@@ -94,10 +96,11 @@ bool CQuorvelMinerApp::InitInstance() {
     MakeDpiAware();
     WSADATA winsock = {};
     WSAStartup(MAKEWORD(2, 2), &winsock);
-    m_folders = SetUpFolders();
+    m_folders = SetUpFolders(m_data);
     m_events.Open(m_folders.logsFolder + kApplicationName + L"_events");
     m_eventLogFile = m_folders.logsFolder + kApplicationName + L"_events.log";
     m_events.Event(EventKind::Program, L"", L"started, version " + NarrowToWide(kVersionText));
+    if (!m_folders.dataFolderNote.empty()) m_events.Event(EventKind::Program, L"", m_folders.dataFolderNote);
     m_settingsFile = std::make_unique<CRuntimeSettingsFile>(m_folders.settingsFolder);
     const FileLoad settingsLoad = m_settingsFile->Load(m_settings);
     OpenLogs();
@@ -120,7 +123,7 @@ bool CQuorvelMinerApp::ClaimSingleInstance() {
     m_instanceMutex = nullptr;
     m_exitCode = m_guarded ? kExitSecondInstance : 0;
     if (m_guarded) {
-        AppendEvent((SetUpFolders().logsFolder + kApplicationName + L"_events.log").c_str(), EventKind::Program, L"",
+        AppendEvent((m_data.path + L"Logs\\" + kApplicationName + L"_events.log").c_str(), EventKind::Program, L"",
                     L"not started: another instance runs");
         return false;
     }

@@ -19,6 +19,7 @@
 #include "mining/FeePools.h"
 #include "mining/Mining.h"
 #include "pool/StratumHost.h"
+#include "support/DataFolder.h"
 #include "support/EventLog.h"
 #include "support/LineBudget.h"
 #include "support/LogSystem.h"
@@ -31,7 +32,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
   public:
     // guarded: nobody can answer a message box, so what keeps the program from starting goes to the event log alone, and Run
     // returns a code of common/Guarded.h. resume: mining and listening are taken up again if they ran last.
-    CQuorvelMinerApp(bool guarded, bool resume);
+    CQuorvelMinerApp(DataFolder data, bool guarded, bool resume);
     ~CQuorvelMinerApp() override;
 
     // False in every case: the main window has been and gone when it returns.
@@ -70,6 +71,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void RequestStopMining(const std::string& reason) override;
     std::wstring DefaultWorkerName() override;
 
+    const DataFolder m_data;
     const bool m_guarded;
     const bool m_resume;
     int m_exitCode = 0;

@@ -20,9 +20,9 @@ std::wstring Number(std::uint64_t number) {
 
 }  // namespace
 
-CGuard::CGuard(std::wstring folder, const GuardTimes& times, const IClock& clock)
+CGuard::CGuard(std::wstring folder, const std::wstring& dataFolder, const GuardTimes& times, const IClock& clock)
     : m_folder(std::move(folder)),
-      m_eventFile(m_folder + L"Logs\\" + kApplicationName + L"_events.log"),
+      m_eventFile(dataFolder + L"Logs\\" + kApplicationName + L"_events.log"),
       m_times(times),
       m_clock(clock),
       m_policy(times),
@@ -33,7 +33,6 @@ CGuard::~CGuard() {
 }
 
 GuardExit CGuard::Run() {
-    CreateDirectoryW((m_folder + L"Logs").c_str(), nullptr);
     MakeWindow();
     Say(L"guard started");
     bool goOn = true;

@@ -10,8 +10,8 @@ enum GuardExit : int { kGuardDone = 0, kGuardFailed = 1, kGuardWrongUsage = 2, k
 // of Windows is noticed: what Windows closes then must not be started again.
 class CGuard {
   public:
-    // folder: of the executables, ends with a backslash.
-    CGuard(std::wstring folder, const GuardTimes& times, const IClock& clock);
+    // folder: of the executables; dataFolder: whose Logs has the miner's event log. Both end with a backslash.
+    CGuard(std::wstring folder, const std::wstring& dataFolder, const GuardTimes& times, const IClock& clock);
     ~CGuard();
     CGuard(const CGuard&) = delete;
     CGuard& operator=(const CGuard&) = delete;

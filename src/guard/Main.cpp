@@ -9,6 +9,7 @@
 #include "guard/AutoStart.h"
 #include "guard/Guard.h"
 #include "guard/GuardOptions.h"
+#include "support/DataFolder.h"
 
 namespace {
 
@@ -35,20 +36,14 @@ GuardExit Report(unsigned long error, const wchar_t* done) {
     return kGuardFailed;
 }
 
-std::wstring OwnFolder() {
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH - 1);
-    const std::wstring module = path;
-    return module.substr(0, module.find_last_of(L'\\') + 1);
-}
-
 GuardExit WatchMiner(const GuardTimes& times) {
     const CHandle mutex(CreateMutexW(nullptr, FALSE, L"Quorvel-Guard"));
     if (!mutex || GetLastError() == ERROR_ALREADY_EXISTS) {
         Print(L"Quorvel-Guard runs already\r\n");
         return kGuardSecond;
     }
-    return CGuard(OwnFolder(), times, SystemClock()).Run();
+    const std::wstring folder = ProgramFolder();
+    return CGuard(folder, FindDataFolder(folder).path, times, SystemClock()).Run();
 }
 
 }  // namespace
