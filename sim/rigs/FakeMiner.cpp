@@ -213,7 +213,7 @@ std::string CFakeMiner::SystemLine() const {
             R"({"ID":")" + FakeUuid(m_number, i) + R"(","Model":"Simulated RTX )" + std::to_string(3070 + 10 * (i % 3)) +
             R"(","CUDA-ID":)" + std::to_string(i) +
             R"(,"CUDA-Major":8,"CUDA-Minor":6,"MultiProc":46,"CoresPerMultiProc":128,"TotalCores":5888,"Memory":8589934592,"PCI-Dom":0,"PCI-Bus":)" +
-            std::to_string(i + 1) + ",}";  // as the real one writes it
+            std::to_string(i + 1) + "}";
     }
     return line + "]}}\n";
 }

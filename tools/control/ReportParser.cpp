@@ -136,10 +136,8 @@ std::optional<Report> ParseReport(std::string_view line) {
     line = Trimmed(line);
     if (line.size() > kMaxReportBytes) return std::nullopt;
     rapidjson::Document document;
-    // Iterative: deep nesting must not use up the stack.
-    // Miners end each GPU of a system report with a comma.
-    constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseTrailingCommasFlag;
-    document.Parse<kFlags>(line.data(), line.size());
+    // Iterative: deep nesting must not use up the stack. The encoding is not judged: a rig's name is in its code page.
+    document.Parse<rapidjson::kParseIterativeFlag>(line.data(), line.size());
     if (document.HasParseError()) return BrokenError(line);
     if (!document.IsObject()) return std::nullopt;
     const std::string command = Text(document, "cmd");

@@ -40,11 +40,18 @@ TEST(Reports, LinesThatAreNoReports) {
                                  R"({"cmd":"update","params":[]})",
                                  R"({"cmd":"Update","params":{}})",
                                  R"({"cmd":"update","params":{}} x)",
+                                 R"({"cmd":"system","params":{"GpuStatic":[{"ID":"00112233445566778899aabbccddeeff",}]}})",
                                  deep,
                                  R"({"cmd":"errorinfo","params":{"time":1,"id":2,"text":"cut)",
                                  Update(std::string(kMaxReportBytes, ' '))};
     for (const std::string& line : lines)
         EXPECT_FALSE(ParseReport(line)) << line.substr(0, 80);
+}
+
+TEST(Reports, NamesInTheCodePageOfTheRigAreTaken) {
+    const auto report = ParseReport("{\"cmd\":\"system\",\"params\":{\"hostname\":\"B\xC4R\",\"ver\":\"1\"}}");
+    ASSERT_TRUE(report);
+    EXPECT_EQ(std::get<SystemReport>(*report).hostname, "B\uFFFDR");
 }
 
 TEST(Reports, GpusWithoutProperIdAndTooManyOfThem) {
