@@ -4,7 +4,7 @@
 #include <optional>
 
 const wchar_t kGuardUsage[] =
-    L"usage: Quorvel-Guard [--install | --remove | --help]\r\n"
+    L"usage: Quorvel-Guard [--install | --remove | --help | --version]\r\n"
     L"\r\n"
     L"Starts Quorvel-Miner.exe from its own folder, or watches the one that runs, and starts it again when it crashes or "
     L"does\r\n"
@@ -39,6 +39,7 @@ GuardOptions ParseGuardOptions(std::span<const std::wstring> arguments) {
         if (arguments[0] == L"--install") return {.command = GuardCommand::Install, .times = {}};
         if (arguments[0] == L"--remove") return {.command = GuardCommand::Remove, .times = {}};
         if (arguments[0] == L"--help") return {.command = GuardCommand::Help, .times = {}};
+        if (arguments[0] == L"--version") return {.command = GuardCommand::Version, .times = {}};
     }
     GuardOptions options;
     for (; arguments.size() >= 2; arguments = arguments.subspan(2)) {

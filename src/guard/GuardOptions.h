@@ -3,7 +3,7 @@
 #include <string>
 #include "guard/GuardPolicy.h"
 
-enum class GuardCommand { Watch, Install, Remove, Help, Invalid };
+enum class GuardCommand { Watch, Install, Remove, Help, Version, Invalid };
 
 struct GuardOptions {
     GuardCommand command = GuardCommand::Watch;

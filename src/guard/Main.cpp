@@ -6,6 +6,7 @@
 
 #include "common/CodePage.h"
 #include "common/Handle.h"
+#include "common/Version.h"
 #include "guard/AutoStart.h"
 #include "guard/Guard.h"
 #include "guard/GuardOptions.h"
@@ -58,6 +59,9 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
             return Report(RemoveAutoStart(), L"The guard no longer starts when this user logs in");
         case GuardCommand::Help:
             Print(kGuardUsage);
+            return kGuardDone;
+        case GuardCommand::Version:
+            Print(L"Quorvel-Guard " + NarrowToWide(kVersionText) + L"\r\n");
             return kGuardDone;
         case GuardCommand::Invalid:
             Print(kGuardUsage);

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <map>
 
+#include "common/Version.h"
+
 namespace {
 
 constexpr std::uint64_t kEpochBlocks = 30'000;
@@ -135,6 +137,7 @@ std::optional<PoolOptions> ParseOptions(int argc, const char* const* argv, std::
     Words words;
     CLI::App app(kDescription, "devpool");
     app.get_formatter()->column_width(32);
+    app.set_version_flag("--version", std::string("devpool ") + kVersionText, "Print the version and end");
     AddNetwork(app, options, words);
     AddWork(app, options, words);
     AddEnd(app, options);

@@ -8,6 +8,7 @@
 
 #include "BenchReport.h"
 #include "CardBench.h"
+#include "common/Version.h"
 #include "ethash_cuda/CudaDriver.h"
 
 namespace {
@@ -57,6 +58,7 @@ std::optional<Request> ParseCommandLine(int argc, char** argv, int* exitCode) {
         ->check(CLI::IsMember({2U, 4U, 8U}));
     app.add_option("--seconds", seconds, "time of each search")->check(CLI::Range(1, 3600))->capture_default_str();
     app.add_flag("--json", request.json, "print the figures as JSON");
+    app.set_version_flag("--version", std::string("ethash-bench ") + kVersionText, "print the version and end");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -83,6 +85,10 @@ int Run(const Request& request) {
         figures.push_back(MeasureCard(*driver.api, card, request.order, say));
     if (figures.empty()) std::fputs("ethash-bench: the driver knows no card\n", stderr);
     std::fputs((request.json ? JsonReport(figures) : TextReport(figures)).c_str(), stdout);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fputs("ethash-bench: standard output cannot be written\n", stderr);
+        return 1;
+    }
     return !figures.empty() && std::ranges::all_of(figures, IsSound) ? 0 : 1;
 }
 

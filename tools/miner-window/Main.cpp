@@ -1,6 +1,6 @@
 // Steers a running miner through its main window, for scripts: miner-window wait|title|start|stop|close,
 //     miner-window menu NUMBER (an entry of the system menu), miner-window press ID (a button),
-//     miner-window text ID (prints the text of an item)
+//     miner-window text ID (prints the text of an item), miner-window --version
 // Exit code 0; 1 when there is no such window (wait: within 60 s), 2 for wrong usage.
 #include <windows.h>
 
@@ -62,6 +62,7 @@ int Print(HWND window) {
 int wmain(int argc, wchar_t** argv) {
     const std::wstring command = argc == 2 || argc == 3 ? argv[1] : L"";
     const auto number = static_cast<WPARAM>(argc == 3 ? std::wcstoul(argv[2], nullptr, 0) : 0);
+    if (command == L"--version") return std::printf("miner-window %s\n", kVersionText) > 0 ? 0 : 1;
     if (command == L"wait") return Wait(true) ? 0 : 1;
     const HWND window = FindMiner();
     if (window == nullptr) return 1;
@@ -75,6 +76,6 @@ int wmain(int argc, wchar_t** argv) {
         return button != nullptr && PostMessageW(button, BM_CLICK, 0, 0) ? 0 : 1;
     }
     if (command == L"text" && number != 0) return PrintItem(GetDlgItem(window, static_cast<int>(number)));
-    std::fputs("usage: miner-window wait|title|start|stop|close|menu NUMBER|press ID|text ID\n", stderr);
+    std::fputs("usage: miner-window wait|title|start|stop|close|menu NUMBER|press ID|text ID|--version\n", stderr);
     return 2;
 }

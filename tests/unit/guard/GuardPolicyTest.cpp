@@ -72,6 +72,7 @@ TEST(GuardOptionsTest, Table) {
         {{L"--install"}, Install},
         {{L"--remove"}, Remove},
         {{L"--help"}, Help},
+        {{L"--version"}, Version},
         {{L"--instal"}, Invalid},
         {{L"--install", L"--remove"}, Invalid},
         {{L"--pause-unit-ms"}, Invalid},
