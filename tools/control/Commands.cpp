@@ -56,7 +56,7 @@ std::string CCommands::StopMining() const {
 std::string CCommands::Configuration(const ConfigFile& file, const std::vector<std::vector<std::string>>& gpus) const {
     CMessage message("configuration", m_token);
     JsonWriter& json = message.Json();
-    WritePools(json, file.pools);
+    WritePools(json, file.pools, AlgorithmForm::Number);
     json.Key("config");
     json.StartArray();
     for (std::size_t i = 0; i < file.configs.size(); ++i) {

@@ -11,6 +11,8 @@ namespace {
 
 using PrettyWriter = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
 
+constexpr std::int32_t kEtchash = AlgorithmId("etchash").value();
+
 void WriteConfig(PrettyWriter& json, const ConfigRecord& config) {
     json.StartObject();
     WriteMember(json, "primary-poolid", std::int64_t{config.primaryPool});
@@ -34,7 +36,7 @@ std::string ConfigFileText(const ConfigFile& file, std::string_view comment) {
     PrettyWriter json(buffer);
     json.StartObject();
     if (!comment.empty()) WriteMember(json, "_comment", comment);
-    WritePools(json, file.pools);
+    WritePools(json, file.pools, AlgorithmForm::Name);
     json.Key("config");
     json.StartArray();
     for (const ConfigRecord& config : file.configs)
@@ -46,9 +48,17 @@ std::string ConfigFileText(const ConfigFile& file, std::string_view comment) {
 
 ConfigFile SampleConfigFile() {
     ConfigFile file;
-    file.pools.push_back({1, "Main pool", "pool.example.org", 4444, 2, "your-wallet-address", "x", std::nullopt});
-    file.pools.push_back({2, "Spare pool", "spare.example.org", 4444, 2, "your-wallet-address", "x", "rig-1"});
+    const std::string server(kSampleServer);
+    const std::string wallet(kSampleWallet);
+    file.pools.push_back({1, "Main pool", server, 4444, kEtchash, wallet, "x", std::nullopt});
+    file.pools.push_back({2, "Spare pool", server, 4444, kEtchash, wallet, "x", "rig-1"});
     file.configs.push_back({1, 2, {GpuSelector{}}});
+    return file;
+}
+
+ConfigFile Masked(ConfigFile file) {
+    for (PoolRecord& pool : file.pools)
+        if (pool.password && !pool.password->empty()) pool.password = kPasswordMask;
     return file;
 }
 

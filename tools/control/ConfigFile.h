@@ -35,12 +35,19 @@ struct ConfigReading {
     std::vector<std::string> mistakes;  // each begins with its place, for example "pools[2].port: "
 };
 
+// What the sample holds where a value of one's own belongs: no file that still holds it is taken.
+inline constexpr std::string_view kSampleServer = "your-pool-server";
+inline constexpr std::string_view kSampleWallet = "your-wallet-address";
+inline constexpr std::string_view kPasswordMask = "********";
+
 // Checks everything that can be checked without a rig, so that nothing is sent which the miner would drop or cut.
 ConfigReading ReadConfigFile(std::string_view json);
 
 // Pretty-printed JSON that ReadConfigFile takes back; comment, when not empty, becomes the "_comment" member.
 std::string ConfigFileText(const ConfigFile& file, std::string_view comment);
 ConfigFile SampleConfigFile();
+// The same with passwords that may be shown.
+ConfigFile Masked(ConfigFile file);
 
 // The UUIDs of each configuration on this rig; error when a GPU is missing or claimed twice.
 struct ResolvedConfig {

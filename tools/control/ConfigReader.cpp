@@ -6,6 +6,8 @@
 
 #include "CleanText.h"
 #include "ConfigFile.h"
+#include "common/AlgorithmNames.h"
+#include "common/PoolAddress.h"
 
 namespace {
 
@@ -30,6 +32,13 @@ std::string PlaceInText(std::string_view text, std::size_t offset) {
     return "line " + std::to_string(line) + ", column " + std::to_string(offset - lineStart + 1);
 }
 
+std::string KnownAlgorithms() {
+    std::string text;
+    for (const NamedAlgorithm& known : kNamedAlgorithms)
+        text += (text.empty() ? "\"" : ", \"") + std::string(known.name) + "\" (" + std::to_string(known.id) + ")";
+    return text;
+}
+
 // How many characters the miner keeps of a text.
 struct TextRule {
     const char* name;
@@ -52,6 +61,11 @@ class CConfigReader {
     std::string RequiredText(const Value& object, const std::string& place, const TextRule& rule);
     std::optional<std::string> OptionalText(const Value& object, const std::string& place, const TextRule& rule);
     void ReadPool(const Value& item, const std::string& place);
+    bool ReadPoolId(const Value& item, const std::string& place, PoolRecord& pool);
+    void ReadAddress(const Value& item, const std::string& place, PoolRecord& pool);
+    std::int32_t ReadAlgorithm(const Value& item, const std::string& place);
+    std::string ReadWallet(const Value& item, const std::string& place);
+    void NamePool(const std::string& name, std::size_t firstMistake);
     void ReadConfig(const Value& item, const std::string& place);
     std::int32_t PoolReference(const Value& item, const std::string& place, const char* name);
     std::vector<GpuSelector> ReadGpus(const Value& gpus, const std::string& place);
@@ -161,27 +175,71 @@ std::optional<std::string> CConfigReader::OptionalText(const Value& object, cons
 
 void CConfigReader::ReadPool(const Value& item, const std::string& place) {
     static constexpr const char* kKnown[] = {"id", "name", "server", "port", "algo", "wallet", "password", "workeroverride"};
+    const std::size_t before = m_reading.mistakes.size();
     if (!CheckMembers(item, place, kKnown)) {
         m_idsKnown = false;
         return;
     }
     PoolRecord pool;
+    m_idsKnown = ReadPoolId(item, place, pool) && m_idsKnown;
+    pool.name = RequiredText(item, place, {"name", 63, true});
+    ReadAddress(item, place, pool);
+    pool.algo = ReadAlgorithm(item, place);
+    pool.wallet = ReadWallet(item, place);
+    pool.password = OptionalText(item, place, {"password", 63, true});
+    if (pool.password == kPasswordMask) Mistake(place + ".password", "only the mask that is shown for a password");
+    pool.workerOverride = OptionalText(item, place, {"workeroverride", 31, true});
+    NamePool(pool.name, before);
+    m_reading.file.pools.push_back(std::move(pool));
+}
+
+// False: there is no such number.
+bool CConfigReader::ReadPoolId(const Value& item, const std::string& place, PoolRecord& pool) {
     const std::size_t before = m_reading.mistakes.size();
     pool.id = Integer(item, place, "id", 0, kMaxId);
-    const bool idRead = m_reading.mistakes.size() == before;
-    m_idsKnown = m_idsKnown && idRead;
-    pool.name = RequiredText(item, place, {"name", 63, true});
-    pool.server = RequiredText(item, place, {"server", 259, false});
-    if (pool.server.find_first_of(" /") != std::string::npos)
-        Mistake(place + ".server", "must be a host name or an address alone, without scheme or path");
-    pool.port = Integer(item, place, "port", 1, 65535);
-    pool.algo = Integer(item, place, "algo", 0, kMaxId);
-    pool.wallet = RequiredText(item, place, {"wallet", 259, false});
-    pool.password = OptionalText(item, place, {"password", 63, true});
-    pool.workerOverride = OptionalText(item, place, {"workeroverride", 31, true});
-    for (std::size_t i = 0; idRead && i < m_reading.file.pools.size(); ++i)
+    if (m_reading.mistakes.size() != before) return false;
+    for (std::size_t i = 0; i < m_reading.file.pools.size(); ++i)
         if (m_reading.file.pools[i].id == pool.id) Mistake(place + ".id", "already used by " + Item("pools", i));
-    m_reading.file.pools.push_back(std::move(pool));
+    return true;
+}
+
+// A port that the server's text names counts before the member.
+void CConfigReader::ReadAddress(const Value& item, const std::string& place, PoolRecord& pool) {
+    const std::size_t before = m_reading.mistakes.size();
+    const std::string text = RequiredText(item, place, {"server", 259, false});
+    PoolAddress address;
+    if (m_reading.mistakes.size() == before) address = ParsePoolAddress(text);
+    if (!address.reason.empty()) Mistake(place + ".server", address.reason);
+    if (address.host == kSampleServer) Mistake(place + ".server", "still the sample's: put in the server of your pool");
+    pool.server = std::move(address.host);
+    const bool mayStandInServer = address.port || !address.reason.empty();
+    if (!mayStandInServer || item.HasMember("port")) pool.port = Integer(item, place, "port", 1, 65535);
+    if (address.port) pool.port = static_cast<std::int32_t>(*address.port);
+}
+
+std::int32_t CConfigReader::ReadAlgorithm(const Value& item, const std::string& place) {
+    const auto found = item.FindMember("algo");
+    if (found == item.MemberEnd() || !found->value.IsString()) return Integer(item, place, "algo", 0, kMaxId);
+    const std::string_view name = View(found->value);
+    if (const std::optional<std::int32_t> id = AlgorithmId(name)) return *id;
+    Mistake(place + ".algo", "\"" + CleanText(name, 40) + "\" is no algorithm; known: " + KnownAlgorithms() +
+                                 ", or the number of another plug-in");
+    return 0;
+}
+
+std::string CConfigReader::ReadWallet(const Value& item, const std::string& place) {
+    std::string wallet = RequiredText(item, place, {"wallet", 259, false});
+    const bool isPlaceholder = wallet == kSampleWallet || wallet.find("...") != std::string::npos;
+    if (isPlaceholder) Mistake(place + ".wallet", "still a sample's: put in your own");
+    if (wallet.find(' ') != std::string::npos) Mistake(place + ".wallet", "must not hold blanks");
+    return wallet;
+}
+
+// People know their pools by name rather than by place.
+void CConfigReader::NamePool(const std::string& name, std::size_t firstMistake) {
+    if (name.empty()) return;
+    for (std::size_t i = firstMistake; i < m_reading.mistakes.size(); ++i)
+        m_reading.mistakes[i] += " (pool \"" + CleanText(name, 80) + "\")";
 }
 
 std::int32_t CConfigReader::PoolReference(const Value& item, const std::string& place, const char* name) {

@@ -1,8 +1,19 @@
 #include "StateFolder.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+
+#include "CleanText.h"
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -11,6 +22,28 @@ namespace fs = std::filesystem;
 fs::path FromEnvironment(const char* name) {
     const char* const value = std::getenv(name);
     return value ? fs::path(value) : fs::path();
+}
+
+// -1: it exists already, or cannot be made.
+int OpenNew(const fs::path& file) {
+#ifdef _WIN32
+    return _wopen(file.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+#else
+    return open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+#endif
+}
+
+// Half a file is removed.
+bool WriteNew(const fs::path& file, std::string_view content) {
+    const int handle = OpenNew(file);
+    if (handle < 0) return false;
+    std::FILE* const stream = fdopen(handle, "wb");
+    if (!stream) close(handle);
+    const bool isWritten = stream && std::fwrite(content.data(), 1, content.size(), stream) == content.size();
+    if (stream && std::fclose(stream) == 0 && isWritten) return true;
+    std::error_code ignored;
+    fs::remove(file, ignored);
+    return false;
 }
 
 }  // namespace
@@ -36,23 +69,32 @@ void CStateFolder::Write(const fs::path& file, std::string_view content) const {
     std::error_code error;
     fs::create_directories(m_folder, error);
     fs::permissions(m_folder, fs::perms::owner_all, error);
-    const fs::path fresh = file.string() + ".new";
-    // Made empty first: the content must not be readable by others for a moment either.
-    std::ofstream(fresh, std::ios::binary | std::ios::trunc).close();
-    fs::permissions(fresh, fs::perms::owner_read | fs::perms::owner_write, error);
-    std::ofstream out(fresh, std::ios::binary | std::ios::trunc);
-    out.write(content.data(), static_cast<std::streamsize>(content.size()));
-    out.close();
-    if (out) fs::rename(fresh, file, error);
-    if (!out || error) throw std::runtime_error("cannot write " + file.string());
+    WritePrivateFile(file, content, true);
 }
 
-std::optional<std::string> ReadWholeFile(const fs::path& file, std::size_t maxBytes) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
+void WritePrivateFile(const fs::path& file, std::string_view content, bool replace) {
+    std::error_code error;
+    const fs::file_type type = fs::status(file, error).type();
+    if (type != fs::file_type::not_found && (!replace || type != fs::file_type::regular))
+        throw std::runtime_error(file.string() + (replace ? " is no file" : " exists already"));
+    const fs::path fresh = replace ? fs::path(file.string() + ".new") : file;
+    if (replace) fs::remove(fresh, error);  // of an earlier attempt
+    if (!WriteNew(fresh, content)) throw std::runtime_error("cannot write " + fresh.string());
+    if (!replace) return;
+    fs::rename(fresh, file, error);
+    if (error) throw std::runtime_error("cannot write " + file.string() + ": " + CleanText(error.message(), 200));
+}
+
+std::optional<std::string> ReadWhole(std::istream& in, std::size_t maxBytes) {
     std::string content(maxBytes + 1, '\0');
     in.read(content.data(), static_cast<std::streamsize>(content.size()));
     content.resize(static_cast<std::size_t>(in.gcount()));
     if (in.bad() || content.size() > maxBytes) return std::nullopt;
     return content;
+}
+
+std::optional<std::string> ReadWholeFile(const fs::path& file, std::size_t maxBytes) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) return std::nullopt;
+    return ReadWhole(in, maxBytes);
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <filesystem>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,5 +26,10 @@ class CStateFolder {
     std::filesystem::path m_folder;
 };
 
+// A file that, where the system knows that, its owner alone can read, from the moment on that it exists. One that exists is
+// left alone, or replaced as a whole. Throws std::runtime_error when that fails.
+void WritePrivateFile(const std::filesystem::path& file, std::string_view content, bool replace);
+
 // Nothing: missing, unreadable or longer than maxBytes.
+std::optional<std::string> ReadWhole(std::istream& in, std::size_t maxBytes = 1 << 20);
 std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t maxBytes = 1 << 20);

@@ -39,7 +39,14 @@ bool IsTerminal() {
 int Run(const Options& options) {
     if (options.command == Command::Watch) return RunWatch(options, std::cout, IsTerminal());
     if (options.command == Command::Serve) return RunServe(options, std::cout, std::cerr);
-    return RunCommand(options, std::cout, std::cerr);
+    return RunCommand(options, {std::cin, std::cout, std::cerr, IsTerminal()});
+}
+
+// What was printed and did not arrive must not look like success to a script.
+int WithOutput(int exitCode) {
+    if (std::cout.flush()) return exitCode;
+    std::cerr << "quorvel-control: standard output cannot be written" << std::endl;
+    return kExitRigFailed;
 }
 
 }  // namespace
@@ -49,8 +56,7 @@ int main(int argc, char** argv) {
         PrepareTerminal();
         int exitCode = kExitUsage;
         const auto options = ParseOptions(argc, argv, std::cout, std::cerr, exitCode);
-        if (!options) return exitCode;
-        return Run(*options);
+        return WithOutput(options ? Run(*options) : exitCode);
     } catch (const std::exception& failure) {
         std::cerr << "quorvel-control: " << failure.what() << std::endl;
         return kExitRigFailed;

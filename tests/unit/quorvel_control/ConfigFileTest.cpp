@@ -48,7 +48,17 @@ TEST(ConfigFile, EachMistakeIsNamedWithItsPlace) {
         {File(PoolWith("\"port\":4444", "\"port\":0"), kConfig), "pools[0].port: must be a whole number from 1 to 65535"},
         {File(PoolWith("\"port\":4444", "\"port\":4294967297"), kConfig), "pools[0].port: must be"},
         {File(PoolWith("\"id\":1", "\"id\":-1"), kConfig), "pools[0].id: must be"},
-        {File(PoolWith("pool.example", "stratum+tcp://pool.example"), kConfig), "pools[0].server: must be a host name"},
+        {File(PoolWith("pool.example\",\"port\":4444", "stratum+ssl://pool.example:1\""), kConfig),
+         "pools[0].server: encrypted connections (stratum+ssl://) are not supported yet: use the pool's port for plain TCP "
+         "(pool \"A\")"},
+        {File(PoolWith("\"port\":4444,", ""), kConfig), "pools[0].port: missing"},
+        {File(PoolWith("\"algo\":2", "\"algo\":\"etchas\""), kConfig),
+         "pools[0].algo: \"etchas\" is no algorithm; known: \"etchash\" (1), \"etchash-cpu\" (2)"},
+        {File(PoolWith("\"w\"", "\"\""), kConfig), "pools[0].wallet: must not be empty"},
+        {File(PoolWith("\"w\"", "\"a b\""), kConfig), "pools[0].wallet: must not hold blanks"},
+        {File(PoolWith("\"w\"", "\"w\\u0007\""), kConfig), "pools[0].wallet: only printable"},
+        {File(PoolWith("\"w\"", "\"0x...\""), kConfig), "pools[0].wallet: still a sample's"},
+        {File(PoolWith("\"w\"", "\"w\",\"password\":\"********\""), kConfig), "pools[0].password: only the mask"},
         {File(PoolWith("pool.example", ""), kConfig), "pools[0].server: must not be empty"},
         {File(PoolWith("\"w\"", "7"), kConfig), "pools[0].wallet: must be a text"},
         {File(PoolWith("\"A\"", "\"" + std::string(64, 'n') + "\""), kConfig), "pools[0].name: longer than 63"},
@@ -74,12 +84,24 @@ TEST(ConfigFile, SeveralMistakesAreAllNamed) {
 }
 
 TEST(ConfigFile, WhatIsWrittenReadsBackTheSame) {
-    const std::string text = "\xEF\xBB\xBF" + ConfigFileText(SampleConfigFile(), "said \"so\"");
-    const ConfigReading reading = ReadConfigFile(text);
-    ASSERT_TRUE(reading.mistakes.empty()) << reading.mistakes.front();
-    EXPECT_EQ(ConfigFileText(reading.file, ""), ConfigFileText(SampleConfigFile(), ""));
-    EXPECT_EQ(reading.file.pools[0].workerOverride, std::nullopt);
-    EXPECT_EQ(reading.file.pools[1].workerOverride, "rig-1");
+    const std::string pasted =
+        PoolWith("\"id\":1,\"name\":\"A\",\"server\":\"pool.example\"",
+                 R"("id":2,"name":"B","server":" stratum+tcp://[2001:db8::1]:77/ ","workeroverride":"r")");
+    const ConfigReading first = ReadConfigFile("\xEF\xBB\xBF" + File(kPool + "," + pasted, kConfig));
+    ASSERT_TRUE(first.mistakes.empty()) << first.mistakes.front();
+    EXPECT_EQ(first.file.pools[1].server, "2001:db8::1");
+    EXPECT_EQ(first.file.pools[1].port, 77);
+    EXPECT_EQ(first.file.pools[1].workerOverride, "r");
+    const std::string text = ConfigFileText(first.file, "said \"so\"");
+    EXPECT_NE(text.find("\"algo\": \"etchash-cpu\""), std::string::npos) << text;
+    const ConfigReading again = ReadConfigFile(text);
+    ASSERT_TRUE(again.mistakes.empty()) << again.mistakes.front();
+    EXPECT_EQ(ConfigFileText(again.file, "said \"so\""), text);
+}
+
+TEST(ConfigFile, NobodyMinesToTheSample) {
+    EXPECT_EQ(ReadConfigFile(ConfigFileText(SampleConfigFile(), "")).mistakes.size(), 4u);
+    EXPECT_EQ(SampleConfigFile().pools[0].algo, 1);
 }
 
 TEST(ConfigFile, GpusAreLookedUpOnTheRig) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
 #include <algorithm>
 #include <fstream>
@@ -6,6 +7,8 @@
 
 #include "MinerThread.h"
 #include "fixtures/ScratchFolder.h"
+#include "quorvel_control/ConfigFile.h"
+#include "quorvel_control/StateFolder.h"
 #include "quorvel_control/cli/CommandRunner.h"
 #include "quorvel_control/cli/RigJob.h"
 #include "quorvel_control/cli/Watch.h"
@@ -35,10 +38,11 @@ struct Outcome {
     std::string err;
 };
 
-Outcome Carry(const Options& options) {
+Outcome Carry(const Options& options, const std::string& input = {}, bool terminal = false) {
+    std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream err;
-    const int exitCode = RunCommand(options, out, err);
+    const int exitCode = RunCommand(options, {in, out, err, terminal});
     return {exitCode, out.str(), err.str()};
 }
 
@@ -180,6 +184,31 @@ TEST(Rigs, RawReports) {
     EXPECT_TRUE(Contains(two.out, R"(,"error":"connection refused"})")) << two.out;
 }
 
+TEST(Rigs, StatusAsOneDocument) {
+    FakeSettings settings = Mannered(Manner::Good);
+    settings.hostname = "B\xC4R";
+    settings.troubles = {{-1011, "GPU 1 is not hashing"}};
+    const CMinerThread miner(settings);
+    const RigAddress dead = DeadAddress();
+    Options options = For(Command::Status, {miner.Address(), dead});
+    options.json = true;
+    const Outcome outcome = Carry(options);
+    EXPECT_EQ(outcome.exitCode, kExitRigFailed);
+    rapidjson::Document document;
+    document.Parse<rapidjson::kParseValidateEncodingFlag>(outcome.out.c_str());
+    ASSERT_FALSE(document.HasParseError()) << outcome.out;
+    const auto& up = document["rigs"][0];
+    const auto& down = document["rigs"][1];
+    EXPECT_TRUE(up["reachable"].GetBool());
+    EXPECT_STREQ(up["hostname"].GetString(), "B\uFFFDR");
+    EXPECT_STREQ(up["status"].GetString(), "mining");
+    EXPECT_STREQ(up["trouble"][0]["text"].GetString(), "GPU 1 is not hashing");
+    EXPECT_EQ(up["gpus"][1]["hashes_per_second"].GetUint64(), 0u);
+    EXPECT_EQ(up["gpus"][1]["index"].GetUint64(), 1u);
+    EXPECT_FALSE(down["reachable"].GetBool());
+    EXPECT_STREQ(down["problem"].GetString(), "connection refused");
+}
+
 TEST(Rigs, StartAndStopWaitForTheState) {
     const CMinerThread miner(Mannered(Manner::Good));
     EXPECT_EQ(Carry(For(Command::Stop, {miner.Address()})).out, miner.Address().Text() + ": stopped\n");
@@ -210,31 +239,42 @@ TEST(Rigs, ConfigureChecksResolvesSendsAndRemembers) {
     const CMinerThread miner(Mannered(Manner::Good, false), 5);
     Options options = For(Command::Configure, {miner.Address()});
     options.stateFolder = folder.Path() / "state";
-    options.file = (folder.Path() / "pools.json").string();
-    std::ofstream(options.file) << R"({"pools":[],"config":[]})";
-    EXPECT_EQ(Carry(options).exitCode, kExitUsage);
+    options.file = "-";
+    EXPECT_EQ(Carry(options, R"({"pools":[],"config":[]})").exitCode, kExitUsage);
     EXPECT_TRUE(miner.Received().empty());
 
-    std::ofstream(options.file) << R"({"pools":[{"id":1,"name":"A","server":"p","port":7000,"algo":2,"wallet":"w"}],)"
-                                   R"("config":[{"primary-poolid":1,"secondary-poolid":1,"gpus":[1]}]})";
+    const std::string file =
+        R"({"pools":[{"id":1,"name":"A","server":"p:7000","algo":"etchash","wallet":"w","password":"secret"}],)"
+        R"("config":[{"primary-poolid":1,"secondary-poolid":1,"gpus":[1]}]})";
     options.dryRun = true;
     const std::string gpus = R"("gpus":[")" + FakeUuid(5, 1) + "\"]";
-    EXPECT_TRUE(Contains(Carry(options).out, gpus));
+    const std::string shown = Carry(options, file).out;
+    EXPECT_TRUE(Contains(shown, gpus) && Contains(shown, "1 etchash") && !Contains(shown, "secret")) << shown;
     EXPECT_EQ(miner.Received().size(), 1u);  // the "connect" alone
     options.dryRun = false;
-    EXPECT_EQ(Carry(options).exitCode, kExitGood);
+    EXPECT_EQ(Carry(options, file).exitCode, kExitGood);
     const auto received = miner.Received();
     EXPECT_TRUE(std::any_of(received.begin(), received.end(), [&](const std::string& line) {
-        return line.starts_with(R"({"cmd":"configuration")") && Contains(line, gpus);
+        return line.starts_with(R"({"cmd":"configuration")") && Contains(line, gpus) && Contains(line, "secret");
     }));
 
     options.command = Command::Export;
-    options.file.clear();
-    const ConfigReading reading = ReadConfigFile(Carry(options).out);
+    options.file = (folder.Path() / "pools.json").string();
+    EXPECT_FALSE(Contains(Carry(options).err, "exists"));
+    const ConfigReading reading = ReadConfigFile(ReadWholeFile(options.file).value());
     ASSERT_TRUE(reading.mistakes.empty()) << reading.mistakes.front();
     EXPECT_EQ(reading.file.pools.front().port, 7000);
+    const auto others = std::filesystem::perms::group_all | std::filesystem::perms::others_all;
+    EXPECT_EQ(std::filesystem::status(options.file).permissions() & others, std::filesystem::perms::none);
     options.rigs = {DeadAddress()};
-    EXPECT_TRUE(Contains(Carry(options).out, "\"_comment\": \"A sample"));
+    EXPECT_TRUE(Contains(Carry(options).err, "exists already"));
+    options.force = true;
+    EXPECT_EQ(Carry(options).exitCode, kExitGood);
+    EXPECT_TRUE(Contains(ReadWholeFile(options.file).value(), "\"_comment\": \"A sample"));
+
+    options.file.clear();
+    options.rigs = {miner.Address()};
+    EXPECT_FALSE(Contains(Carry(options, "", true).out, "secret"));
 }
 
 TEST(Rigs, NonceGeneratorGoesToEachGpuNamed) {

@@ -1,7 +1,7 @@
 #include "CommandRunner.h"
 
 #include <algorithm>
-#include <fstream>
+#include <istream>
 #include <ostream>
 #include <stdexcept>
 
@@ -10,6 +10,7 @@
 #include "../JsonText.h"
 #include "../StateFolder.h"
 #include "RigJob.h"
+#include "StatusJson.h"
 #include "Tables.h"
 
 namespace {
@@ -30,7 +31,7 @@ int ExitCode(const std::vector<RigResult>& results) {
     return any(RigEnd::Trouble) ? kExitTrouble : kExitGood;
 }
 
-int ShowStatus(const Options& options, std::ostream& out) {
+int ShowStatus(const Options& options, const CommandStreams& streams) {
     RigJob job;
     job.update = WantUpdate::WhileMining;
     job.troubles = true;
@@ -41,7 +42,7 @@ int ShowStatus(const Options& options, std::ostream& out) {
         sights.push_back({result.rig.Text(), result.end == RigEnd::Failed ? result.message : std::string(),
                           result.system ? &*result.system : nullptr, result.update ? &*result.update : nullptr,
                           &result.troubles});
-    out << StatusTable(sights);
+    streams.out << (options.json ? StatusJson(sights) : StatusTable(sights));
     return ExitCode(results);
 }
 
@@ -55,7 +56,7 @@ std::string ErrorObject(const RigResult& result) {
     return buffer.GetString();
 }
 
-int ShowReports(const Options& options, std::ostream& out, std::ostream& err) {
+int ShowReports(const Options& options, const CommandStreams& streams) {
     const bool system = options.command == Command::System;
     RigJob job;
     job.update = system ? WantUpdate::No : WantUpdate::Yes;
@@ -65,23 +66,23 @@ int ShowReports(const Options& options, std::ostream& out, std::ostream& err) {
         const std::string rig = result.rig.Text();
         const bool good = result.end == RigEnd::Good;
         if (!good && options.json && results.size() > 1) {
-            out << ErrorObject(result) << '\n';
+            streams.out << ErrorObject(result) << '\n';
         } else if (!good) {
-            err << rig << ": " << result.message << '\n';
+            streams.err << rig << ": " << result.message << '\n';
         } else if (!options.json) {
-            out << rig << ": " << (system ? SystemTable(*result.system) : UpdateTable(*result.update));
+            streams.out << rig << ": " << (system ? SystemTable(*result.system) : UpdateTable(*result.update));
         } else if (results.size() == 1) {
-            out << line << '\n';
+            streams.out << line << '\n';
         } else {
-            out << R"({"rig":")" << rig << R"(","report":)" << line << "}\n";
+            streams.out << R"({"rig":")" << rig << R"(","report":)" << line << "}\n";
         }
     }
     return ExitCode(results);
 }
 
-int Report(const std::vector<RigResult>& results, std::ostream& out, std::ostream& err) {
+int Report(const std::vector<RigResult>& results, const CommandStreams& streams) {
     for (const RigResult& result : results)
-        (result.end == RigEnd::Good ? out : err) << result.rig.Text() << ": " << result.message << '\n';
+        (result.end == RigEnd::Good ? streams.out : streams.err) << result.rig.Text() << ": " << result.message << '\n';
     return ExitCode(results);
 }
 
@@ -122,19 +123,19 @@ RigPlan PlanOf(const Options& options, const SystemReport& system) {
     }
 }
 
-int Send(const Options& options, std::ostream& out, std::ostream& err) {
+int Send(const Options& options, const CommandStreams& streams) {
     RigJob job;
     if (options.command == Command::Start) job.hashWait = Milliseconds(options.wait);
     job.plan = [&](const RigAddress&, const SystemReport& system) { return PlanOf(options, system); };
-    return Report(Run(options, job), out, err);
+    return Report(Run(options, job), streams);
 }
 
 RigPlan ConfigurePlan(const Options& options, const ConfigFile& file, const SystemReport& system) {
     const ResolvedConfig resolved = ResolveConfig(file, system);
     if (!resolved.error.empty()) return {resolved.error, {}, Confirm::None, {}};
-    // What is shown does not hold the rigs' token.
+    // What is shown holds neither passwords nor the rigs' token.
     if (options.dryRun) {
-        std::string line = CCommands().Configuration(file, resolved.gpus);
+        std::string line = CCommands().Configuration(Masked(file), resolved.gpus);
         line.pop_back();
         return {{}, {}, Confirm::None, "would be sent: " + line};
     }
@@ -156,58 +157,72 @@ void Remember(const Options& options, const ConfigFile& file, const std::vector<
     }
 }
 
-int Configure(const Options& options, std::ostream& out, std::ostream& err) {
-    const auto text = ReadWholeFile(std::filesystem::path(options.file));
+int Configure(const Options& options, const CommandStreams& streams) {
+    const bool isInput = options.file == "-";
+    const std::string name = isInput ? "standard input" : options.file;
+    const auto text = isInput ? ReadWhole(streams.in) : ReadWholeFile(std::filesystem::path(options.file));
     if (!text) {
-        err << "cannot read " << options.file << '\n';
+        streams.err << "cannot read " << name << '\n';
         return kExitUsage;
     }
     const ConfigReading reading = ReadConfigFile(*text);
     for (const std::string& mistake : reading.mistakes)
-        err << options.file << ": " << mistake << '\n';
+        streams.err << name << ": " << mistake << '\n';
     if (!reading.mistakes.empty()) return kExitUsage;
+    if (options.dryRun) streams.out << PoolTable(Masked(reading.file)) << '\n';
     RigJob job;
     job.plan = [&](const RigAddress&, const SystemReport& system) { return ConfigurePlan(options, reading.file, system); };
     const auto results = Run(options, job);
-    if (!options.dryRun) Remember(options, reading.file, results, err);
-    return Report(results, out, err);
+    if (!options.dryRun) Remember(options, reading.file, results, streams.err);
+    return Report(results, streams);
 }
 
-int Export(const Options& options, std::ostream& out, std::ostream& err) {
+// Without the passwords of what was sent. A file of an earlier version may hold what is no longer taken.
+std::string ForTerminal(const std::string& text, std::ostream& err) {
+    const ConfigReading reading = ReadConfigFile(text);
+    err << "note: passwords are masked on a terminal, --output FILE writes them\n";
+    if (reading.mistakes.empty()) return ConfigFileText(Masked(reading.file), "Passwords are masked");
+    err << "what was sent last is no longer taken: " << reading.mistakes.front() << '\n';
+    return {};
+}
+
+int Export(const Options& options, const CommandStreams& streams) {
     const CStateFolder state(options.stateFolder);
     const auto known = ReadWholeFile(state.SentFile(options.rigs.front()));
     const std::string text =
         known ? *known
-              : ConfigFileText(
-                    SampleConfigFile(),
-                    "A sample: nothing was sent to this rig from here yet. algo: 2 Etchash, 12 Ubqhash, or the number of "
-                    "another plug-in. gpus: \"all\", CUDA indices (0, 1, ...) or UUIDs. password and workeroverride may "
-                    "be left out. Members whose names begin with _ are comments.");
+              : ConfigFileText(SampleConfigFile(),
+                               "A sample: nothing was sent to this rig from here yet. Put in your own servers and wallets. "
+                               "algo: the name or the number of a plug-in, for example etchash; names that end in -cpu are "
+                               "slow. gpus: \"all\", CUDA indices (0, 1, ...) or UUIDs. password and workeroverride may be "
+                               "left out. Members whose names begin with _ are comments.");
     if (options.file.empty()) {
-        out << text;
+        streams.out << (known && streams.terminal ? ForTerminal(text, streams.err) : text);
         return kExitGood;
     }
-    std::ofstream file(std::filesystem::path(options.file), std::ios::binary | std::ios::trunc);
-    file << text;
-    if (file.flush()) return kExitGood;
-    err << "cannot write " << options.file << '\n';
-    return kExitRigFailed;
+    try {
+        WritePrivateFile(options.file, text, options.force);
+        return kExitGood;
+    } catch (const std::runtime_error& failure) {
+        streams.err << failure.what() << (options.force ? "" : " (--force replaces a file)") << '\n';
+        return kExitRigFailed;
+    }
 }
 
 }  // namespace
 
-int RunCommand(const Options& options, std::ostream& out, std::ostream& err) {
+int RunCommand(const Options& options, const CommandStreams& streams) {
     switch (options.command) {
         case Command::Status:
-            return ShowStatus(options, out);
+            return ShowStatus(options, streams);
         case Command::System:
         case Command::Update:
-            return ShowReports(options, out, err);
+            return ShowReports(options, streams);
         case Command::Configure:
-            return Configure(options, out, err);
+            return Configure(options, streams);
         case Command::Export:
-            return Export(options, out, err);
+            return Export(options, streams);
         default:
-            return Send(options, out, err);
+            return Send(options, streams);
     }
 }

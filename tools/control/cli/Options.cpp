@@ -7,6 +7,7 @@
 #include "../CleanText.h"
 #include "../Commands.h"
 #include "../StateFolder.h"
+#include "common/Version.h"
 
 namespace {
 
@@ -16,7 +17,8 @@ constexpr const char* kDescription =
     "\"serve\" for a moment, which come back by themselves three seconds later; two of those at one rig take turns.";
 
 constexpr const char* kFooter =
-    "Exit codes: 0 all rigs did as told; 1 some rig failed (the others are carried out all the same);\n"
+    "Exit codes: 0 all rigs did as told; 1 some rig failed (the others are carried out all the same), or\n"
+    "standard output cannot be written;\n"
     "2 the command line, the rigs file or the configuration file is wrong, and nothing was sent;\n"
     "3 all rigs answered, but one has trouble that lasts (status, watch) or does not hash (start).\n"
     "The shared secret of the rigs comes from --token-file or the variable QUORVEL_CONTROL_TOKEN.\n"
@@ -60,7 +62,8 @@ void AddCommon(CLI::App& app, Options& options, Words& words) {
 }
 
 void AddReading(CLI::App& app, Options& options) {
-    AddCommand(app, options, Command::Status, "status", "Show a table of rigs and GPUs");
+    CLI::App* const status = AddCommand(app, options, Command::Status, "status", "Show a table of rigs and GPUs");
+    status->add_flag("--json", options.json, "One JSON document instead, described in packaging/README.md");
     CLI::App* const watch =
         AddCommand(app, options, Command::Watch, "watch", "Show the table live, connecting again as needed");
     watch->add_option("--seconds", options.seconds, "End after this time")->type_name("SECONDS");
@@ -69,8 +72,7 @@ void AddReading(CLI::App& app, Options& options) {
     for (CLI::App* const sub : {system, update})
         sub->add_flag("--json", options.json,
                       "The report as the rig sent it, one line; with several rigs each as the \"report\" of an object\n"
-                      "that names its \"rig\" (or holds an \"error\"). A system report has a comma too many after each\n"
-                      "GPU, which strict JSON readers refuse");
+                      "that names its \"rig\" (or holds an \"error\")");
 }
 
 void AddCommands(CLI::App& app, Options& options) {
@@ -88,7 +90,9 @@ void AddCommands(CLI::App& app, Options& options) {
     worker->add_option("NAME", options.worker, "At most 17 printable ASCII characters")->required();
     CLI::App* const configure = AddCommand(app, options, Command::Configure, "configure",
                                            "Replace the pools and configurations of the rigs by those of a file");
-    configure->add_option("FILE", options.file, "JSON; \"export\" writes a sample, packaging/README.md describes it")
+    configure
+        ->add_option("FILE", options.file,
+                     "JSON, or - for standard input; \"export\" writes a sample, packaging/README.md describes it")
         ->required();
     configure->add_flag("--dry-run", options.dryRun, "Check the file and look up the GPUs, then show what would be sent");
     CLI::App* const nonce = AddCommand(app, options, Command::NonceGenerator, "nonce-generator",
@@ -99,7 +103,12 @@ void AddCommands(CLI::App& app, Options& options) {
     CLI::App* const exporting =
         AddCommand(app, options, Command::Export, "export",
                    "Write what \"configure\" sent last from here to the rig as a file for \"configure\", or a sample");
-    exporting->add_option("--output", options.file, "Where to; default: standard output")->type_name("FILE");
+    exporting
+        ->add_option("--output", options.file,
+                     "Where to: a new file that its owner alone can read. Default: standard output; on a terminal\n"
+                     "passwords are masked")
+        ->type_name("FILE");
+    exporting->add_flag("--force", options.force, "Replace the file of --output");
 }
 
 void AddServe(CLI::App& app, Options& options, Words& words) {
@@ -178,6 +187,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, std::ostr
     Words words;
     CLI::App app(kDescription, "quorvel-control");
     app.footer(kFooter);
+    app.set_version_flag("--version", std::string("quorvel-control ") + kVersionText, "Print the version and end");
     app.require_subcommand(1);
     app.fallthrough();
     AddCommon(app, options, words);

@@ -18,8 +18,9 @@ struct Options {
     std::filesystem::path stateFolder;
     bool json = false;
     bool dryRun = false;
+    bool force = false;  // export: replace a file
     std::string worker;
-    std::string file;               // configure: what to read; export: where to write, empty: standard output
+    std::string file;  // configure: what to read, "-": standard input; export: where to write, empty: standard output
     std::vector<std::string> gpus;  // nonce-generator
     std::optional<int> mode;        // nonce-generator
     std::optional<std::uint64_t> setting;

@@ -6,6 +6,7 @@
 
 #include "../GpuRows.h"
 #include "TextTable.h"
+#include "common/AlgorithmNames.h"
 
 namespace {
 
@@ -131,4 +132,22 @@ std::string UpdateTable(const UpdateReport& update) {
         table.Add({gpu.id, Rate(gpu.hashSpeed), Shares(gpu), Cell(gpu.temperature, " C"), Cell(gpu.fan, " %"),
                    Cell(gpu.power, " W"), Cell(gpu.coreClock), Cell(gpu.memoryClock), Gibibytes(gpu.memoryUsed)});
     return StatusText(update.status) + "\n" + table.Text();
+}
+
+std::string PoolTable(const ConfigFile& file) {
+    CTextTable table({{"POOL", Align::Right},
+                      {"NAME"},
+                      {"SERVER"},
+                      {"PORT", Align::Right},
+                      {"ALGORITHM"},
+                      {"WALLET"},
+                      {"PASSWORD"},
+                      {"WORKER"}});
+    for (const PoolRecord& pool : file.pools) {
+        const std::string_view name = AlgorithmName(pool.algo);
+        table.Add({std::to_string(pool.id), pool.name, pool.server, std::to_string(pool.port),
+                   std::to_string(pool.algo) + (name.empty() ? "" : " " + std::string(name)), pool.wallet,
+                   pool.password.value_or(""), pool.workerOverride.value_or("")});
+    }
+    return table.Text();
 }

@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 
+#include "../ConfigFile.h"
 #include "../Reports.h"
 #include "../TroubleList.h"
 
@@ -21,3 +22,5 @@ std::string StatusText(MiningStatus status);
 std::string StatusTable(const std::vector<RigSight>& sights);
 std::string SystemTable(const SystemReport& system);
 std::string UpdateTable(const UpdateReport& update);
+// As the file has them: see Masked.
+std::string PoolTable(const ConfigFile& file);

@@ -113,11 +113,17 @@ class CWatch {
         m_timer.async_wait([this](const boost::system::error_code& error) {
             if (error) return;
             Draw();
-            Tick();
+            if (m_out)
+                Tick();
+            else
+                End();
         });
     }
     void Stop() {
         Draw();
+        End();
+    }
+    void End() {
         const FleetSums sums = m_fleet.Sums();
         m_exitCode = sums.up < sums.rigs ? kExitRigFailed : sums.trouble > 0 ? kExitTrouble : kExitGood;
         m_timer.cancel();

@@ -54,6 +54,7 @@ int RunServe(const Options& options, std::ostream& out, std::ostream& err) {
         err << "note: others in the network can read the page, and see the token when it is used: there is no encryption\n";
     out << "serving " << options.rigs.size() << " rig(s) on http://" << RigAddress{options.listen.host, server.Port()}.Text()
         << "/" << std::endl;
+    if (!out) return kExitRigFailed;  // nobody would know where the page is
 
     const auto stop = [&](const boost::system::error_code& error) {
         if (!error) io.stop();
