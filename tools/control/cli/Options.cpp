@@ -96,7 +96,7 @@ void AddCommands(CLI::App& app, Options& options) {
         ->required();
     configure->add_flag("--dry-run", options.dryRun, "Check the file and look up the GPUs, then show what would be sent");
     CLI::App* const nonce = AddCommand(app, options, Command::NonceGenerator, "nonce-generator",
-                                       "Set mode and setting of the nonce generator of GPUs, until the miner ends");
+                                       "Set mode and setting of the nonce generator of GPUs");
     nonce->add_option("--gpu", options.gpus, "all, a CUDA index or a UUID; may be repeated. Default: all")->type_name("GPU");
     nonce->add_option("--mode", options.mode, "Mode (NGM)")->type_name("NUMBER");
     nonce->add_option("--setting", options.setting, "Setting (NGTO)")->type_name("NUMBER")->check(Digits());
