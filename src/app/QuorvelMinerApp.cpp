@@ -164,7 +164,7 @@ void CQuorvelMinerApp::LoadConfiguration(const FileLoad& settingsLoad) {
     m_configuration = std::make_unique<CConfigurationStore>(m_folders.settingsFolder, m_algorithms, m_gpus->Gpus());
     m_files = std::make_unique<CUserFiles>(m_settings, *m_settingsFile, *m_configuration, m_standingTrouble);
     m_configuration->SetDefaultWorkerName(m_hostName);
-    m_files->Load(settingsLoad);
+    m_files->Load(settingsLoad, m_folders.dataFolderIsNew ? m_folders.dataFolderNote : std::wstring());
     CheckPlugIns();
     for (const auto& entry : m_configuration->Current()->configurations) {
         m_mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Configuration: %d GPUs on %s, backup %s",

@@ -14,13 +14,13 @@ CUserFiles::CUserFiles(RuntimeSettings& settings, CRuntimeSettingsFile& settings
                        CStandingTrouble& trouble)
     : m_settings(settings), m_settingsFile(settingsFile), m_configuration(configuration), m_trouble(trouble) {}
 
-void CUserFiles::Load(const FileLoad& settingsLoad) {
+void CUserFiles::Load(const FileLoad& settingsLoad, const std::wstring& note) {
     const FileLoad configurationLoad = m_configuration.Load();
     m_settingsWait = settingsLoad.status == XmlStatus::Unreadable;
     m_configurationWaits = configurationLoad.status == XmlStatus::Unreadable;
     m_trouble.Set(Source::SettingsText, settingsLoad.message);
     m_trouble.Set(Source::ConfigurationText, configurationLoad.message);
-    for (const std::wstring* message : {&settingsLoad.message, &configurationLoad.message}) {
+    for (const std::wstring* message : {&note, &settingsLoad.message, &configurationLoad.message}) {
         if (message->empty()) continue;
         m_loadMessage.append(m_loadMessage.empty() ? L"" : L"\n\n").append(*message);
     }

@@ -13,8 +13,9 @@ class CUserFiles {
     CUserFiles(RuntimeSettings& settings, CRuntimeSettingsFile& settingsFile, CConfigurationStore& configuration,
                CStandingTrouble& trouble);
 
-    // At start-up: read says how it went with the settings, which were read before anything else.
-    void Load(const FileLoad& settingsLoad);
+    // At start-up. settingsLoad: how it went with the settings, which were read before anything else; note: what else is to be
+    // said of the files, once.
+    void Load(const FileLoad& settingsLoad, const std::wstring& note);
 
     void SaveSettings();
     // Any thread. A failure is trouble when it comes a second time in a row, a second later.
