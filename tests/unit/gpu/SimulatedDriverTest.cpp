@@ -153,16 +153,6 @@ TEST_F(CSimulatedDriverTest, FailingCallsReachTheirCaller) {
     EXPECT_EQ(properties.pciBusID, 10);
 }
 
-TEST_F(CSimulatedDriverTest, ACardThatIsHiddenFromCudaDoesNotTakeTheVisibleOnesPlace) {
-    SetEnvironmentVariableW(L"CUDA_VISIBLE_DEVICES", L"0");
-    const auto gpus = Discover();
-    SetEnvironmentVariableW(L"CUDA_VISIBLE_DEVICES", nullptr);
-    EXPECT_EQ(gpus[0]->cudaId, -1);
-    EXPECT_STREQ(gpus[0]->name, "Simulated GTX 1070");
-    EXPECT_EQ(gpus[1]->cudaId, 0);
-    EXPECT_EQ(gpus[1]->temperature, 61u);
-}
-
 // ---- The reader, on threads of its own -----------------------------------------------------------------------------------
 
 class CTelemetryReaderTest : public CSimulatedDriverTest {

@@ -21,29 +21,24 @@ class DataFolderTest : public testing::Test {
 
 // A file of a folder's name is in the way of the folder.
 TEST_F(DataFolderTest, IsTheFirstThatCanBeWritten) {
-    struct Case {
-        const char* what;
-        const wchar_t* inTheWay;
-        bool localToo;
+    const std::wstring ownAsFile = m_own.substr(0, m_own.size() - 1);
+    const struct {
+        std::vector<fs::path> inTheWay;
         bool isMoved;
-        bool hasReason;
+    } rows[] = {
+        {{}, false},
+        {{m_program.Path(L"Settings")}, true},
+        {{m_program.Path(L"Logs")}, true},
+        {{m_program.Path(L"Logs"), ownAsFile}, false},
     };
-    const Case cases[] = {
-        {"nothing in the way", nullptr, false, false, false},
-        {"no settings", L"Settings", false, true, true},
-        {"no logs", L"Logs", false, true, true},
-        {"nowhere", L"Settings", true, false, true},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        fs::remove_all(m_program.Path());
-        fs::create_directories(m_program.Path());
-        fs::remove_all(m_own);
-        if (c.inTheWay != nullptr) WriteFileBytes(m_program.Path(c.inTheWay), "");
-        if (c.localToo) WriteFileBytes(m_own.substr(0, m_own.size() - 1), "");
+    for (const auto& [inTheWay, isMoved] : rows) {
+        for (const fs::path& path : {m_program.Path(L"Settings"), m_program.Path(L"Logs"), fs::path(ownAsFile)})
+            fs::remove_all(path);
+        for (const fs::path& path : inTheWay)
+            WriteFileBytes(path, "");
         const DataFolder data = FindDataFolder(m_folder);
-        EXPECT_EQ(data.path, c.isMoved ? m_own : m_folder);
-        EXPECT_EQ(std::tuple(data.isMoved, data.isNew, !data.reason.empty()), std::tuple(c.isMoved, c.isMoved, c.hasReason));
+        EXPECT_EQ(data.path, isMoved ? m_own : m_folder);
+        EXPECT_EQ(std::tuple(data.isMoved, data.isNew, data.reason.empty()), std::tuple(isMoved, isMoved, inTheWay.empty()));
         for (const fs::path& root : {m_program.Path(), m_local.Path()}) {
             for (const auto& entry : fs::recursive_directory_iterator(root))
                 EXPECT_NE(entry.path().extension(), L".tmp") << entry.path();
@@ -55,7 +50,6 @@ TEST_F(DataFolderTest, TheSettingsAreTakenOverOnce) {
     WriteFileBytes(m_program.Path(L"Logs"), "");
     fs::create_directories(m_program.Path(L"Settings"));
     WriteFileBytes(m_program.Path(L"Settings") / "ConfigMiner.xml", "pools");
-    WriteFileBytes(m_program.Path(L"Settings") / "PlugIns.txt", "");
     for (const bool first : {true, false}) {
         FindDataFolder(m_folder);  // the guard's look
         const DataFolder data = FindDataFolder(m_folder);
@@ -65,7 +59,6 @@ TEST_F(DataFolderTest, TheSettingsAreTakenOverOnce) {
         EXPECT_EQ(told.ends_with(L"; ConfigMiner.xml taken over"), first);
         const fs::path copy = fs::path(m_own) / "Settings" / "ConfigMiner.xml";
         EXPECT_EQ(FileBytes(copy), first ? "pools" : "changed");
-        EXPECT_FALSE(fs::exists(copy.parent_path() / "PlugIns.txt"));
         WriteFileBytes(copy, "changed");
     }
 }
