@@ -27,16 +27,21 @@ DWORD WriteOnce(const std::wstring& folder) {
     return file && WriteFile(file.Get(), ".", 1, &written, nullptr) ? ERROR_SUCCESS : GetLastError();
 }
 
+// A full disk is no reason to leave the settings behind that are there.
+bool MayBeWritten(DWORD error) {
+    return error == ERROR_SUCCESS || error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL;
+}
+
 // "Settings: error 5", or nothing when it can be written.
 std::wstring WhyNot(const std::wstring& parent, std::wstring name) {
     DWORD error = WriteOnce(parent + name);
     for (const DWORD delay : kRetryDelaysMs) {
-        if (error == ERROR_SUCCESS) return {};
+        if (MayBeWritten(error)) return {};
         Sleep(delay);
         error = WriteOnce(parent + name);
     }
     name.back() = L':';
-    return error == ERROR_SUCCESS ? std::wstring() : name + L" error " + std::to_wstring(error);
+    return MayBeWritten(error) ? std::wstring() : name + L" error " + std::to_wstring(error);
 }
 
 // Empty: the system names none.
