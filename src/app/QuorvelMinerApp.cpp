@@ -377,10 +377,9 @@ void CQuorvelMinerApp::LogPoolError(const PoolError& error) {
 }
 
 void CQuorvelMinerApp::RequestStopMining(const std::string& reason) {
-    PoolError error;
-    error.code = CodeNumber(TroubleCode::MiningStopped);
-    error.time = SystemClock().UtcNow();
-    CopyToField(std::string_view("Mining was stopped by the pool: " + reason), error.text);
+    const PoolError error =
+        ErrorOf({TroubleCode::MiningStopped, -1, NarrowToWide("Mining was stopped by the pool: " + reason), true},
+                SystemClock().UtcNow());
     m_troubles.SetStopped(error);
     m_asker = MiningAsker::Pool;
     m_events.Event(EventKind::Mining, L"", NarrowToWide(error.text));

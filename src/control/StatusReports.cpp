@@ -60,7 +60,8 @@ void AppendStatic(std::string& out, const QvGpuRecord& gpu) {
     AppendMember(out, "\"Memory\":", gpu.memoryTotal);
     // These two are written signed, though they are not.
     AppendMember(out, "\"PCI-Dom\":", static_cast<std::int32_t>(gpu.pci.domain));
-    AppendMember(out, "\"PCI-Bus\":", static_cast<std::int32_t>(gpu.pci.bus));
+    out.append("\"PCI-Bus\":");
+    AppendNumber(out, static_cast<std::int32_t>(gpu.pci.bus));
     out.append("},");
 }
 

@@ -5,7 +5,8 @@
 #include "config/PoolError.h"
 
 // The reports to a controller: each one line of JSON, its line feed included. Any thread; telemetry and counters are read
-// while they change, each number whole. Texts are not escaped. The lines are UTF-8.
+// while they change, each number whole. Texts are not escaped: what drivers and pools write goes out byte for byte, so that
+// a report is as good JSON as they let it be.
 
 // Who the miner is and which GPUs it has.
 std::string SystemReport(std::wstring_view hostName, bool isMining, GpuSpan gpus);

@@ -1,7 +1,9 @@
 // The reports, byte for byte.
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 #include "RecordingHost.h"
 #include "control/StatusReports.h"
+#include "mining/TroubleWatch.h"
 
 namespace {
 
@@ -32,11 +34,11 @@ struct CReportRig {
 
 const std::string kStaticA =
     R"({"ID":"000102030405060708090a0b0c0d0e0f","Model":"Card "One"","CUDA-ID":0,"CUDA-Major":8,"CUDA-Minor":6,)"
-    R"("MultiProc":82,"CoresPerMultiProc":128,"TotalCores":10496,"Memory":25769803776,"PCI-Dom":0,"PCI-Bus":1,})";
+    R"("MultiProc":82,"CoresPerMultiProc":128,"TotalCores":10496,"Memory":25769803776,"PCI-Dom":0,"PCI-Bus":1})";
 const std::string kStaticB = R"({"ID":"ffeeddccbbaa99887766554433221100","Model":")" + std::string(64, 'n') +
                              R"(","CUDA-ID":-1,"CUDA-Major":-2147483648,"CUDA-Minor":-2147483648,"MultiProc":-2147483648,)"
                              R"("CoresPerMultiProc":-2147483648,"TotalCores":-2147483648,"Memory":18446744073709551615,)"
-                             R"("PCI-Dom":-1,"PCI-Bus":-1,})";
+                             R"("PCI-Dom":-1,"PCI-Bus":-1})";
 const std::string kDynamicA =
     R"({"ID":"000102030405060708090a0b0c0d0e0f","status":"OK","Temp":61,"Fan":55,"MemInUse":4294967296,"CoreClk":1710,)"
     R"("MemClk":9501,"HashSpeed":100,"SolSpeed":2,"SOK":30,"SS":4,"SR":5,"ST":132000000000000000})";
