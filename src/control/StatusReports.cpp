@@ -43,6 +43,28 @@ void AppendGpuId(std::string& out, const QvGpuRecord& gpu) {
     out.append("\"ID\":\"").append(digits.data(), digits.size()).append("\"");
 }
 
+// A character as the system's code page has it. '?': it has none, or one with a byte that ends a text of JSON: a similar
+// character that the system offers may be a quote, and the second byte of a character a backslash.
+std::string HostCharacter(std::wstring_view character) {
+    bool isLost = false;
+    std::string bytes = Utf8ToNarrow(WideToUtf8(character), &isLost);
+    const bool isHarmless = std::ranges::none_of(
+        bytes, [](char c) { return c == '"' || c == '\\' || c == '\x7F' || static_cast<unsigned char>(c) < ' '; });
+    return isLost || !isHarmless ? "?" : bytes;
+}
+
+// As the wide conversion of printf writes it, but for characters that the code page lacks. That conversion fails as a whole
+// at the first of them, so that no report of such a machine would ever arrive.
+std::string HostNameText(std::wstring_view name) {
+    std::string text;
+    while (!name.empty()) {
+        const bool isPair = name.size() > 1 && name[0] >= 0xD800 && name[0] <= 0xDBFF;
+        text.append(HostCharacter(name.substr(0, isPair ? 2 : 1)));
+        name.remove_prefix(isPair ? 2 : 1);
+    }
+    return text;
+}
+
 void AppendStatus(std::string& out, bool isMining) {
     out.append(isMining ? "\"status\":\"mining\"," : "\"status\":\"stopped\",");
 }
@@ -111,8 +133,8 @@ std::string GpuIdText(const QvGpuRecord& gpu) {
 
 std::string SystemReport(std::wstring_view hostName, bool isMining, GpuSpan gpus) {
     std::string out = StartReport("{\"cmd\":\"system\",\"params\":{\"hostname\":\"",
-                                  kFrameBytes + hostName.size() + gpus.size() * kGpuStaticBytes);
-    out.append(WideToUtf8(hostName)).append("\",\"ver\":\"").append(kVersionText).append("\",");
+                                  kFrameBytes + 2 * hostName.size() + gpus.size() * kGpuStaticBytes);
+    out.append(HostNameText(hostName)).append("\",\"ver\":\"").append(kVersionText).append("\",");
     AppendStatus(out, isMining);
     out.append("\"GpuStatic\":[");
     AppendGpus(out, gpus, AppendStatic);

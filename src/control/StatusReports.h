@@ -8,7 +8,8 @@
 // while they change, each number whole. Texts are not escaped: what drivers and pools write goes out byte for byte, so that
 // a report is as good JSON as they let it be.
 
-// Who the miner is and which GPUs it has.
+// Who the miner is and which GPUs it has. The host name is in the system's ANSI code page; '?' stands for a character that
+// it lacks, and for one that would break the line.
 std::string SystemReport(std::wstring_view hostName, bool isMining, GpuSpan gpus);
 // Telemetry and counters of every GPU.
 std::string UpdateReport(bool isMining, GpuSpan gpus);

@@ -60,9 +60,37 @@ TEST(StatusReports, AreTheDescribedBytesForNoneOneAndTwoGpus) {
         EXPECT_EQ(SystemReport(L"RIG-7", true, gpus), system + bodies[count].first + "]}}\n");
         EXPECT_EQ(UpdateReport(false, gpus), update + bodies[count].second + "]}}\n");
     }
-    EXPECT_NE(SystemReport(L"M\u00FCller", false, {}).find(R"("hostname":"Müller",)"), std::string::npos);
     EXPECT_NE(SystemReport(L"x", false, {}).find(R"("status":"stopped")"), std::string::npos);
     EXPECT_NE(UpdateReport(true, {}).find(R"("status":"mining")"), std::string::npos);
+}
+
+bool IsStrictJson(const std::string& report) {
+    rapidjson::Document document;
+    return report.ends_with('\n') && !document.Parse<rapidjson::kParseNoFlags>(report.data(), report.size()).HasParseError();
+}
+
+TEST(StatusReports, AreJsonUnlessAPoolOrADriverPreventsIt) {
+    const CReportRig rig;
+    CopyToField(std::string_view("Card One"), rig.host.Gpus()[0]->name);
+    for (std::size_t count = 0; count <= 2; ++count) {
+        EXPECT_TRUE(IsStrictJson(SystemReport(L"RIG", true, rig.host.Gpus().first(count))));
+        EXPECT_TRUE(IsStrictJson(UpdateReport(true, rig.host.Gpus().first(count))));
+    }
+    const PoolError own =
+        ErrorOf({TroubleCode::LoginRefused, -1, L"Login refused: \"C:\\new\"\n\x7F\x01", true}, ddt_datetime{1});
+    EXPECT_TRUE(IsStrictJson(ErrorReport(own))) << own.text;
+    EXPECT_TRUE(IsStrictJson(ErrorReport(OverError(own, ddt_datetime{2}))));
+}
+
+TEST(StatusReports, AHostNameGoesOutInTheCodePage) {
+    constexpr std::pair<const wchar_t*, const char*> rows[] = {
+        {L"RIG-7", "RIG-7"}, {L"M\u00FCller", "M\xFCller"}, {L"\u30EA\u30B0.1", "??.1"}, {L"a\U0001F600b", "a?b"},
+        {L"\xD83D", "?"},    {L"\"x\\y\n\x7F", "?x?y??"},   {L"\uFF02\uFF3C", "??"},     {L"", ""}};
+    for (const auto& [name, text] : rows) {
+        const std::string report = SystemReport(name, false, {});
+        EXPECT_NE(report.find("\"hostname\":\"" + std::string(text) + "\","), std::string::npos) << report;
+        EXPECT_TRUE(IsStrictJson(report)) << report;
+    }
 }
 
 TEST(StatusReports, AnErrorIsOneLineWhateverItsText) {
