@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "support/LineBudget.h"
 #include "support/LogBatch.h"
 #include "support/TrafficLine.h"
 
@@ -39,6 +40,16 @@ TEST(LogBatch, RefusesWhatWouldPassItsLimit) {
     EXPECT_TRUE(batch.Add({{1}, LogTextKind::Narrow, "a short one still fits"}));
     batch.Clear();
     EXPECT_TRUE(batch.Add({{1}, LogTextKind::Narrow, large}));
+}
+
+TEST(LineBudget, HoldsALineOfEachInterval) {
+    CLineBudget budget(2, 60);
+    std::string taken;
+    for (const TimeSpan now : {1000, 1001, 1002, 1059, 1060, 1061, 1500, 1501, 1559, 1560}) {
+        const CLineBudget::Verdict verdict = budget.Take(now);
+        taken += verdict.write ? std::to_string(verdict.left) : "-";
+    }
+    EXPECT_EQ(taken, "00--2-10-1") << "how many were left out before each";
 }
 
 }  // namespace
