@@ -1,5 +1,5 @@
 #include "control/ApplyConfiguration.h"
-#include <algorithm>
+#include <set>
 
 namespace {
 
@@ -9,12 +9,13 @@ PoolPointer FindBroughtPool(const CConfigurationBuilder& builder, std::uint32_t 
     return pool == builder.UnassignedPool() ? nullptr : pool;
 }
 
-// A GPU that is named twice is one GPU: it cannot mine twice for one configuration.
-std::vector<QvGpuRecord*> FindGpus(const CConfigurationBuilder& builder, const std::vector<std::string>& ids) {
+// A GPU that is named twice is one GPU: it mines for the configuration that names it first. taken: those named so far.
+std::vector<QvGpuRecord*> FindGpus(const CConfigurationBuilder& builder, const std::vector<std::string>& ids,
+                                   std::set<const QvGpuRecord*>& taken) {
     std::vector<QvGpuRecord*> gpus;
     for (const std::string& id : ids) {
         QvGpuRecord* const gpu = builder.FindGpu(id);
-        if (gpu != nullptr && std::ranges::find(gpus, gpu) == gpus.end()) gpus.push_back(gpu);
+        if (gpu != nullptr && taken.insert(gpu).second) gpus.push_back(gpu);
     }
     return gpus;
 }
@@ -25,12 +26,13 @@ std::optional<MinerConfiguration> BuildConfiguration(const ConfigurationCommand&
     if (command.poolElements > 0 && command.pools.empty()) return std::nullopt;
     for (const PoolEntry& pool : command.pools)
         builder.AddPool(pool);
+    std::set<const QvGpuRecord*> taken;
     for (const PoolBinding& binding : command.bindings) {
         ConfigurationEntry entry;
         entry.primaryPool = FindBroughtPool(builder, binding.primaryPoolId);
         entry.secondaryPool = FindBroughtPool(builder, binding.secondaryPoolId);
         if (!entry.primaryPool || !entry.secondaryPool) continue;
-        entry.gpus = FindGpus(builder, binding.gpuIds);
+        entry.gpus = FindGpus(builder, binding.gpuIds, taken);
         if (!entry.gpus.empty()) builder.AddConfiguration(entry);
     }
     return std::move(builder.configuration);

@@ -80,10 +80,14 @@ TEST_F(ConfigurationCommand, LeavesOutWhatIsIncomplete) {
         {R"([{"id":2,"name":"n","server":"s","port":1,"algo":2},)" + Pool("1") + "]", "[]", 1, {}},
         {"[" + Pool("1", R"(,"password":5,"workeroverride":null)") + "]", "[]", 1, {}},
         {"[" + Pool("1") + "]", "[" + Binding("1", "1", a + "," + absent + ",5,\"\"," + b + "," + a) + "]", 1, {2}},
+        {"[" + Pool("1") + "]",
+         "[" + Binding("1", "7", b) + "," + Binding("1", "1", a) + "," + Binding("1", "1", a) + "," +
+             Binding("1", "1", a + "," + b) + "]",
+         1,
+         {1, 1}},
         {"[" + Pool("1") + "]", "[" + Binding("1", "1", absent) + "," + Binding("1", "1", "") + ",1]", 1, {}},
         {"[" + Pool("1") + "]", "[" + Binding("1", "1", a) + R"(,{"primary-poolid":1,"secondary-poolid":1}])", 1, {1}},
         {"[" + Pool("1") + "]", R"([{"primary-poolid":1,"secondary-poolid":1,"gpus":)" + a + "}]", 1, {}},
-        {"[" + Pool("1") + "]", "[" + Binding("1", "1", a) + "," + Binding("1", "1", a) + "]", 1, {1, 1}},
     };
     for (const auto& [pools, bindings, poolCount, gpuCounts] : cases) {
         ASSERT_EQ(Execute(pools, bindings), CommandResult::Done) << pools << bindings;
