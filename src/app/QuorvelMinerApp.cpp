@@ -206,15 +206,18 @@ void CQuorvelMinerApp::TellStart() {
         m_events.Event(EventKind::Gpu, L"GPU " + std::to_wstring(gpu->cudaId), NarrowToWide(gpu->name) + StartNote(*gpu));
 }
 
-// Who asked from afar does not see the message box.
+// Told to the controller each time, since each time it asked; the event log is spared one that does not stop asking.
 void CQuorvelMinerApp::NothingToMine() {
-    PoolError error;
-    error.code = CodeNumber(TroubleCode::MiningStopped);
-    error.time = SystemClock().UtcNow();
-    CopyToField(std::string_view("There is nothing to mine: no GPU and pool are configured"), error.text);
+    const PoolError error =
+        ErrorOf({TroubleCode::MiningStopped, -1, L"There is nothing to mine: no GPU and pool are configured", true},
+                SystemClock().UtcNow());
     m_troubles.SetStopped(error);
-    m_events.Event(EventKind::Mining, L"", NarrowToWide(error.text));
     m_control->SendErrorReport(error);
+    const CLineBudget::Verdict verdict = m_nothingToMineLines.Take(SystemClock().Monotonic());
+    if (!verdict.write) return;
+    std::wstring text = NarrowToWide(error.text);
+    if (verdict.left != 0) text.append(L" (asked for ").append(std::to_wstring(verdict.left)).append(L" times before, too)");
+    m_events.Event(EventKind::Mining, L"", text);
 }
 
 void CQuorvelMinerApp::MiningStarts() {

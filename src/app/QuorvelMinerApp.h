@@ -90,6 +90,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CPlugInMessages m_plugInMessages;
     std::atomic<MiningAsker> m_asker = MiningAsker::Unknown;
     CLineBudget m_poolErrorLines;
+    CLineBudget m_nothingToMineLines{1, kTicksPerMinute};
     CRecentLines m_plugInLines{30};
     CAlgorithmList m_algorithms;
     std::unique_ptr<CCudaRuntime> m_cuda;
