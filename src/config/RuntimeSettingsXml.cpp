@@ -121,7 +121,7 @@ void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadR
     ReadNumber(root, "LastMiningState", settings.LastMiningState);
     ReadNumber(root, "Theme", settings.Theme);
     ReadNumber(root, "HideMinimized", settings.HideMinimized);
-    if (const std::string* token = FindAttribute(root, "ControlToken")) settings.ControlToken = *token;
+    if (auto token = FindUtf8Attribute(root, "ControlToken")) settings.ControlToken = *std::move(token);
     const XML_NODE* logging = FindChild(root, "Logging");
     if (logging == nullptr) return;
     ReadNumber(*logging, "MainLog", settings.MainLog);
@@ -142,7 +142,7 @@ void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
     SetAttribute(root, "LastMiningState", settings.LastMiningState);
     if (settings.Theme != 0) SetAttribute(root, "Theme", settings.Theme);
     if (settings.HideMinimized != 0) SetAttribute(root, "HideMinimized", settings.HideMinimized);
-    if (!settings.ControlToken.empty()) SetAttribute(root, "ControlToken", std::string_view(settings.ControlToken));
+    if (!settings.ControlToken.empty()) SetUtf8Attribute(root, "ControlToken", settings.ControlToken);
     XML_NODE& logging = AddChild(root, "Logging");
     SetAttribute(logging, "MainLog", settings.MainLog);
     SetAttribute(logging, "ConnectionLog", settings.ConnectionLog);

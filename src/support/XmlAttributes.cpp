@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "common/CodePage.h"
+
 namespace {
 
 struct Decimal {
@@ -30,6 +32,11 @@ Decimal ParseDecimal(std::string_view text) {
     return value;
 }
 
+const std::string* FindText(const std::vector<std::pair<std::string, std::string>>& texts, std::string_view name) {
+    const auto found = std::find_if(texts.begin(), texts.end(), [&](const auto& text) { return text.first == name; });
+    return found != texts.end() ? &found->second : nullptr;
+}
+
 template <typename Signed>
 Signed Clamp(const Decimal& value) {
     constexpr auto kMaximum = static_cast<std::uint64_t>(std::numeric_limits<Signed>::max());
@@ -41,13 +48,27 @@ Signed Clamp(const Decimal& value) {
 }  // namespace
 
 const std::string* FindAttribute(const XML_NODE& element, std::string_view name) {
-    for (const auto& [attribute, value] : element.attributes) {
-        if (attribute == name) return &value;
-    }
-    return nullptr;
+    return FindText(element.attributes, name);
+}
+
+const std::string* FindOriginal(const XML_NODE& element, std::string_view name) {
+    return FindText(element.originals, name);
+}
+
+std::optional<std::string> FindUtf8Attribute(const XML_NODE& element, std::string_view name) {
+    if (const std::string* const original = FindOriginal(element, name)) return *original;
+    const std::string* const value = FindAttribute(element, name);
+    return value != nullptr ? std::optional(NarrowToUtf8(*value)) : std::nullopt;
+}
+
+void SetUtf8Attribute(XML_NODE& element, std::string_view name, std::string_view utf8) {
+    bool isLost = false;
+    SetAttribute(element, name, std::string_view(Utf8ToNarrow(utf8, &isLost)));
+    if (isLost) element.originals.emplace_back(name, utf8);
 }
 
 void SetAttribute(XML_NODE& element, std::string_view name, std::string_view value) {
+    std::erase_if(element.originals, [&](const auto& original) { return original.first == name; });
     for (auto& [attribute, current] : element.attributes) {
         if (attribute == name) {
             current = value;

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,12 @@ void SetAttribute(XML_NODE& element, std::string_view name, std::string_view val
 void SetAttribute(XML_NODE& element, std::string_view name, std::int32_t value);   // "%d"
 void SetAttribute(XML_NODE& element, std::string_view name, std::uint32_t value);  // "%I64d"
 void SetAttribute(XML_NODE& element, std::string_view name, std::uint64_t value);  // "%I64u"
+
+// The same in UTF-8, for a text that the program takes as it stands in the document, whatever the code page can hold.
+std::optional<std::string> FindUtf8Attribute(const XML_NODE& element, std::string_view name);
+void SetUtf8Attribute(XML_NODE& element, std::string_view name, std::string_view utf8);
+// The value in UTF-8 of an attribute that the code page cannot hold, or null. Valid until the element's attributes change.
+const std::string* FindOriginal(const XML_NODE& element, std::string_view name);
 
 // Appends an empty child of the next level and returns it.
 XML_NODE& AddChild(XML_NODE& element, std::string_view name);

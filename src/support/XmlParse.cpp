@@ -30,6 +30,9 @@ class CTreeReader {
             if (key == "<xmlattr>") {
                 for (const auto& [attribute, value] : child) {
                     node.attributes.emplace_back(Name(attribute), Value(value.data()));
+                    bool isLost = false;
+                    Utf8ToNarrow(value.data(), &isLost);
+                    if (isLost) node.originals.emplace_back(node.attributes.back().first, value.data());
                 }
             } else {
                 node.children.push_back(Element(key, child, level + 1));

@@ -1,4 +1,5 @@
 #include "common/CodePage.h"
+#include "support/XmlAttributes.h"
 #include "support/XmlFormat.h"
 
 namespace {
@@ -8,8 +9,8 @@ constexpr std::size_t kIndent = 2;
 
 // Line breaks and tabs are written as references: a reader turns bare ones into blanks. Other control characters cannot
 // stand in XML 1.0 and are dropped.
-void AppendEscaped(std::string& out, std::string_view narrow) {
-    for (const char c : NarrowToUtf8(narrow)) {
+void AppendEscaped(std::string& out, std::string_view utf8) {
+    for (const char c : utf8) {
         switch (c) {
             case '&':
                 out += "&amp;";
@@ -43,7 +44,8 @@ void AppendElement(std::string& out, const XML_NODE& node, std::size_t depth) {
     out.append(kIndent * depth, ' ').append("<").append(name);
     for (const auto& [attribute, value] : node.attributes) {
         out.append(" ").append(NarrowToUtf8(attribute)).append("=\"");
-        AppendEscaped(out, value);
+        const std::string* const original = FindOriginal(node, attribute);
+        AppendEscaped(out, original != nullptr ? *original : NarrowToUtf8(value));
         out.append("\"");
     }
     if (node.children.empty()) {
