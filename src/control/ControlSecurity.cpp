@@ -1,5 +1,5 @@
 #include "control/ControlSecurity.h"
-#include <cstddef>
+#include <algorithm>
 
 namespace {
 
@@ -15,6 +15,21 @@ std::wstring AddressText(std::uint32_t address) {
     for (unsigned place = 1; place < 4; ++place)
         text.append(L".").append(std::to_wstring(Octet(address, place)));
     return text;
+}
+
+constexpr std::size_t kShownCharacters = 80;
+
+// Of a method's name (RFC 9110).
+constexpr bool IsTokenCharacter(char c) {
+    const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    return isLetter || (c >= '0' && c <= '9') || std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+}
+
+std::wstring ShownText(std::string_view text) {
+    std::wstring shown;
+    for (const char c : text.substr(0, kShownCharacters))
+        shown.push_back(c >= ' ' && c <= '~' ? static_cast<wchar_t>(c) : L'?');
+    return text.size() > kShownCharacters ? shown + L"..." : shown;
 }
 
 }  // namespace
@@ -37,4 +52,19 @@ std::wstring ListenWarning(std::uint32_t address, std::uint32_t port, bool hasTo
     return L"Warning: the control channel listens on " + AddressText(address) + L", port " + std::to_wstring(port) +
            L", without a password: whoever reaches it controls this miner. ControlToken in RuntimeSettingsMiner.xml sets "
            L"one.";
+}
+
+std::optional<std::wstring> HttpRequestOf(std::string_view line) {
+    constexpr std::string_view kBlank = " \t";
+    const auto takeBlanks = [&line] { line.remove_prefix(std::min(line.find_first_not_of(kBlank), line.size())); };
+    const auto methodEnd = std::ranges::find_if_not(line, IsTokenCharacter);
+    const std::string_view method(line.begin(), methodEnd);
+    line.remove_prefix(method.size());
+    if (method.empty() || line.find_first_of(kBlank) != 0) return std::nullopt;
+    takeBlanks();
+    const std::string_view target = line.substr(0, line.find_first_of(kBlank));
+    line.remove_prefix(target.size());
+    takeBlanks();
+    if (target.empty() || !line.starts_with("HTTP/")) return std::nullopt;
+    return ShownText(method) + L" " + ShownText(target);
 }

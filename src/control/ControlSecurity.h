@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,3 +13,7 @@ bool IsLoopback(std::uint32_t address);
 
 // What the log is to say when the channel listens at the address with or without a token; empty: nothing.
 std::wstring ListenWarning(std::uint32_t address, std::uint32_t port, bool hasToken);
+
+// A line in the form of an HTTP request, which a page in a browser of this machine can send: its method and target, cut
+// short and fit for a log. Nothing: another line.
+std::optional<std::wstring> HttpRequestOf(std::string_view line);

@@ -1,14 +1,19 @@
 #include "control/SocketMiner.h"
+#include "common/Clock.h"
+#include "common/CodePage.h"
 #include "control/ControlSecurity.h"
 #include "control/StatusReports.h"
+#include "net/SocketAddress.h"
 
 namespace {
 
 // Of a command. A rig of 16 GPUs with 100 pools of the longest texts, all of them escaped, takes half a megabyte; this is
 // several times that, and what a stranger can make the miner hold is still nothing to a machine that mines.
 constexpr std::size_t kMaximumLine = std::size_t{4} * 1024 * 1024;
-// So that nobody can fill the disk by guessing tokens.
-constexpr TimeSpan kRefusalLogInterval = kTicksPerMinute;
+
+std::wstring PeerText(const HostAddress& address, std::uint32_t port) {
+    return NarrowToWide(EndpointText(address, port));
+}
 
 }  // namespace
 
@@ -71,8 +76,13 @@ void CSocketMiner::TrustPeer(bool isTrusted) {
     m_isTrusted = isTrusted;
 }
 
-void CSocketMiner::OnPeerAccepted() {
+void CSocketMiner::OnPeerAccepted(const HostAddress& address, std::uint32_t port) {
     TrustPeer(!m_needsToken);
+    if (State() == ConnectionState::Connected && address != m_peer)
+        LogPaced(m_replacedLines,
+                 PeerText(address, port) + L" has taken the control channel over from " + PeerText(m_peer, m_peerPort));
+    m_peer = address;
+    m_peerPort = port;
 }
 
 void CSocketMiner::SendReport(const std::string& report) {
@@ -118,10 +128,14 @@ void CSocketMiner::OnDisconnected(std::uint32_t) {
     if (!m_closing) m_program.ControlStateChanged(ControlChannelState::Listening);
 }
 
-void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime time, std::uint32_t) {
+void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime, std::uint32_t) {
     if (m_closing || m_dropping) return;
     std::string_view line(data, length - 1);  // the NUL behind it is counted
     line.remove_suffix(1);                    // the line feed
+    if (const auto request = HttpRequestOf(line)) {
+        DropBrowser(*request);
+        return;
+    }
     const CommandResult result = m_commands->Execute(line);
     if (m_needsToken && result != CommandResult::Ignored && result != CommandResult::Refused) TrustPeer(true);
     switch (result) {
@@ -129,10 +143,10 @@ void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime
             SendSystemReport();
             break;
         case CommandResult::Refused:
-            LogRefusal(time);
+            LogPaced(m_refusalLines, L"A command of a controller without the right token was refused");
             break;
         case CommandResult::Unusable:
-            m_program.LogLine(L"The controller sent a configuration without a usable pool; the present one stays");
+            LogPaced(m_unusableLines, L"The controller sent a configuration without a usable pool; the present one stays");
             break;
         case CommandResult::Ignored:
         case CommandResult::Done:
@@ -140,13 +154,19 @@ void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime
     }
 }
 
-void CSocketMiner::LogRefusal(ddt_datetime time) {
-    ++m_refusals;
-    const TimeSpan since = time.ticks - m_lastRefusalLogged.ticks;
-    if (m_lastRefusalLogged.IsSet() && since >= 0 && since < kRefusalLogInterval) return;
-    m_program.LogLine(L"Commands of a controller without the right token were refused: " + std::to_wstring(m_refusals));
-    m_lastRefusalLogged = time;
-    m_refusals = 0;
+void CSocketMiner::DropBrowser(const std::wstring& request) {
+    TrustPeer(false);
+    DropConnection({}, 0);
+    LogPaced(m_browserLines, PeerText(m_peer, m_peerPort) + L" sent an HTTP request (" + request +
+                                 L"), as a web page would; its connection is closed");
+}
+
+void CSocketMiner::LogPaced(CLineBudget& budget, std::wstring text) {
+    const CLineBudget::Verdict verdict = budget.Take(SystemClock().Monotonic());
+    if (!verdict.write) return;
+    if (verdict.left != 0)
+        text.append(L" (and ").append(std::to_wstring(verdict.left)).append(L" times before, not logged)");
+    m_program.LogLine(text);
 }
 
 void CSocketMiner::OnError(const char* operation, std::uint32_t code) {

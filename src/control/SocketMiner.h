@@ -8,6 +8,7 @@
 #include "control/ControlCommands.h"
 #include "control/ControlHost.h"
 #include "net/NetworkInterfaceSocket.h"
+#include "support/LineBudget.h"
 
 // The control channel: listens for one controller, obeys its commands and sends it reports. Windows only.
 //
@@ -16,6 +17,9 @@
 //
 // A report is handed to the system in one send that never waits. A controller that takes its reports so slowly that one
 // cannot be handed over whole is dropped, because the rest of that line could only be waited for.
+//
+// A page in a browser can send any port of its machine an HTTP request whose body is a line of its choice. So a peer that
+// sends such a request is dropped at its first line, with all that came behind it.
 class CSocketMiner final : public _NetworkInterfaceSocket {
   public:
     explicit CSocketMiner(IControlHost& program, IResolver& resolver = SystemResolver());
@@ -30,7 +34,6 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     // A controller is connected, or was the last that was heard of: one that leaves without a word still counts until the
     // next is accepted.
     bool IsConnected() const;
-
     // Each does nothing unless a controller is connected and, with a token set, has sent a command with it on this
     // connection.
     // Followed by an error report for each trouble that lasts.
@@ -45,7 +48,7 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,
                     std::uintptr_t userValue) override;
     void OnError(const char* operation, std::uint32_t code) override;
-    void OnPeerAccepted() override;
+    void OnPeerAccepted(const HostAddress& address, std::uint32_t port) override;
     void OnStop() override;
     std::uint32_t IoLoop(void* argument) override;
 
@@ -53,7 +56,9 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     void TrustPeer(bool isTrusted);
     void SendReport(const std::string& report);
     void DropPeer();
-    void LogRefusal(ddt_datetime time);
+    void DropBrowser(const std::wstring& request);
+    // One line, and no flood of its kind: what was left out is counted behind the next.
+    void LogPaced(CLineBudget& budget, std::wstring text);
 
     IControlHost& m_program;
     std::optional<CControlCommands> m_commands;  // made by Open; then the I/O thread's
@@ -66,6 +71,11 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
 
     // I/O thread.
     bool m_listenFailed = false;
-    ddt_datetime m_lastRefusalLogged;
-    std::uint32_t m_refusals = 0;  // since then
+    // One line a minute each: nobody is to fill the disk by guessing tokens or by coming again and again.
+    HostAddress m_peer;  // the latest
+    std::uint32_t m_peerPort = 0;
+    CLineBudget m_refusalLines{1, kTicksPerMinute};
+    CLineBudget m_browserLines{1, kTicksPerMinute};
+    CLineBudget m_replacedLines{1, kTicksPerMinute};
+    CLineBudget m_unusableLines{1, kTicksPerMinute};
 };

@@ -71,7 +71,7 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     std::uint32_t OnConnectError(const char*, std::uint32_t) override { return kKeepTrying; }
     // Server: a peer was accepted and is about to take the place of the one before, if any. Called for every peer, unlike
     // OnConnected, which is for changes of the state.
-    virtual void OnPeerAccepted() {}
+    virtual void OnPeerAccepted(const HostAddress&, std::uint32_t /*port*/) {}
 
     // All on the connection's thread; client mode only.
     // Before each look-up, target: the host; before each address, target: "1.2.3.4:4444" or "[::1]:4444".
@@ -95,8 +95,9 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     std::uint32_t IoLoop(void* argument) override;
 
   protected:
-    // From a callback on the connection's own thread: ends this connection as soon as the callback has returned, as if the
-    // peer had: OnConnectError(text, code), then OnDisconnected. Client mode only; without a connection it does nothing.
+    // From a callback on the connection's own thread: ends this connection as soon as the callback has returned; what was
+    // received behind the line of that callback is dropped unread. Client: as if the peer had ended it, OnConnectError(text,
+    // code), then OnDisconnected. Server: OnDisconnected; it goes on listening. Without a connection it does nothing.
     void DropConnection(std::string text, std::uint32_t code);
 
     SocketLimits m_limits;  // changed before the thread starts
@@ -144,6 +145,7 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     void ListenAnew(Loop& loop, std::uint32_t error);
     void TellListening(Loop& loop, std::uint32_t error);
     Step AcceptPeer(Loop& loop);
+    Step PeerDropped(Loop& loop);
 
     struct Drop {
         std::string text;

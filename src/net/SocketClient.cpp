@@ -94,7 +94,8 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::ConnectionEnded(Loop& loo
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::Dropped(Loop& loop) {
     const Drop drop = *std::exchange(m_drop, std::nullopt);
-    if (m_listenMode != 0 || !m_data.IsOpen()) return Step::Continue;
+    if (!m_data.IsOpen()) return Step::Continue;
+    if (m_listenMode != 0) return PeerDropped(loop);
     if (m_state == ConnectionState::Connected) return ConnectionEnded(loop, drop.text.c_str(), drop.code);
     CloseDataSocket(loop);
     return AttemptFailed(loop, drop.text.c_str(), drop.code);

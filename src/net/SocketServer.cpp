@@ -80,7 +80,9 @@ void _NetworkInterfaceSocket::ListenAnew(Loop& loop, std::uint32_t error) {
 }
 
 _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::AcceptPeer(Loop& loop) {
-    CSocket peer(accept(m_listening.Get(), nullptr, nullptr));
+    sockaddr_in from = {};
+    int fromSize = sizeof from;
+    CSocket peer(accept(m_listening.Get(), reinterpret_cast<sockaddr*>(&from), &fromSize));
     if (!peer.IsOpen()) {
         // It has gone again; or there is no room for it, and it is announced again and again.
         const bool hasGone = WSAGetLastError() == WSAEWOULDBLOCK || WSAGetLastError() == WSAECONNRESET;
@@ -93,8 +95,15 @@ _NetworkInterfaceSocket::Step _NetworkInterfaceSocket::AcceptPeer(Loop& loop) {
         OnError("ReadData", static_cast<std::uint32_t>(WSAGetLastError()));
         return Step::Continue;
     }
-    OnPeerAccepted();
+    OnPeerAccepted(HostAddress::V4(from.sin_addr.s_addr), ntohs(from.sin_port));
     SetDataSocket(std::move(peer));
     SetState(ConnectionState::Connected);
+    return Step::Continue;
+}
+
+// The listening socket stays, so that nobody who comes at this moment is turned away.
+_NetworkInterfaceSocket::Step _NetworkInterfaceSocket::PeerDropped(Loop& loop) {
+    CloseDataSocket(loop);
+    SetState(ConnectionState::Disconnected);
     return Step::Continue;
 }

@@ -4,6 +4,7 @@
 #include <iterator>
 #include "../../unit/control/RecordingHost.h"
 #include "control/ControlCommands.h"
+#include "control/ControlSecurity.h"
 #include "control/StatusReports.h"
 
 namespace {
@@ -39,6 +40,7 @@ void CheckLine(CRecordingHost& host, CControlCommands& commands, std::string_vie
     const CommandResult result = commands.Execute(line);
     const bool isDone = result == CommandResult::Done || result == CommandResult::SystemWanted;
     const std::vector<std::string> events = host.Take();
+    Require(result == CommandResult::Ignored || !HttpRequestOf(line));  // no controller is taken for a browser
     Require(isDone || (events.empty() && host.Current() == before));
     Require(events.size() <= 1);
     const bool isReplaced = host.Current() != before;

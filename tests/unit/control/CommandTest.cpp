@@ -128,4 +128,23 @@ TEST(ControlSecurity, OnlyAnOpenAddressWithoutATokenIsWarnedOf) {
     EXPECT_NE(ListenWarning(0, 80, false).find(L"every address"), std::wstring::npos);
 }
 
+TEST(ControlSecurity, KnowsAnHttpRequestByItsFirstLine) {
+    const std::pair<std::string, std::wstring> rows[] = {
+        {"POST / HTTP/1.1\r", L"POST /"},
+        {"GET http://127.0.0.1:8010/?{\"cmd\":1} HTTP/1.1\r", L"GET http://127.0.0.1:8010/?{\"cmd\":1}"},
+        {"x-y!\t /a\x01\xC3\xBC \tHTTP/", L"x-y! /a???"},
+        {Repeated("M", 200) + " / HTTP/1.1", std::wstring(80, L'M') + L"... /"},
+        {R"({"cmd":"start-mining","params":{"x":"POST / HTTP/1.1"}})", L""},
+        {"POST / http/1.1", L""},
+        {"POST HTTP/1.1", L""},
+        {" POST / HTTP/1.1", L""},
+        {"Referer: http://a HTTP/1.1", L""},
+        {"one two three HTTP/1.1", L""},
+        {"POST", L""},
+        {"", L""},
+    };
+    for (const auto& [line, request] : rows)
+        EXPECT_EQ(HttpRequestOf(line).value_or(L""), request) << line;
+}
+
 }  // namespace

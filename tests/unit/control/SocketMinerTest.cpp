@@ -12,15 +12,25 @@ constexpr char kConnect[] = "{\"cmd\":\"connect\",\"params\":{}}\n";
 constexpr char kSecretConnect[] = "{\"cmd\":\"connect\",\"params\":{\"token\":\"secret\"}}\n";
 constexpr char kStart[] = "{\"cmd\":\"start-mining\",\"params\":{}}\n";
 
+constexpr char kRefused[] = "log A command of a controller without the right token was refused";
+
+// From that address of this machine, which a program may choose freely from 127.0.0.0/8.
+CSocket ConnectFrom(const char* address, std::uint32_t port) {
+    CSocket socket(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+    sockaddr_in ends[2] = {};
+    ends[0].sin_family = ends[1].sin_family = AF_INET;
+    ends[0].sin_addr.s_addr = inet_addr(address);
+    ends[1].sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ends[1].sin_port = htons(static_cast<u_short>(port));
+    EXPECT_EQ(bind(socket.Get(), reinterpret_cast<const sockaddr*>(&ends[0]), sizeof ends[0]), 0);
+    EXPECT_EQ(connect(socket.Get(), reinterpret_cast<const sockaddr*>(&ends[1]), sizeof ends[1]), 0);
+    return socket;
+}
+
 // A controller that says all it has to say and ends its half of the connection.
 CPeerLink HalfClosedLink(std::uint32_t port, std::string_view text) {
-    CSocket socket(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<u_short>(port));
-    const bool isOpen = connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    EXPECT_TRUE(isOpen && send(socket.Get(), text.data(), static_cast<int>(text.size()), 0) > 0);
+    CSocket socket = ConnectFrom("127.0.0.1", port);
+    EXPECT_GT(send(socket.Get(), text.data(), static_cast<int>(text.size()), 0), 0);
     EXPECT_EQ(shutdown(socket.Get(), SD_SEND), 0);
     return CPeerLink(std::move(socket));
 }
@@ -153,16 +163,29 @@ TEST_F(SocketMiner, ALineWithoutEndCostsTheConnection) {
     Join();
 }
 
-TEST_F(SocketMiner, StrangersAreRefusedInSilence) {
-    Open("secret");
-    CPeerLink link = CPeerLink::To(port);
-    for (int i = 0; i < 20; ++i)
-        link.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"guess\",\"workername\":\"mine\"}}\n");
-    link.Send(kSecretConnect);
-    EXPECT_EQ(link.ReadLine().substr(0, 15), R"({"cmd":"system")");
-    EXPECT_EQ(host.Take(), (Events{"state 3", "log Commands of a controller without the right token were refused: 1"}));
-    miner.SendErrorReport(PoolError());
-    EXPECT_EQ(link.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")") << "nothing was sent for the refused ones";
+// What a page in a browser can make of a command: the body of a request, in one packet with its head or in a later one.
+TEST_F(SocketMiner, ABrowserIsDroppedAtItsFirstLine) {
+    Open();
+    const std::string head = "POST /x HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+    Events events;
+    for (const std::string& packet : {head + kStart, head}) {
+        Join();
+        CPeerLink browser(ConnectFrom("127.0.0.2", port));
+        browser.Send(packet);
+        EXPECT_TRUE(browser.IsClosedByOther());
+        browser.Send(kStart);
+        EXPECT_TRUE(host.WaitFor("state 2"));
+        EXPECT_FALSE(miner.IsConnected());
+        Join();
+        for (std::string& event : host.Take()) {
+            if (!event.starts_with("state ")) events.push_back(std::move(event));
+        }
+    }
+    ASSERT_EQ(events.size(), 2u) << "each is said once, and nothing else has happened";
+    EXPECT_TRUE(events[0].starts_with("log 127.0.0.2:")) << events[0];
+    EXPECT_NE(events[0].find(" has taken the control channel over from 127.0.0.1:"), std::string::npos) << events[0];
+    EXPECT_TRUE(events[1].starts_with("log 127.0.0.2:")) << events[1];
+    EXPECT_TRUE(events[1].ends_with(" sent an HTTP request (POST /x), as a web page would; its connection is closed"));
 }
 
 // What a connection has proved does not pass on to the next one.
@@ -184,12 +207,15 @@ TEST_F(SocketMiner, WithATokenReportsGoOnlyToWhoHasSentIt) {
     EXPECT_TRUE(owner.IsClosedByOther()) << "the stranger has its place";
     sendReports();
     stranger.Send("{\"cmd\":\"nothing\",\"params\":{\"token\":\"secret\"}}\n" + std::string(kConnect));
-    EXPECT_TRUE(host.WaitFor("log Commands of a controller without the right token were refused: 1"));
+    for (int i = 0; i < 20; ++i)
+        stranger.Send("{\"cmd\":\"connect\",\"params\":{\"token\":\"guess\",\"workername\":\"mine\"}}\n");
+    EXPECT_TRUE(host.WaitFor(kRefused));
     sendReports();
     stranger.Send(kSecretConnect);
     EXPECT_EQ(stranger.ReadLine().substr(0, 15), R"({"cmd":"system")") << "the first there is";
     miner.SendErrorReport(PoolError());
     EXPECT_EQ(stranger.ReadLine().substr(0, 18), R"({"cmd":"errorinfo")");
+    EXPECT_EQ(host.Take(), (Events{"state 3", kRefused})) << "one line for all of them";
 }
 
 }  // namespace
