@@ -3,6 +3,7 @@
 #include <shellapi.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "common/CodePage.h"
 #include "common/SystemTime.h"
@@ -172,15 +173,32 @@ LateFiles CDialogHost::RetryFiles() {
     return late;
 }
 
+// A refused token is no reason to open the channel to everybody: it stays closed.
 std::wstring CDialogHost::OpenControl() {
-    EndpointRecord endpoint;
-    endpoint.address = m_parts.settings.HostIP;
-    endpoint.port = m_parts.settings.HostPort;
-    m_parts.control.Open(endpoint, m_parts.settings.ControlToken);
-    return {};
+    m_controlWanted = true;
+    std::wstring trouble = TokenTrouble(m_parts.settings.ControlToken);
+    if (trouble.empty()) {
+        EndpointRecord endpoint;
+        endpoint.address = m_parts.settings.HostIP;
+        endpoint.port = m_parts.settings.HostPort;
+        m_parts.control.Open(endpoint, m_parts.settings.ControlToken);
+        if (!IsControlOpen()) trouble = L"Windows has no thread for the control channel; it stays closed";
+    }
+    if (!trouble.empty()) m_parts.events.Event(EventKind::Control, L"", trouble);
+    return trouble;
+}
+
+void CDialogHost::CloseControl() {
+    m_controlWanted = false;
+    m_parts.control.Close();
 }
 
 DialogNote CDialogHost::ControlNote() const {
-    const bool isSafe = IsLoopback(m_parts.settings.HostIP) || !m_parts.settings.ControlToken.empty();
+    if (!m_controlWanted) return {};
+    const RuntimeSettings& settings = m_parts.settings;
+    if (std::wstring trouble = TokenTrouble(settings.ControlToken); !trouble.empty()) return {std::move(trouble), true};
+    if (const std::uint32_t error = m_parts.control.ListenError(); error != 0)
+        return {ListenTrouble(settings.HostIP, settings.HostPort, error), true};
+    const bool isSafe = IsLoopback(settings.HostIP) || !settings.ControlToken.empty();
     return {isSafe ? L"" : L"No password: anybody in the network can steer this miner", false};
 }

@@ -67,7 +67,7 @@ class CDialogHost final : public IMainDialogHost {
     void ReadTelemetry() override { m_parts.requestTelemetry(); }
 
     std::wstring OpenControl() override;
-    void CloseControl() override { m_parts.control.Close(); }
+    void CloseControl() override;
     bool IsControlOpen() const override { return m_parts.control.IsOpen(); }
     DialogNote ControlNote() const override;
     void SendUpdateReport() override { m_parts.control.SendUpdateReport(); }
@@ -75,4 +75,5 @@ class CDialogHost final : public IMainDialogHost {
   private:
     const Parts m_parts;
     ddt_datetime m_miningStart;
+    bool m_controlWanted = false;  // from OpenControl to CloseControl, whatever came of it
 };

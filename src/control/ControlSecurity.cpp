@@ -1,5 +1,6 @@
 #include "control/ControlSecurity.h"
 #include <algorithm>
+#include "common/Utf8.h"
 
 namespace {
 
@@ -17,6 +18,30 @@ std::wstring AddressText(std::uint32_t address) {
     return text;
 }
 
+std::wstring EndpointText(std::uint32_t address, std::uint32_t port) {
+    if (address == 0) return L"port " + std::to_wstring(port) + L" of " + AddressText(address);
+    return AddressText(address) + L":" + std::to_wstring(port);
+}
+
+// Windows Sockets' numbers.
+constexpr std::uint32_t kAccessDenied = 10013;
+constexpr std::uint32_t kAddressInUse = 10048;
+constexpr std::uint32_t kAddressNotAvailable = 10049;
+
+std::wstring ListenReason(std::uint32_t error) {
+    switch (error) {
+        case kAccessDenied:
+            return L"Windows does not allow the port";
+        case kAddressInUse:
+            return L"the port is taken by another program";
+        case kAddressNotAvailable:
+            return L"this PC does not have the address now";
+        default:
+            return L"Windows Sockets error " + std::to_wstring(error);
+    }
+}
+
+constexpr char32_t kLostCharacter = 0xFFFD;  // what converters put in place of one
 constexpr std::size_t kShownCharacters = 80;
 
 // Of a method's name (RFC 9110).
@@ -52,6 +77,25 @@ std::wstring ListenWarning(std::uint32_t address, std::uint32_t port, bool hasTo
     return L"Warning: the control channel listens on " + AddressText(address) + L", port " + std::to_wstring(port) +
            L", without a password: whoever reaches it controls this miner. ControlToken in RuntimeSettingsMiner.xml sets "
            L"one.";
+}
+
+std::wstring ListenTrouble(std::uint32_t address, std::uint32_t port, std::uint32_t error) {
+    return EndpointText(address, port) + L": " + ListenReason(error) + L"; trying again every " +
+           std::to_wstring(kListenAgainSeconds) + L" s";
+}
+
+std::wstring TokenTrouble(std::string_view token) {
+    if (token.empty()) return {};
+    std::size_t characters = 0;
+    for (; !token.empty(); ++characters) {
+        const std::optional<char32_t> character = TakeUtf8(token);
+        if (!character || *character == kLostCharacter || *character < U' ')
+            return L"ControlToken in RuntimeSettingsMiner.xml has characters that cannot be read; the control channel stays "
+                   L"closed";
+    }
+    if (characters >= kFewestTokenCharacters) return {};
+    return L"ControlToken in RuntimeSettingsMiner.xml is too short, it needs " + std::to_wstring(kFewestTokenCharacters) +
+           L" characters; the control channel stays closed";
 }
 
 std::optional<std::wstring> HttpRequestOf(std::string_view line) {

@@ -21,6 +21,7 @@ CSocketMiner::CSocketMiner(IControlHost& program, IResolver& resolver)
     : _NetworkInterfaceSocket(resolver), m_program(program) {
     SetFraming(true, '\n');
     SetLineLimit(kMaximumLine);
+    m_limits.listenAgain = kListenAgainSeconds * 1000;
 }
 
 CSocketMiner::~CSocketMiner() {
@@ -38,12 +39,14 @@ void CSocketMiner::Open(const EndpointRecord& endpoint, std::string token) {
     m_commands.emplace(m_program, std::move(token));
     m_closing = false;
     m_dropping = false;
+    m_listenError = 0;
     StartServer(endpoint);
 }
 
 void CSocketMiner::Close() {
     m_closing = true;
     Stop();
+    m_listenError = 0;
 }
 
 bool CSocketMiner::IsConnected() const {
@@ -169,13 +172,20 @@ void CSocketMiner::LogPaced(CLineBudget& budget, std::wstring text) {
     m_program.LogLine(text);
 }
 
+// The log is told when the trouble begins and when it ends; ListenError says how it stands.
+void CSocketMiner::ListenChanged(std::uint32_t error) {
+    const bool hadFailed = m_listenError.exchange(error) != 0;
+    if (error != 0 && !hadFailed) {
+        m_program.LogLine(L"The control channel cannot listen on " + ListenTrouble(m_address, m_port, error));
+    } else if (error == 0 && hadFailed) {
+        m_program.LogLine(L"The control channel listens now on " + PeerText(HostAddress::V4(m_address), m_port));
+    }
+    m_program.ControlStateChanged(error != 0 ? ControlChannelState::Offline : ControlChannelState::Listening);
+}
+
 void CSocketMiner::OnError(const char* operation, std::uint32_t code) {
     if (std::string_view(operation) == "Listen") {
-        if (code != 0 && !m_listenFailed) {
-            m_program.LogLine(L"The control channel cannot listen (" + std::to_wstring(code) + L"): is the port taken?");
-        }
-        m_listenFailed = code != 0;
-        m_program.ControlStateChanged(m_listenFailed ? ControlChannelState::Offline : ControlChannelState::Listening);
+        ListenChanged(code);
         return;
     }
     if (code == WSA_NOT_ENOUGH_MEMORY) {

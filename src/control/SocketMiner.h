@@ -20,6 +20,8 @@
 //
 // A page in a browser can send any port of its machine an HTTP request whose body is a line of its choice. So a peer that
 // sends such a request is dropped at its first line, with all that came behind it.
+//
+// An endpoint that is not to be had is tried again every five seconds (at first every reconnect interval), until Close.
 class CSocketMiner final : public _NetworkInterfaceSocket {
   public:
     explicit CSocketMiner(IControlHost& program, IResolver& resolver = SystemResolver());
@@ -34,6 +36,9 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     // A controller is connected, or was the last that was heard of: one that leaves without a word still counts until the
     // next is accepted.
     bool IsConnected() const;
+    // The Windows Sockets error that keeps the open channel from listening now; 0: none.
+    std::uint32_t ListenError() const { return m_listenError; }
+
     // Each does nothing unless a controller is connected and, with a token set, has sent a command with it on this
     // connection.
     // Followed by an error report for each trouble that lasts.
@@ -56,6 +61,7 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     void TrustPeer(bool isTrusted);
     void SendReport(const std::string& report);
     void DropPeer();
+    void ListenChanged(std::uint32_t error);
     void DropBrowser(const std::wstring& request);
     // One line, and no flood of its kind: what was left out is counted behind the next.
     void LogPaced(CLineBudget& budget, std::wstring text);
@@ -69,9 +75,9 @@ class CSocketMiner final : public _NetworkInterfaceSocket {
     std::atomic<bool> m_closing{false};   // by Close
     std::atomic<bool> m_dropping{false};  // from the send that failed until the I/O thread has closed the socket
 
-    // I/O thread.
-    bool m_listenFailed = false;
-    // One line a minute each: nobody is to fill the disk by guessing tokens or by coming again and again.
+    std::atomic<std::uint32_t> m_listenError{0};
+
+    // I/O thread. One line a minute each: nobody is to fill the disk by guessing tokens or by coming again and again.
     HostAddress m_peer;  // the latest
     std::uint32_t m_peerPort = 0;
     CLineBudget m_refusalLines{1, kTicksPerMinute};

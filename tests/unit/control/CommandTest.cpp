@@ -126,6 +126,23 @@ TEST(ControlSecurity, OnlyAnOpenAddressWithoutATokenIsWarnedOf) {
     EXPECT_EQ(ListenWarning(kNetwork, 8010, true), L"");
     EXPECT_NE(ListenWarning(kNetwork, 8010, false).find(L"192.168.1.5, port 8010, without a password"), std::wstring::npos);
     EXPECT_NE(ListenWarning(0, 80, false).find(L"every address"), std::wstring::npos);
+    EXPECT_EQ(ListenTrouble(0, 80, 9),
+              L"port 80 of every address of this machine: Windows Sockets error 9; trying again every 5 s");
+}
+
+TEST(ControlSecurity, ATokenThatCanBeGuessedOrWasChangedIsRefused) {
+    const std::pair<std::string, bool> rows[] = {{"", true},
+                                                 {"0123456789abcdef", true},
+                                                 {"0123456789abcde", false},
+                                                 {Repeated("ü", 15), false},
+                                                 {Repeated("ü", 16), true},
+                                                 {Repeated("€", 15) + "𝄞", true},
+                                                 {"????????????????", true},
+                                                 {"0123456789abcdef\uFFFD", false},
+                                                 {"0123456789abcdef\xFC", false},
+                                                 {"0123456789abcdef\n", false}};
+    for (const auto& [token, isGood] : rows)
+        EXPECT_EQ(TokenTrouble(token).empty(), isGood) << token;
 }
 
 TEST(ControlSecurity, KnowsAnHttpRequestByItsFirstLine) {

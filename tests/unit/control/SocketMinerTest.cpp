@@ -104,10 +104,14 @@ TEST_F(SocketMiner, ATakenPortIsSaidAndUsedOnceItIsFree) {
     ASSERT_EQ(bind(other.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(listen(other.Get(), 1), 0);
     Open();
-    EXPECT_TRUE(host.WaitFor("log The control channel cannot listen (10048): is the port taken?"));
+    EXPECT_TRUE(host.WaitFor("log The control channel cannot listen on 127.0.0.1:" + std::to_string(port) +
+                             ": the port is taken by another program; trying again every 5 s"));
     EXPECT_TRUE(host.WaitFor("state 1"));
+    EXPECT_EQ(miner.ListenError(), static_cast<std::uint32_t>(WSAEADDRINUSE));
     other.Close();
     EXPECT_TRUE(host.WaitFor("state 2"));
+    EXPECT_TRUE(host.WaitFor("log The control channel listens now on 127.0.0.1:" + std::to_string(port)));
+    EXPECT_EQ(miner.ListenError(), 0u);
     Join();
 }
 
