@@ -43,6 +43,7 @@ std::wstring ListenReason(std::uint32_t error) {
 
 constexpr char32_t kLostCharacter = 0xFFFD;  // what converters put in place of one
 constexpr std::size_t kShownCharacters = 80;
+constexpr std::string_view kBlank = " \t";
 
 // Of a method's name (RFC 9110).
 constexpr bool IsTokenCharacter(char c) {
@@ -99,7 +100,6 @@ std::wstring TokenTrouble(std::string_view token) {
 }
 
 std::optional<std::wstring> HttpRequestOf(std::string_view line) {
-    constexpr std::string_view kBlank = " \t";
     const auto takeBlanks = [&line] { line.remove_prefix(std::min(line.find_first_not_of(kBlank), line.size())); };
     const auto methodEnd = std::ranges::find_if_not(line, IsTokenCharacter);
     const std::string_view method(line.begin(), methodEnd);
