@@ -60,8 +60,12 @@ class CConfigurationReader {
 
     void ReadText(const XML_NODE& element, std::string_view name, std::span<wchar_t> field, std::wstring_view owner) {
         const std::string* value = FindAttribute(element, name);
-        if (value == nullptr || NarrowToField(*value, field)) return;
-        m_report.Dropped(std::wstring(L"the end of ").append(NarrowToWide(name)).append(L" of ").append(owner));
+        if (value == nullptr) return;
+        const auto drop = [&](const wchar_t* what) {
+            m_report.Dropped(std::wstring(what).append(NarrowToWide(name)).append(L" of ").append(owner));
+        };
+        if (FindOriginal(element, name) != nullptr) drop(L"characters that the system's code page lacks in ");
+        if (!NarrowToField(*value, field)) drop(L"the end of ");
     }
 
     void ReadPool(const XML_NODE& element) {

@@ -91,7 +91,8 @@ TEST_F(ConfigurationStoreTest, KeepsAFileOfWhichItLosesSomething) {
          L": not understood: a GPU without a valid ID of configuration 1; configuration 1, which has no GPU",
          L"ConfigMiner.xml.bak"},
         {"<MinerConfig DefaultWorkerName=\"\xE2\x98\x83\"/>",
-         L": not understood: characters that the system's code page lacks", L"ConfigMiner.xml.bak2"},
+         L": not understood: characters that the system's code page lacks in DefaultWorkerName of the file",
+         L"ConfigMiner.xml.bak2"},
         {"<MinerConfig><!-- mine --></MinerConfig>", L": not understood: comments or text between the elements",
          L"ConfigMiner.xml.bak3"},
     };
