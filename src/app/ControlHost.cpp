@@ -1,5 +1,6 @@
 #include "app/ControlHost.h"
 
+#include "common/Clock.h"
 #include "common/Messages.h"
 
 void CControlHost::Post(unsigned message, WPARAM wParam) const {
@@ -18,9 +19,14 @@ void CControlHost::SetWorkerName(std::wstring_view name) {
 }
 
 void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
-    m_parts.events.Event(EventKind::Configuration, L"",
-                         L"replaced by the controller: " + std::to_wstring(configuration.pools.size()) + L" pools, " +
-                             std::to_wstring(configuration.configurations.size()) + L" configurations");
+    const CLineBudget::Verdict verdict = m_replacedLines.Take(SystemClock().Monotonic());
+    if (verdict.write) {
+        std::wstring text = L"replaced by the controller: " + std::to_wstring(configuration.pools.size()) + L" pools, " +
+                            std::to_wstring(configuration.configurations.size()) + L" configurations";
+        if (verdict.left != 0)
+            text.append(L" (and ").append(std::to_wstring(verdict.left)).append(L" times before, not logged)");
+        m_parts.events.Event(EventKind::Configuration, L"", text);
+    }
     m_parts.configuration.Publish(std::move(configuration));
     m_parts.files.Superseded();
     m_parts.files.SaveForController();

@@ -6,6 +6,7 @@
 #include "control/ControlHost.h"
 #include "gui/MiningView.h"
 #include "mining/Mining.h"
+#include "support/LineBudget.h"
 
 // What the control channel's commands do in the program. Their effects on the dialog are posted to its window.
 class CControlHost final : public IControlHost {
@@ -40,4 +41,5 @@ class CControlHost final : public IControlHost {
     void Post(unsigned message, WPARAM wParam) const;
 
     const Parts m_parts;
+    CLineBudget m_replacedLines{1, kTicksPerMinute};  // of the event log; the channel's thread
 };
