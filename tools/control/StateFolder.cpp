@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 #include "CleanText.h"
 #ifdef _WIN32
@@ -33,17 +35,31 @@ int OpenNew(const fs::path& file) {
 #endif
 }
 
-// Half a file is removed.
-bool WriteNew(const fs::path& file, std::string_view content) {
-    const int handle = OpenNew(file);
-    if (handle < 0) return false;
+std::error_code LastError() {
+    return {errno, std::generic_category()};
+}
+
+std::error_code WriteTo(int handle, std::string_view content) {
     std::FILE* const stream = fdopen(handle, "wb");
-    if (!stream) close(handle);
-    const bool isWritten = stream && std::fwrite(content.data(), 1, content.size(), stream) == content.size();
-    if (stream && std::fclose(stream) == 0 && isWritten) return true;
+    if (!stream) {
+        const std::error_code error = LastError();
+        close(handle);
+        return error;
+    }
+    std::error_code error;
+    if (std::fwrite(content.data(), 1, content.size(), stream) != content.size()) error = LastError();
+    if (std::fclose(stream) != 0 && !error) error = LastError();
+    return error;
+}
+
+// Half a file is removed.
+std::error_code WriteNew(const fs::path& file, std::string_view content) {
+    const int handle = OpenNew(file);
+    if (handle < 0) return LastError();
+    const std::error_code error = WriteTo(handle, content);
     std::error_code ignored;
-    fs::remove(file, ignored);
-    return false;
+    if (error) fs::remove(file, ignored);
+    return error;
 }
 
 }  // namespace
@@ -79,9 +95,8 @@ void WritePrivateFile(const fs::path& file, std::string_view content, bool repla
         throw std::runtime_error(file.string() + (replace ? " is no file" : " exists already"));
     const fs::path fresh = replace ? fs::path(file.string() + ".new") : file;
     if (replace) fs::remove(fresh, error);  // of an earlier attempt
-    if (!WriteNew(fresh, content)) throw std::runtime_error("cannot write " + fresh.string());
-    if (!replace) return;
-    fs::rename(fresh, file, error);
+    error = WriteNew(fresh, content);
+    if (!error && replace) fs::rename(fresh, file, error);
     if (error) throw std::runtime_error("cannot write " + file.string() + ": " + CleanText(error.message(), 200));
 }
 

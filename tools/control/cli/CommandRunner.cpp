@@ -204,7 +204,8 @@ int Export(const Options& options, const CommandStreams& streams) {
         WritePrivateFile(options.file, text, options.force);
         return kExitGood;
     } catch (const std::runtime_error& failure) {
-        streams.err << failure.what() << (options.force ? "" : " (--force replaces a file)") << '\n';
+        const bool mayForce = !options.force && std::filesystem::exists(options.file);
+        streams.err << failure.what() << (mayForce ? " (--force replaces it)" : "") << '\n';
         return kExitRigFailed;
     }
 }
