@@ -83,13 +83,18 @@ GpuMove CConfigurationEditModel::SetChecked(std::size_t index, QvGpuRecord& gpu,
     }
     for (std::size_t i = 0; i < Count(); ++i) {
         if (i == index || !IsChecked(i, gpu)) continue;
-        std::vector<QvGpuRecord*>& gpus = Change(i).gpus;
-        std::erase(gpus, &gpu);
+        EditedEntry& loser = Change(i);
+        std::erase(loser.gpus, &gpu);
         move.from.push_back(i);
-        if (gpus.empty()) move.emptied.push_back(i);
+        if (!loser.HasCards()) move.emptied.push_back(i);
     }
     if (!IsChecked(index, gpu)) Change(index).gpus.push_back(&gpu);
     return move;
+}
+
+void CConfigurationEditModel::RemoveAbsent(std::size_t index, std::size_t absent) {
+    std::vector<AbsentGpu>& gpus = Change(index).absentGpus;
+    gpus.erase(gpus.begin() + static_cast<std::ptrdiff_t>(absent));
 }
 
 std::vector<ConfigurationReason> CConfigurationEditModel::Check() const {
@@ -112,7 +117,7 @@ void CConfigurationEditModel::CheckEntry(std::size_t index, std::vector<Configur
     } else if (std::wstring reason = CheckBackup(entry, *primary); !reason.empty()) {
         reasons.push_back({index, ConfigurationField::BackupPool, std::move(reason)});
     }
-    if (entry.gpus.empty()) reasons.push_back({index, ConfigurationField::Gpus, L"Choose at least one GPU"});
+    if (!entry.HasCards()) reasons.push_back({index, ConfigurationField::Gpus, L"Choose at least one GPU"});
 }
 
 std::wstring CConfigurationEditModel::CheckBackup(const EditedEntry& entry, const PoolEntry& primary) const {

@@ -16,7 +16,7 @@ struct ConfigurationReason {
 // What checking a GPU did beside it.
 struct GpuMove {
     std::vector<std::size_t> from;     // the configurations that lost the GPU
-    std::vector<std::size_t> emptied;  // those of them that have no GPU now
+    std::vector<std::size_t> emptied;  // those of them that have no GPU now, not even an absent one
 };
 
 struct ConfigurationBuild {
@@ -58,6 +58,8 @@ class CConfigurationEditModel {
     std::optional<std::size_t> OwnerOf(const QvGpuRecord& gpu) const;
     // A GPU is in one configuration only: it leaves any other.
     GpuMove SetChecked(std::size_t index, QvGpuRecord& gpu, bool checked);
+    // absent: its index in the configuration's absentGpus.
+    void RemoveAbsent(std::size_t index, std::size_t absent);
 
     std::vector<ConfigurationReason> Check() const;
     ConfigurationBuild Build(CConfigurationBuilder builder) const;

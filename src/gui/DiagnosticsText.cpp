@@ -114,12 +114,14 @@ class CDiagnosticsWriter {
     }
 
     void WriteConfigurations() {
-        const EditedConfiguration labels = MakeEditedCopy(m_input.configuration);
-        const auto& entries = m_input.configuration.configurations;
-        if (entries.empty()) Line(L"  none");
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            std::wstring line = L"  " + EntryLabel(labels, i) + L": " + entries[i].primaryPool->Name;
-            if (!entries[i].secondaryPool->IsUnassigned()) line.append(L", backup ").append(entries[i].secondaryPool->Name);
+        // As the user sees and numbers them, those without a present GPU among them.
+        const EditedConfiguration edited = MakeEditedCopy(m_input.configuration);
+        if (edited.entries.empty()) Line(L"  none");
+        for (std::size_t i = 0; i < edited.entries.size(); ++i) {
+            const PoolEntry* const primary = FindEditedPool(edited, edited.entries[i].primaryPoolId);
+            const PoolEntry* const backup = FindEditedPool(edited, edited.entries[i].secondaryPoolId);
+            std::wstring line = L"  " + EntryLabel(edited, i) + L": " + (primary != nullptr ? primary->Name : L"no pool");
+            if (backup != nullptr && !backup->IsUnassigned()) line.append(L", backup ").append(backup->Name);
             Line(line);
         }
     }

@@ -175,14 +175,23 @@ void CConfigWorkerDlg::FillGpus() {
         m_gpus.Add(text);
         m_gpus.SetChecked(item++, m_model.IsChecked(Current(), *gpu));
     }
-    m_gpus.Select(selected);
+    for (const AbsentGpu& gpu : m_model.Entry(Current()).absentGpus) {
+        m_gpus.Add(AbsentGpuLabel(gpu));
+        m_gpus.SetChecked(item++, true);
+    }
+    m_gpus.Select(std::min(selected, item - 1));
 }
 
 void CConfigWorkerDlg::OnGpuChecked() {
     const int item = m_gpus.Selected();
     if (!HasCurrent() || item < 0) return;
-    QvGpuRecord& gpu = *m_model.Gpus()[static_cast<std::size_t>(item)];
-    m_model.SetChecked(Current(), gpu, m_gpus.IsChecked(item));
+    const auto index = static_cast<std::size_t>(item);
+    const GpuSpan present = m_model.Gpus();
+    if (index < present.size()) {
+        m_model.SetChecked(Current(), *present[index], m_gpus.IsChecked(item));
+    } else {
+        m_model.RemoveAbsent(Current(), index - present.size());
+    }
     FillGpus();
     RefreshLabels();
     ShowReasons();

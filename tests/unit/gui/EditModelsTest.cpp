@@ -152,6 +152,75 @@ TEST(PoolEditModel, MovesPools) {
 
 TEST(PoolEditModel, TellsWhatARemovalTakesAlong) {
     const CGuiRig rig;
+AbsentGpu Absent(std::uint8_t number, std::size_t place) {
+    AbsentGpu gpu{{}, -number, number, place};
+    gpu.uuid.back() = number;
+    return gpu;
+}
+
+// The rig's two configurations with a missing card in the first, and before each of them one whose cards are all missing.
+ConfigurationPointer WithAbsentCards(const CGuiRig& rig) {
+    MinerConfiguration configuration = *rig.Current();
+    configuration.configurations[0].absentGpus = {Absent(1, 1)};
+    const PoolPointer& pool = configuration.pools[1];
+    configuration.absentConfigurations = {
+        {0, {pool, rig.unassignedPool, 6, 7, {}, {Absent(2, 0), Absent(3, 1)}}},
+        {2, {configuration.pools[2], rig.unassignedPool, 0, 0, {}, {Absent(4, 0), Absent(1, 1)}}},
+    };
+    return std::make_shared<const MinerConfiguration>(std::move(configuration));
+}
+
+// Everything about cards that is not present, in one text.
+std::string AbsentText(const MinerConfiguration& configuration) {
+    std::string text;
+    const auto add = [&text](const ConfigurationEntry& entry) {
+        text += std::to_string(entry.primaryPool->ID) + "," + std::to_string(entry.GpuAttributs) + "," +
+                std::to_string(entry.PoolAttributs) + "," + std::to_string(entry.gpus.size()) + "[";
+        for (const AbsentGpu& gpu : entry.absentGpus) {
+            text += std::to_string(gpu.uuid.back()) + ":" + std::to_string(gpu.NGM) + ":" + std::to_string(gpu.NGTO) + "@" +
+                    std::to_string(gpu.place) + " ";
+        }
+        text += "]";
+    };
+    for (const ConfigurationEntry& entry : configuration.configurations)
+        add(entry);
+    for (const AbsentConfiguration& absent : configuration.absentConfigurations) {
+        text += " #" + std::to_string(absent.place) + " ";
+        add(absent.entry);
+    }
+    return text;
+}
+
+TEST(EditModels, KeepCardsThatAreNotPresent) {
+    const CGuiRig rig;
+    const ConfigurationPointer base = WithAbsentCards(rig);
+    const std::string kept = "1,4,5,2[1:-1:1@1 ]7,0,0,1[] #0 2,6,7,0[2:-2:2@0 3:-3:3@1 ] #2 7,0,0,0[4:-4:4@0 ]";
+    EXPECT_EQ(AbsentText(BuildConfiguration(MakeEditedCopy(*base), rig.Builder())), kept) << "card 1 is the first's alone";
+
+    CConfigurationEditModel model(base, rig.gpus);
+    EXPECT_EQ(model.Label(0), L"Configuration 1 (2 cards not present)");
+    EXPECT_EQ(model.Label(1), L"Configuration 2 (GPU#0, GPU#1, 1 card not present)");
+    EXPECT_EQ(AbsentGpuLabel(Absent(0xAB, 0)), L"GPU 00000000...000000ab - not present");
+    model.SetChecked(1, *rig.gpus[0], false);
+    EXPECT_TRUE(model.SetChecked(2, *rig.gpus[1], true).emptied.empty()) << "the missing card is left";
+    model.SetBackupPool(0, 1);
+    ConfigurationBuild build = model.Build(rig.Builder());
+    ASSERT_TRUE(build.configuration) << "cards that are missing are cards";
+    EXPECT_EQ(AbsentText(*build.configuration),
+              "7,0,0,1[4:-4:4@0 ]7,0,0,1[] #0 2,6,7,0[2:-2:2@0 3:-3:3@1 ] #1 1,4,5,0[1:-1:1@1 ]");
+    model.RemoveAbsent(0, 1);
+    model.RemoveAbsent(0, 0);
+    EXPECT_EQ(model.Check().at(0).field, ConfigurationField::Gpus);
+    model.Remove(0);
+    build = model.Build(rig.Builder());
+    EXPECT_EQ(AbsentText(*build.configuration), "7,0,0,1[4:-4:4@0 ]7,0,0,1[] #0 1,4,5,0[1:-1:1@1 ]");
+
+    CPoolEditModel pools(base, rig.algorithms);
+    EXPECT_EQ(pools.RemovalEffect(2).removed, (std::vector<std::size_t>{2, 3}));
+    pools.Remove(2);
+    EXPECT_EQ(AbsentText(pools.Build(rig.Builder())), "1,4,5,2[1:-1:1@1 ] #0 2,6,7,0[2:-2:2@0 3:-3:3@1 ]");
+}
+
     const struct {
         std::size_t pool;
         std::vector<std::size_t> removed, cleared;
@@ -289,7 +358,7 @@ TEST(ConfigurationEditModel, KeepsWhatTheUserDidNotTouch) {
     ASSERT_TRUE(kept.configuration);
     EXPECT_EQ(kept.configuration->configurations[0].secondaryPool->ID, 7u);
     EXPECT_EQ(kept.configuration->configurations[1].primaryPool, rig.unassignedPool);
-    EXPECT_EQ(kept.configuration->configurations[1].gpus, (std::vector{rig.gpus[2], rig.gpus[0]}));
+    EXPECT_EQ(kept.configuration->configurations[1].gpus, std::vector{rig.gpus[2]}) << "it is the first's";
     EXPECT_TRUE(second.IsBasedOn(rig.Current()));
     rig.published->Publish(*kept.configuration);
     EXPECT_FALSE(second.IsBasedOn(rig.Current())) << "somebody published meanwhile";
