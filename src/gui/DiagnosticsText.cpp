@@ -5,6 +5,7 @@
 #include "common/CodePage.h"
 #include "common/Hex.h"
 #include "common/Version.h"
+#include "gui/AlgorithmText.h"
 #include "gui/DialogState.h"
 #include "gui/EditedConfiguration.h"
 #include "gui/GpuText.h"
@@ -92,8 +93,7 @@ class CDiagnosticsWriter {
 
     void WritePool(const PoolEntry& pool) {
         std::wstring line = std::wstring(L"  ").append(pool.Name).append(L": ").append(PoolAddressText(pool));
-        line.append(L", ").append(m_input.algorithms.Find(pool.Algo).record.name);
-        line.append(L" (").append(std::to_wstring(pool.Algo)).append(L")");
+        line.append(L", ").append(AlgorithmText(pool.Algo, m_input.algorithms));
         line.append(L", wallet ").append(ShortenedWallet(pool.WalletUser));
         if (pool.WorkerOverride[0] != L'\0') line.append(L", worker ").append(pool.WorkerOverride);
         Line(line);
@@ -130,7 +130,7 @@ class CDiagnosticsWriter {
         const auto& entries = m_input.algorithms.Entries();
         if (entries.empty()) Line(L"  none");
         for (const auto& entry : entries)
-            Line(L"  " + std::to_wstring(entry->record.id) + L" " + entry->record.name);
+            Line(L"  " + AlgorithmText(entry->record.id, m_input.algorithms));
     }
 
     const DiagnosticsInput& m_input;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "gui/AlgorithmText.h"
 #include "gui/Colors.h"
 #include "gui/GpuPool.h"
 #include "gui/GpuText.h"
@@ -37,7 +38,7 @@ GridCell PlainCell(const GpuGridSource& source, const QvGpuRecord& gpu, std::siz
         case GpuColumn::CudaVersion:
             return {CapabilityText(gpu), {}};
         case GpuColumn::PoolConfig:
-            return {pool->Name, {}};
+            return {PoolText(*pool, source.algorithms), {}};
         default:
             return pool->IsUnassigned() ? GridCell() : AssignedCell(source, gpu, *pool, kGpuColumns[column].column);
     }

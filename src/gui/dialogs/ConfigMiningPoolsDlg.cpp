@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "gui/AlgorithmText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
 #include "toolkit/MessageMap.h"
@@ -107,7 +108,7 @@ void CConfigMiningPoolsDlg::OnShowPassword() {
 void CConfigMiningPoolsDlg::FillList(std::optional<std::size_t> selected) {
     m_list.Clear();
     for (std::size_t i = 0; i < m_model.Count(); ++i)
-        m_list.Add(m_model.Pool(i).Name);
+        m_list.Add(PoolText(m_model.Pool(i), m_host.Algorithms()));
     if (m_isNew) m_list.Add(L"New pool");
     m_current = selected;
     if (m_isNew) {
@@ -140,10 +141,10 @@ void CConfigMiningPoolsDlg::FillAlgorithms(std::int32_t selected) {
     const auto data = [](std::int32_t id) { return static_cast<std::uint64_t>(static_cast<std::uint32_t>(id)); };
     m_algorithms.Clear();
     for (const auto& entry : m_host.Algorithms().Entries())
-        m_algorithms.AddItem(entry->record.name, data(entry->record.id));
+        m_algorithms.AddItem(AlgorithmText(entry->record.id, m_host.Algorithms()), data(entry->record.id));
     if (!m_isNew && !m_current) return;
     if (m_algorithms.SelectByData(data(selected)) == 0) return;
-    m_algorithms.AddItem(L"Unknown (" + std::to_wstring(selected) + L")", data(selected));
+    m_algorithms.AddItem(AlgorithmText(selected, m_host.Algorithms()), data(selected));
     m_algorithms.SelectByData(data(selected));
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "gui/AlgorithmText.h"
 #include "gui/GpuText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/resource.h"
@@ -145,7 +146,7 @@ void CConfigWorkerDlg::FillPrimary() {
     m_primary.Clear();
     if (!HasCurrent()) return;
     for (std::size_t i = 0; i < m_model.PoolCount(); ++i)
-        m_primary.AddItem(m_model.Pool(i).Name, m_model.Pool(i).ID);
+        m_primary.AddItem(PoolText(m_model.Pool(i), m_host.Algorithms()), m_model.Pool(i).ID);
     m_primary.SelectByData(m_model.Entry(Current()).primaryPoolId);
 }
 
@@ -154,12 +155,12 @@ void CConfigWorkerDlg::FillBackup() {
     if (!HasCurrent()) return;
     m_backup.AddItem(L"(none)", kUnassignedPoolId);
     for (const std::uint32_t id : m_model.BackupChoices(Current()))
-        m_backup.AddItem(m_model.FindPool(id)->Name, id);
+        m_backup.AddItem(PoolText(*m_model.FindPool(id), m_host.Algorithms()), id);
     const std::uint32_t chosen = m_model.Entry(Current()).secondaryPoolId;
     if (m_backup.SelectByData(chosen) == 0) return;
     // What the file holds is shown, right or wrong.
     const PoolEntry* const pool = m_model.FindPool(chosen);
-    if (pool != nullptr) m_backup.AddItem(pool->Name, chosen);
+    if (pool != nullptr) m_backup.AddItem(PoolText(*pool, m_host.Algorithms()), chosen);
     m_backup.SelectByData(pool != nullptr ? chosen : kUnassignedPoolId);
 }
 

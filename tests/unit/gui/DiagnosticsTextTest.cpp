@@ -37,11 +37,11 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
              L"Control State: Listening\r\n",
              L"GPU#0 Card - (24.0 GB), compute capability 0.0, UUID 01000000000000000000000000000000\r\n",
              L"  One: pool.example:4001, Etchash (3), wallet 0x01...cdef\r\n",
-             L"  Eight: pool.example:4008, Unknown (99)",
+             L"  Eight: pool.example:4008, 99 - no plug-in",
              L"Last error: <time>, code -1, GPU#2: 0x01...cdef/*** is not a worker\r\n",
              L"Configuration 1 (GPU#0, GPU#1): One, backup Two\r\n",
              L"Configuration 2 (GPU#2): Seven\r\n",
-             L"Plug-ins:\r\n  3 Etchash\r\n",
+             L"Plug-ins:\r\n  Etchash (3)\r\n",
              L"plug-ins:\r\n  Etchash: GPU 0: lost\r\n  Etchash: GPU 0: back\r\n",
              L"Latest events:\r\n  pool\tOne\tLogin refused: ***\r\n",
          }) {

@@ -1,4 +1,5 @@
 #include "Rig.h"
+#include "gui/AlgorithmText.h"
 #include "gui/GpuGrid.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuPool.h"
@@ -63,6 +64,16 @@ TEST_F(CGroups, FormatTheGridsCells) {
     EXPECT_EQ(GpuCell(Source(), 0, 8).text, L"");
     rig.records[2].statistics.hashSpeed = 7;
     EXPECT_EQ(GpuCell(Source(), 2, 4).text, L"7.000 Sol/s") << "the unit of the pool's own algorithm";
+}
+
+TEST_F(CGroups, NameAlgorithmsAndMarkThoseWithoutAPlugIn) {
+    EXPECT_EQ(AlgorithmText(3, rig.algorithms), L"Etchash (3)");
+    EXPECT_EQ(AlgorithmText(12, rig.algorithms), L"ubqhash-cpu (12) - no plug-in");
+    EXPECT_EQ(AlgorithmText(-7, rig.algorithms), L"-7 - no plug-in");
+    MinerConfiguration configuration = *rig.Current();
+    configuration.configurations[1].primaryPool = configuration.pools[3];
+    Publish(configuration);
+    EXPECT_EQ(Row(2)[3], L"Eight - no plug-in");
 }
 
 TEST_F(CGroups, ShowNoMiningOfAGpuWithoutAPool) {
