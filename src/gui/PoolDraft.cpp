@@ -1,8 +1,10 @@
 #include "gui/PoolDraft.h"
 
 #include <iterator>
+#include <limits>
 
 #include "common/CodePage.h"
+#include "common/PoolAddress.h"
 #include "gui/FieldText.h"
 #include "gui/PortText.h"
 
@@ -13,13 +15,28 @@ constexpr std::size_t Room(const wchar_t (&)[Size]) {
     return Size - 1;
 }
 
+std::wstring SentenceStart(std::wstring text) {
+    if (!text.empty() && text[0] >= L'a' && text[0] <= L'z') text[0] = static_cast<wchar_t>(text[0] - L'a' + L'A');
+    return text;
+}
+
 std::wstring CheckRequired(const std::wstring& text, std::size_t maxChars, const wchar_t* whenEmpty) {
     return text.empty() ? whenEmpty : CheckFieldText(text, maxChars);
 }
 
 std::wstring CheckServer(const std::wstring& server, std::size_t maxChars) {
     if (server.find_first_of(L" \t\u00A0") != std::wstring::npos) return L"No spaces, please";
-    return CheckRequired(server, maxChars, L"Enter a server");
+    std::wstring reason = CheckRequired(server, maxChars, L"Enter a server");
+    return reason.empty() ? SentenceStart(NarrowToWide(ParsePoolAddress(WideToUtf8(server)).reason)) : reason;
+}
+
+void TakeServerApart(PoolDraft& draft) {
+    // What the code page lacks would not come back.
+    if (!CheckFieldText(draft.server, std::numeric_limits<std::size_t>::max()).empty()) return;
+    const PoolAddress address = ParsePoolAddress(WideToUtf8(draft.server));
+    if (!address.reason.empty()) return;
+    draft.server = NarrowToWide(Utf8ToNarrow(address.host, nullptr));
+    if (address.port) draft.port = std::to_wstring(*address.port);
 }
 
 }  // namespace
@@ -29,9 +46,10 @@ PoolDraft MakePoolDraft(const PoolEntry& pool) {
             pool.WorkerOverride, pool.Algo};
 }
 
-PoolDraft TrimmedPoolDraft(PoolDraft draft) {
+PoolDraft TidyPoolDraft(PoolDraft draft) {
     for (std::wstring* text : {&draft.name, &draft.server, &draft.walletUser, &draft.workerOverride})
         *text = Trimmed(*text);
+    TakeServerApart(draft);
     return draft;
 }
 

@@ -8,6 +8,7 @@
 struct PoolDraft {
     std::wstring name, server, port, walletUser, password, workerOverride;
     std::int32_t algorithm = 0;
+    bool operator==(const PoolDraft&) const = default;
 };
 
 enum class PoolField { Name, Server, Port, Algorithm, WalletUser, Password, WorkerOverride };
@@ -20,8 +21,9 @@ struct PoolFieldReason {
 using PoolFieldReasons = std::vector<PoolFieldReason>;
 
 PoolDraft MakePoolDraft(const PoolEntry& pool);
-// Texts but for port and password without white space around them.
-PoolDraft TrimmedPoolDraft(PoolDraft draft);
+// As it is meant: texts but for port and password without white space around them; of a server that is a URL or names a port
+// the host alone, the port where it belongs. A server that cannot be taken apart stays, and CheckPoolDraft says why.
+PoolDraft TidyPoolDraft(PoolDraft draft);
 // What can be told of the draft alone; at most one reason per field.
 PoolFieldReasons CheckPoolDraft(const PoolDraft& draft);
 // Takes over a draft without reasons; the rest of the pool stays.

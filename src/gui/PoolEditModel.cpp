@@ -23,10 +23,11 @@ PoolDraft CPoolEditModel::NewDraft() const {
 }
 
 PoolFieldReasons CPoolEditModel::Check(const PoolDraft& draft, std::optional<std::size_t> index) const {
-    const PoolDraft trimmed = TrimmedPoolDraft(draft);
-    PoolFieldReasons reasons = CheckPoolDraft(trimmed);
-    if (IsNameTaken(trimmed.name, index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
-    std::wstring reason = CheckAlgorithm(trimmed.algorithm, index);
+    if (index && draft == MakePoolDraft(Pool(*index))) return {};
+    const PoolDraft tidy = TidyPoolDraft(draft);
+    PoolFieldReasons reasons = CheckPoolDraft(tidy);
+    if (IsNameTaken(tidy.name, index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
+    std::wstring reason = CheckAlgorithm(tidy.algorithm, index);
     if (!reason.empty()) reasons.push_back({PoolField::Algorithm, std::move(reason)});
     return reasons;
 }
@@ -82,7 +83,7 @@ PoolFieldReasons CPoolEditModel::Add(const PoolDraft& draft) {
     if (!reasons.empty()) return reasons;
     EditedPool pool;
     pool.entry.ID = UnusedId();
-    ApplyPoolDraft(TrimmedPoolDraft(draft), pool.entry);
+    ApplyPoolDraft(TidyPoolDraft(draft), pool.entry);
     m_edited.pools.push_back(std::move(pool));
     m_changed = true;
     return reasons;
@@ -90,8 +91,8 @@ PoolFieldReasons CPoolEditModel::Add(const PoolDraft& draft) {
 
 PoolFieldReasons CPoolEditModel::Edit(std::size_t index, const PoolDraft& draft) {
     PoolFieldReasons reasons = Check(draft, index);
-    if (!reasons.empty()) return reasons;
-    ApplyPoolDraft(TrimmedPoolDraft(draft), m_edited.pools[index].entry);
+    if (!reasons.empty() || draft == MakePoolDraft(Pool(index))) return reasons;
+    ApplyPoolDraft(TidyPoolDraft(draft), m_edited.pools[index].entry);
     m_changed = true;
     return reasons;
 }

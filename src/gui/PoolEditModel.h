@@ -28,7 +28,8 @@ class CPoolEditModel {
 
     // The draft of an empty pool: the default port, the first algorithm.
     PoolDraft NewDraft() const;
-    // Why the draft cannot become the pool at index, or a new one; empty: it can.
+    // Why the draft cannot become the pool at index, or a new one; empty: it can. A pool that is as it was is never refused,
+    // whatever its file held.
     PoolFieldReasons Check(const PoolDraft& draft, std::optional<std::size_t> index) const;
     // Nothing changes when there are reasons.
     PoolFieldReasons Add(const PoolDraft& draft);  // at the end, with an ID of its own

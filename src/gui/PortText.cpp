@@ -1,5 +1,7 @@
 #include "gui/PortText.h"
 
+#include "gui/FieldText.h"
+
 namespace {
 
 constexpr std::uint32_t kLastPort = 65535;
@@ -14,7 +16,8 @@ bool IsNumber(std::wstring_view text) {
 
 }  // namespace
 
-PortResult ParsePort(std::wstring_view text) {
+PortResult ParsePort(std::wstring_view typed) {
+    const std::wstring text = Trimmed(typed);
     if (text.empty()) return {0, L"Enter a port"};
     if (HasSpace(text)) return {0, L"No spaces, please"};
     if (!IsNumber(text)) return {0, L"Not a number"};

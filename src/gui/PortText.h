@@ -8,5 +8,5 @@ struct PortResult {
     std::wstring reason;     // why the text is no port; for the user
 };
 
-// Digits alone are a port. Portable; any thread.
-PortResult ParsePort(std::wstring_view text);
+// Digits alone are a port, with white space around them or not. Portable; any thread.
+PortResult ParsePort(std::wstring_view typed);

@@ -84,6 +84,7 @@ LRESULT CConfigMiningPoolsDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lPa
         MapCommand<&Self::OnPoolSelected>(IDC_POOL_LIST, LBN_SELCHANGE),
         MapCommand<&Self::OnFieldChanged>(kAnyId, EN_CHANGE),
         MapCommand<&Self::OnFieldChanged>(IDC_POOLEDIT_ALGORITHM, CBN_SELCHANGE),
+        MapCommand<&Self::OnServerLeft>(IDC_POOLEDIT_SERVER, EN_KILLFOCUS),
         MapCommand<&Self::AddPool>(IDC_POOL_ADD, BN_CLICKED),
         MapCommand<&Self::RemovePool>(IDC_POOL_REMOVE, BN_CLICKED),
         MapCommand<&Self::MovePoolUp>(IDC_POOL_UP, BN_CLICKED),
@@ -162,6 +163,15 @@ PoolDraft CConfigMiningPoolsDlg::Draft() const {
 
 void CConfigMiningPoolsDlg::OnFieldChanged() {
     if (!m_filling) ShowReasons(m_model.Check(Draft(), m_current));
+}
+
+// What was pasted stands where it belongs before the user goes on. A server that he did not touch stays as the file has it.
+void CConfigMiningPoolsDlg::OnServerLeft() {
+    const PoolDraft draft = Draft();
+    if (m_current && draft.server == m_model.Pool(*m_current).Server) return;
+    const PoolDraft tidy = TidyPoolDraft(draft);
+    SetItemText(IDC_POOLEDIT_SERVER, tidy.server);
+    SetItemText(IDC_POOLEDIT_POOL_PORT, tidy.port);
 }
 
 void CConfigMiningPoolsDlg::ShowReasons(const PoolFieldReasons& reasons) {

@@ -29,6 +29,7 @@ class CConfigMiningPoolsDlg final : public CExDialog {
     void FillAlgorithms(std::int32_t selected);
     PoolDraft Draft() const;
     void OnFieldChanged();
+    void OnServerLeft();
     void ShowReasons(const PoolFieldReasons& reasons);
     // Takes the fields over into the model. False: they have reasons, which are shown; the first such field has the focus.
     bool TakeFields();

@@ -46,6 +46,7 @@ TEST(PoolEditModel, ChecksEveryField) {
         {"letter with a similar one", with([](PoolDraft& d) { d.walletUser = L"\u0101"; }), {PoolField::WalletUser}},
         {"control character", with([](PoolDraft& d) { d.password = L"a\tb"; }), {PoolField::Password}},
         {"no server", with([](PoolDraft& d) { d.server = L""; }), {PoolField::Server}},
+        {"server that needs encryption", with([](PoolDraft& d) { d.server = L"ssl://a.example"; }), {PoolField::Server}},
         {"server with a space", with([](PoolDraft& d) { d.server = L"a b"; }), {PoolField::Server}},
         {"pasted server", with([](PoolDraft& d) { d.server = L" a.example\r\n"; }), {}},
         {"longest server", with([&](PoolDraft& d) { d.server = text(259); }), {}},
@@ -69,6 +70,40 @@ TEST(PoolEditModel, ChecksEveryField) {
         EXPECT_EQ(model.Count(), c.refused.empty() ? 5u : 4u) << c.name;
         EXPECT_EQ(model.IsChanged(), c.refused.empty()) << c.name;
     }
+}
+
+TEST(PoolEditModel, TakesAPastedServerApart) {
+    const struct {
+        const wchar_t* pasted;
+        const wchar_t* server;
+        const wchar_t* port;
+    } cases[] = {
+        {L"stratum+tcp://pool.example:5555/\r\n", L"pool.example", L"5555"},
+        {L"pool.example:5555", L"pool.example", L"5555"},
+        {L"[2001:db8::1]:5555", L"2001:db8::1", L"5555"},
+        {L"tcp://pool.example", L"pool.example", L"4444"},
+        {L"pool.example:0", L"pool.example:0", L"4444"},
+        {L"stratum+tcp://\u0416.example", L"stratum+tcp://\u0416.example", L"4444"},
+    };
+    for (const auto& c : cases) {
+        PoolDraft draft = GoodDraft();
+        draft.server = c.pasted;
+        const PoolDraft tidy = TidyPoolDraft(draft);
+        EXPECT_EQ(tidy.server, c.server) << c.pasted;
+        EXPECT_EQ(tidy.port, c.port) << c.pasted;
+    }
+    // What a file holds is neither changed nor refused before the user touches that pool.
+    CGuiRig rig;
+    MinerConfiguration odd = *rig.Current();
+    PoolEntry pool = *odd.pools[0];
+    CopyToField(std::wstring_view(L"ssl://pool.example"), pool.Server);
+    odd.pools[0] = std::make_shared<PoolEntry>(pool);
+    CPoolEditModel model(std::make_shared<const MinerConfiguration>(odd), rig.algorithms);
+    PoolDraft draft = MakePoolDraft(model.Pool(0));
+    EXPECT_TRUE(model.Edit(0, draft).empty());
+    EXPECT_FALSE(model.IsChanged());
+    draft.password = L"other";
+    EXPECT_EQ(Fields(model.Edit(0, draft)), std::vector{PoolField::Server});
 }
 
 TEST(PoolEditModel, AddsWithAnUnusedId) {
@@ -117,41 +152,6 @@ TEST(PoolEditModel, EditsOnePoolAndKeepsTheRest) {
     EXPECT_EQ(rig.records[2].NGTO, 99u);
 }
 
-TEST(PoolEditModel, RefusesAnAlgorithmThatPartsAPair) {
-    const CGuiRig rig;
-    CPoolEditModel model(rig.Current(), rig.algorithms);
-    for (const std::size_t index : {std::size_t{0}, std::size_t{1}}) {
-        PoolDraft draft = MakePoolDraft(model.Pool(index));
-        draft.algorithm = 5;
-        EXPECT_EQ(Fields(model.Edit(index, draft)), std::vector{PoolField::Algorithm});
-        EXPECT_EQ(model.Pool(index).Algo, 3);
-    }
-    PoolDraft alone = MakePoolDraft(model.Pool(2));
-    alone.algorithm = 3;
-    EXPECT_TRUE(model.Edit(2, alone).empty());
-    EXPECT_FALSE(model.Edit(2, MakePoolDraft(model.Pool(1))).empty()) << "another pool's name";
-}
-
-TEST(PoolEditModel, MovesPools) {
-    const CGuiRig rig;
-    const struct {
-        std::size_t from, to;
-        bool moves;
-        std::vector<std::wstring> names;
-    } cases[] = {
-        {0, 3, true, {L"Two", L"Seven", L"Eight", L"One"}},  {3, 0, true, {L"Eight", L"One", L"Two", L"Seven"}},
-        {2, 1, true, {L"One", L"Seven", L"Two", L"Eight"}},  {1, 1, true, {L"One", L"Two", L"Seven", L"Eight"}},
-        {0, 4, false, {L"One", L"Two", L"Seven", L"Eight"}}, {4, 0, false, {L"One", L"Two", L"Seven", L"Eight"}},
-    };
-    for (const auto& c : cases) {
-        CPoolEditModel model(rig.Current(), rig.algorithms);
-        EXPECT_EQ(model.Move(c.from, c.to), c.moves);
-        EXPECT_EQ(Names(model.Build(rig.Builder())), c.names) << c.from << " to " << c.to;
-    }
-}
-
-TEST(PoolEditModel, TellsWhatARemovalTakesAlong) {
-    const CGuiRig rig;
 AbsentGpu Absent(std::uint8_t number, std::size_t place) {
     AbsentGpu gpu{{}, -number, number, place};
     gpu.uuid.back() = number;
@@ -221,6 +221,41 @@ TEST(EditModels, KeepCardsThatAreNotPresent) {
     EXPECT_EQ(AbsentText(pools.Build(rig.Builder())), "1,4,5,2[1:-1:1@1 ] #0 2,6,7,0[2:-2:2@0 3:-3:3@1 ]");
 }
 
+TEST(PoolEditModel, RefusesAnAlgorithmThatPartsAPair) {
+    const CGuiRig rig;
+    CPoolEditModel model(rig.Current(), rig.algorithms);
+    for (const std::size_t index : {std::size_t{0}, std::size_t{1}}) {
+        PoolDraft draft = MakePoolDraft(model.Pool(index));
+        draft.algorithm = 5;
+        EXPECT_EQ(Fields(model.Edit(index, draft)), std::vector{PoolField::Algorithm});
+        EXPECT_EQ(model.Pool(index).Algo, 3);
+    }
+    PoolDraft alone = MakePoolDraft(model.Pool(2));
+    alone.algorithm = 3;
+    EXPECT_TRUE(model.Edit(2, alone).empty());
+    EXPECT_FALSE(model.Edit(2, MakePoolDraft(model.Pool(1))).empty()) << "another pool's name";
+}
+
+TEST(PoolEditModel, MovesPools) {
+    const CGuiRig rig;
+    const struct {
+        std::size_t from, to;
+        bool moves;
+        std::vector<std::wstring> names;
+    } cases[] = {
+        {0, 3, true, {L"Two", L"Seven", L"Eight", L"One"}},  {3, 0, true, {L"Eight", L"One", L"Two", L"Seven"}},
+        {2, 1, true, {L"One", L"Seven", L"Two", L"Eight"}},  {1, 1, true, {L"One", L"Two", L"Seven", L"Eight"}},
+        {0, 4, false, {L"One", L"Two", L"Seven", L"Eight"}}, {4, 0, false, {L"One", L"Two", L"Seven", L"Eight"}},
+    };
+    for (const auto& c : cases) {
+        CPoolEditModel model(rig.Current(), rig.algorithms);
+        EXPECT_EQ(model.Move(c.from, c.to), c.moves);
+        EXPECT_EQ(Names(model.Build(rig.Builder())), c.names) << c.from << " to " << c.to;
+    }
+}
+
+TEST(PoolEditModel, TellsWhatARemovalTakesAlong) {
+    const CGuiRig rig;
     const struct {
         std::size_t pool;
         std::vector<std::size_t> removed, cleared;
