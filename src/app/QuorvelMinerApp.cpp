@@ -14,6 +14,7 @@
 #include "common/Version.h"
 #include "gui/LocalTimeText.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
+#include "gui/dialogs/RunningInstance.h"
 #include "gui/dialogs/resource.h"
 #include "mining/AlgorithmEnumeration.h"
 #include "net/Ping.h"
@@ -118,7 +119,8 @@ bool CQuorvelMinerApp::InitInstance() {
 
 bool CQuorvelMinerApp::ClaimSingleInstance() {
     m_instanceMutex = CreateMutexW(nullptr, TRUE, kApplicationName);
-    if (GetLastError() != ERROR_ALREADY_EXISTS) return true;
+    // None at all: the one that runs was started as administrator.
+    if (m_instanceMutex != nullptr && GetLastError() != ERROR_ALREADY_EXISTS) return true;
     if (m_instanceMutex != nullptr) CloseHandle(m_instanceMutex);
     m_instanceMutex = nullptr;
     m_exitCode = m_guarded ? kExitSecondInstance : 0;
@@ -129,6 +131,7 @@ bool CQuorvelMinerApp::ClaimSingleInstance() {
     }
     ShowTaskDialog(kApplicationName, std::wstring(L"You can run only a single instance of '") + kApplicationName + L"'!",
                    TaskDialogIcon::Error);
+    ShowRunningInstance();
     return false;
 }
 

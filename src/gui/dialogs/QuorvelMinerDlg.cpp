@@ -6,6 +6,7 @@
 #include "gui/DialogState.h"
 #include "gui/PortText.h"
 #include "gui/dialogs/DialogPlace.h"
+#include "gui/dialogs/RunningInstance.h"
 #include "gui/dialogs/resource.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/ModalWindows.h"
@@ -58,6 +59,7 @@ LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     if (message == WM_DESTROY) EndWork();
     if (message == CNotifyIcon::TaskbarCreated()) m_notifyIcon.ShowAgain();
+    if (message == ShowRequest()) Restore();
     return CExDialog::OnMessage(message, wParam, lParam);
 }
 

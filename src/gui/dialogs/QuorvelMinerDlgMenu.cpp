@@ -130,7 +130,8 @@ void CQuorvelMinerDlg::ShowNotifyMenu() {
 
 void CQuorvelMinerDlg::Restore() {
     ShowWindow(Handle(), IsIconic(Handle()) || !IsWindowVisible(Handle()) ? SW_RESTORE : SW_SHOW);
-    SetForegroundWindow(Handle());
+    // What waits for an answer comes to the front with it.
+    SetForegroundWindow(GetLastActivePopup(Handle()));
 }
 
 void CQuorvelMinerDlg::EditPools() {

@@ -1,13 +1,12 @@
 // How the main dialog comes up.
 #include <memory>
 
-#include "common/CodePage.h"
 #include "common/Messages.h"
-#include "common/Version.h"
 #include "gui/DialogState.h"
 #include "gui/LocalInterfaces.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
+#include "gui/dialogs/RunningInstance.h"
 #include "gui/dialogs/SystemText.h"
 #include "gui/dialogs/resource.h"
 
@@ -77,7 +76,8 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     SetUpSystemMenu();
     SendMessageW(Handle(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_looks.icon));
     SendMessageW(Handle(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(m_looks.icon));
-    SetText(std::wstring(kApplicationName) + L" (Version: " + NarrowToWide(kVersionText) + L")");
+    SetText(MainDialogTitle());
+    AcceptShowRequest(Handle());
     FillChoices();
     SendMessageW(Item(IDC_PORT), EM_LIMITTEXT, kPortCharacters, 0);
     m_edits.at(IDC_PORT)->SetNumber(kShownPort);

@@ -1,0 +1,16 @@
+#pragma once
+#include <windows.h>
+#include <string>
+
+// Between the program that runs and one that is started beside it. GUI thread.
+
+// Of the main dialog.
+std::wstring MainDialogTitle();
+
+// Has the main dialog of the program that runs come to the front. For a process that is in front itself.
+void ShowRunningInstance();
+
+// The message by which it is asked to.
+UINT ShowRequest();
+// The dialog hears it also from processes with fewer rights than its own.
+void AcceptShowRequest(HWND dialog);
