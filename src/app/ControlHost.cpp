@@ -3,9 +3,9 @@
 #include "common/Clock.h"
 #include "common/Messages.h"
 
-void CControlHost::Post(unsigned message, WPARAM wParam) const {
+void CControlHost::Post(unsigned message, WPARAM wParam, LPARAM lParam) const {
     const HWND window = m_parts.mainWindow;
-    if (window != nullptr) PostMessageW(window, message, wParam, 0);
+    if (window != nullptr) PostMessageW(window, message, wParam, lParam);
 }
 
 void CControlHost::ControlStateChanged(ControlChannelState state) {
@@ -35,6 +35,5 @@ void CControlHost::PublishConfiguration(MinerConfiguration configuration) {
 }
 
 void CControlHost::RequestMining(bool start) {
-    m_parts.asker = MiningAsker::Controller;
-    Post(kMessageMining, start ? 1 : 0);
+    Post(kMessageMining, start ? 1 : 0, static_cast<LPARAM>(MiningAsker::Controller));
 }

@@ -21,7 +21,6 @@ class CControlHost final : public IControlHost {
         std::function<void(const std::wstring&)> log;
         const CTroubleBoard& troubles;
         IEventSink& events;
-        std::atomic<MiningAsker>& asker;
         std::function<void()> configurationReplaced;
     };
     explicit CControlHost(const Parts& parts) : m_parts(parts) {}
@@ -38,7 +37,7 @@ class CControlHost final : public IControlHost {
     void LogLine(const std::wstring& text) override { m_parts.log(text); }
 
   private:
-    void Post(unsigned message, WPARAM wParam) const;
+    void Post(unsigned message, WPARAM wParam, LPARAM lParam = 0) const;
 
     const Parts m_parts;
     CLineBudget m_replacedLines{1, kTicksPerMinute};  // of the event log; the channel's thread

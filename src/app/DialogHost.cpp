@@ -131,7 +131,7 @@ std::wstring CDialogHost::Diagnostics() const {
 int CDialogHost::StartMining() {
     m_parts.miningStarts();
     const int result = m_parts.mining.Start(*m_parts.configuration.Current());
-    const MiningAsker asker = m_parts.asker.exchange(MiningAsker::Unknown);
+    const MiningAsker asker = std::exchange(m_asker, MiningAsker::Unknown);
     if (result != 0) return result;
     m_miningStart = CurrentTime(TimeMode::Utc);
     m_parts.events.Event(EventKind::Mining, L"", std::wstring(L"started") + AskerText(asker));
@@ -141,7 +141,7 @@ int CDialogHost::StartMining() {
 }
 
 void CDialogHost::StopMining() {
-    const MiningAsker asker = m_parts.asker.exchange(MiningAsker::Unknown);
+    const MiningAsker asker = std::exchange(m_asker, MiningAsker::Unknown);
     if (!IsRunning()) return;
     m_parts.events.Event(EventKind::Mining, L"", std::wstring(L"stopped") + AskerText(asker));
     m_parts.mining.Stop();

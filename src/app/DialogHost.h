@@ -30,7 +30,6 @@ class CDialogHost final : public IMainDialogHost {
         const std::wstring& eventLogFile;
         std::wstring leftOutPlugIns = {};
         bool resume = false;
-        std::atomic<MiningAsker>& asker;
         std::function<void()> nothingToMine;
         std::function<void()> miningStarts;  // before it does
         std::function<void()> miningStopped;
@@ -49,6 +48,7 @@ class CDialogHost final : public IMainDialogHost {
     void SaveConfiguration() override { m_parts.files.SaveConfiguration(); }
     LateFiles RetryFiles() override;
     std::wstring LoadMessage() const override { return m_parts.files.LoadMessage(); }
+    std::wstring StandingMessage() const override { return m_parts.trouble.Text(); }
     std::wstring ReplaceConfiguration(MinerConfiguration configuration) override;
     CConfigurationStore& Configuration() override { return m_parts.configuration; }
     const CAlgorithmList& Algorithms() const override { return m_parts.algorithms; }
@@ -56,7 +56,7 @@ class CDialogHost final : public IMainDialogHost {
     const std::wstring& HostName() const override { return m_parts.hostName; }
     std::wstring Diagnostics() const override;
 
-    void MiningAsked(MiningAsker asker) override { m_parts.asker = asker; }
+    void MiningAsked(MiningAsker asker) override { m_asker = asker; }
     void NothingToMine() override { m_parts.nothingToMine(); }
     void ShowEventLog() override;
     std::wstring LeftOutPlugIns() const override { return m_parts.leftOutPlugIns; }
@@ -74,6 +74,7 @@ class CDialogHost final : public IMainDialogHost {
 
   private:
     const Parts m_parts;
+    MiningAsker m_asker = MiningAsker::Unknown;
     ddt_datetime m_miningStart;
     bool m_controlWanted = false;  // from OpenControl to CloseControl, whatever came of it
 };

@@ -260,7 +260,6 @@ void CQuorvelMinerApp::RunProgram() {
                                                                            },
                                                                        .troubles = m_troubles,
                                                                        .events = m_events,
-                                                                       .asker = m_asker,
                                                                        .configurationReplaced = [this] { CheckPlugIns(); }});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
     RunDialog();
@@ -287,7 +286,6 @@ void CQuorvelMinerApp::RunDialog() {
                       .eventLogFile = m_eventLogFile,
                       .leftOutPlugIns = LeftOutText(m_algorithms),
                       .resume = m_resume,
-                      .asker = m_asker,
                       .nothingToMine = [this] { NothingToMine(); },
                       .miningStarts = [this] { MiningStarts(); },
                       .miningStopped = [this] { CheckPlugIns(); },
@@ -387,11 +385,10 @@ void CQuorvelMinerApp::RequestStopMining(const std::string& reason) {
         ErrorOf({TroubleCode::MiningStopped, -1, NarrowToWide("Mining was stopped by the pool: " + reason), true},
                 SystemClock().UtcNow());
     m_troubles.SetStopped(error);
-    m_asker = MiningAsker::Pool;
     m_events.Event(EventKind::Mining, L"", NarrowToWide(error.text));
     PoolErrorHappened(error);
     const HWND window = m_mainWindow;
-    if (window != nullptr) PostMessageW(window, kMessageMining, 0, 0);
+    if (window != nullptr) PostMessageW(window, kMessageMining, 0, static_cast<LPARAM>(MiningAsker::Pool));
 }
 
 std::wstring CQuorvelMinerApp::DefaultWorkerName() {

@@ -88,7 +88,6 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     CStandingTrouble m_standingTrouble;
     std::map<std::int32_t, PoolError> m_sensorTroubles;  // by CUDA id; used under the telemetry reader's lock
     CPlugInMessages m_plugInMessages;
-    std::atomic<MiningAsker> m_asker = MiningAsker::Unknown;
     CLineBudget m_poolErrorLines;
     CLineBudget m_nothingToMineLines{1, kTicksPerMinute};
     CRecentLines m_plugInLines{30};

@@ -13,8 +13,8 @@ class CUserFiles {
     CUserFiles(RuntimeSettings& settings, CRuntimeSettingsFile& settingsFile, CConfigurationStore& configuration,
                CStandingTrouble& trouble);
 
-    // At start-up. settingsLoad: how it went with the settings, which were read before anything else; note: what else is to be
-    // said of the files, once.
+    // At start-up. settingsLoad: how it went with the settings, which were read before anything else; note: what else is to
+    // be said of the files, once.
     void Load(const FileLoad& settingsLoad, const std::wstring& note);
 
     void SaveSettings();

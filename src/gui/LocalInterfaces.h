@@ -7,6 +7,7 @@
 struct LocalInterface {
     std::wstring text;          // for the list
     std::uint32_t address = 0;  // in network byte order, as a number of this machine: 127.0.0.1 is 16777343
+    bool operator==(const LocalInterface&) const = default;
 };
 
 // "127.0.0.1": the byte that is first in memory stands first. Portable.

@@ -28,10 +28,17 @@ std::wstring JobText(const MiningJob& job, TimeTextFunction timeText) {
     return text.append(L": ").append(NarrowToWide(job.id));
 }
 
+// What holds now before what lasts, and that before what has been.
+std::wstring Message(const PoolGroupInput& input) {
+    if (input.session && !input.session->message.empty()) return input.session->message;
+    if (!input.standingMessage.empty()) return input.standingMessage;
+    const bool hasPool = input.pool != nullptr && !input.pool->IsUnassigned();
+    return hasPool ? NarrowToWide(input.pool->lastError.Get().text) : std::wstring();
+}
+
 void FillSession(const MiningSessionView& session, const PoolGroupInput& input, PoolGroup& group) {
     if (session.role) group.role = RoleLook(*session.role);
     group.state = session.state;
-    if (!session.message.empty()) group.message = session.message;
     group.job = JobText(session.job, input.timeText);
     group.difficulty = DifficultyText(session.difficulty, input.unit);
 }
@@ -41,12 +48,10 @@ void FillSession(const MiningSessionView& session, const PoolGroupInput& input, 
 PoolGroup MakePoolGroup(const PoolGroupInput& input) {
     PoolGroup group;
     group.connection = input.mining ? LabelLook{L"Connected", kGreen} : LabelLook{L"Not connected", kRed};
+    group.message = Message(input);
     if (input.pool == nullptr) return group;
     group.name = input.pool->Name;
-    if (!input.pool->IsUnassigned()) {
-        group.server = PoolAddressText(*input.pool);
-        group.message = NarrowToWide(input.pool->lastError.Get().text);
-    }
+    if (!input.pool->IsUnassigned()) group.server = PoolAddressText(*input.pool);
     if (input.sums) {
         group.hashRate = HashRateText(input.sums->hashSpeed, input.unit);
         group.shares = ShareCountsText(*input.sums);
@@ -57,8 +62,9 @@ PoolGroup MakePoolGroup(const PoolGroupInput& input) {
 }
 
 PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
-                        TimeTextFunction timeText) {
+                        TimeTextFunction timeText, std::wstring standingMessage) {
     PoolGroupInput input;
+    input.standingMessage = std::move(standingMessage);
     input.mining = mining.IsRunning();
     input.now = source.now;
     input.timeText = timeText;

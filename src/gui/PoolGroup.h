@@ -21,7 +21,8 @@ struct PoolGroupInput {
     std::optional<GpuCounters> sums;  // of the configuration; absent: the GPU is in none
     bool mining = false;
     std::optional<MiningSessionView> session;
-    ddt_datetime now;  // UTC
+    std::wstring standingMessage;  // while the session has none
+    ddt_datetime now;              // UTC
     TimeTextFunction timeText = nullptr;
 };
 
@@ -29,4 +30,4 @@ PoolGroup MakePoolGroup(const PoolGroupInput& input);
 
 // From where the grid takes its cells; gpu: the selected one or null.
 PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
-                        TimeTextFunction timeText);
+                        TimeTextFunction timeText, std::wstring standingMessage = {});

@@ -19,6 +19,11 @@ BOOL CALLBACK TakeWorkArea(HMONITOR monitor, HDC, LPRECT, LPARAM areas) {
     return TRUE;
 }
 
+// Its message disables a dialog, but not for messages that are posted again and again.
+bool HasMessageOpen(HWND dialog) {
+    return IsWindowEnabled(dialog) == FALSE;
+}
+
 }  // namespace
 
 void RestoreDialogPlace(HWND dialog, const SettingsRect& place) {
@@ -38,6 +43,7 @@ void KeepDialogPlace(HWND dialog, SettingsRect& place) {
 }
 
 bool AskWhether(HWND dialog, const std::wstring& question) {
+    if (HasMessageOpen(dialog)) return false;
     CTaskDialog message(question, L"", kApplicationName, TaskDialogButtons::OkCancel);
     message.SetMainIcon(TaskDialogIcon::Warning);
     return message.DoModal(dialog) == IDOK;
@@ -46,9 +52,12 @@ bool AskWhether(HWND dialog, const std::wstring& question) {
 bool PublishConfiguration(HWND dialog, IMainDialogHost& host, bool isBasedOnCurrent, MinerConfiguration configuration) {
     constexpr wchar_t kReplaced[] =
         L"The configuration was replaced meanwhile, by a remote controller. Save yours all the same, and lose the other?";
+    if (HasMessageOpen(dialog)) return false;
     if (!isBasedOnCurrent && !AskWhether(dialog, kReplaced)) return false;
     if (const std::wstring reason = host.ReplaceConfiguration(std::move(configuration)); !reason.empty()) {
-        ShowTaskDialog(kApplicationName, reason, TaskDialogIcon::Error);
+        CTaskDialog message(reason, L"", kApplicationName);
+        message.SetMainIcon(TaskDialogIcon::Error);
+        message.DoModal(dialog);
         return false;
     }
     const HWND owner = GetWindow(dialog, GW_OWNER);

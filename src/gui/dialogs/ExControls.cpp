@@ -1,11 +1,21 @@
 #include "gui/dialogs/ExControls.h"
 
+#include "gui/Colors.h"
 #include "toolkit/BufferedPaint.h"
 #include "toolkit/Dpi.h"
 
 namespace {
 
 constexpr int kNotFound = 24;
+
+// In the control's font.
+int TextWidth(HDC device, HWND control, const std::wstring& text) {
+    RECT measured = {};
+    const HGDIOBJ previous = SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    DrawTextW(device, text.c_str(), -1, &measured, DT_SINGLELINE | DT_CALCRECT | DT_NOPREFIX);
+    SelectObject(device, previous);
+    return measured.right;
+}
 
 }  // namespace
 
@@ -40,14 +50,39 @@ void CExSeparator::OnDraw(HDC device, const RECT& area) {
     FillRect(device, &area, Paint().GetBrush(Paint().GetColor(COLOR_BTNFACE)));
     const std::wstring text = Text();
     DrawControlText(device, Handle(), text.c_str(), area, Paint().GetColor(ThemeColor::SeparatorText), DT_NOPREFIX);
-    RECT measured = area;
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0));
-    const HGDIOBJ previous = SelectObject(device, font);
-    DrawTextW(device, text.c_str(), -1, &measured, DT_SINGLELINE | DT_CALCRECT | DT_NOPREFIX);
-    SelectObject(device, previous);
     const int middle = (area.top + area.bottom) / 2;
-    const RECT line = {measured.right + ScaleForDpi(8), middle, area.right, middle + ScaleForDpi(1)};
+    const RECT line = {area.left + TextWidth(device, Handle(), text) + ScaleForDpi(8), middle, area.right,
+                       middle + ScaleForDpi(1)};
     FillRect(device, &line, Paint().GetBrush(ThemeColor::SeparatorLine));
+}
+
+void CExNote::Show(const std::wstring& text, bool isProblem) {
+    if (m_isProblem != isProblem) Redraw();
+    m_isProblem = isProblem;
+    SetText(text);
+}
+
+LRESULT CExNote::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_MOUSEHOVER) ShowTip();
+    if (message == WM_MOUSELEAVE || message == WM_SETTEXT || message == WM_DESTROY) m_tip.Hide();
+    return CXTPControl::OnMessage(message, wParam, lParam);
+}
+
+void CExNote::OnDraw(HDC device, const RECT& area) {
+    const COLORREF ground = Paint().GetColor(COLOR_BTNFACE);
+    FillRect(device, &area, Paint().GetBrush(ground));
+    DrawControlText(device, Handle(), Text().c_str(), area, NoteColor(m_isProblem, ground), DT_END_ELLIPSIS | DT_NOPREFIX);
+}
+
+void CExNote::ShowTip() {
+    const std::wstring text = Text();
+    RECT place = {};
+    GetWindowRect(Handle(), &place);
+    const HDC device = GetDC(Handle());
+    const int width = TextWidth(device, Handle(), text);
+    ReleaseDC(Handle(), device);
+    if (width <= place.right - place.left) return;
+    m_tip.Show(Handle(), text, reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0)), place);
 }
 
 int CExComboBox::AddItem(const std::wstring& text, std::uint64_t data, int position) {

@@ -5,6 +5,7 @@
 #include "toolkit/Button.h"
 #include "toolkit/ComboBox.h"
 #include "toolkit/Edit.h"
+#include "toolkit/Tip.h"
 
 // A label with a background and text colours of its own; until they are set, the theme's.
 class CExStatic : public CWnd {
@@ -33,6 +34,25 @@ class CExSeparator : public CXTPControl {
 
   protected:
     void OnDraw(HDC device, const RECT& area) override;
+};
+
+// One line about something that runs, on the dialog's ground: red for a problem, amber for a warning. What does not fit is
+// cut and shown by the mouse over it, for which the template needs SS_NOTIFY.
+class CExNote : public CXTPControl {
+  public:
+    explicit CExNote(CXTPPaintManager& paint) : CXTPControl(paint), m_tip(paint) {}
+
+    void Show(const std::wstring& text, bool isProblem);
+
+  protected:
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC device, const RECT& area) override;
+
+  private:
+    void ShowTip();
+
+    bool m_isProblem = false;
+    CXTPTip m_tip;
 };
 
 class CExButton : public CXTPButton {

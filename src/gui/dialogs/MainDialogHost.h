@@ -29,6 +29,8 @@ class IMainDialogHost : public IMiningView {
     virtual LateFiles RetryFiles() = 0;
     // What was left out of the files as they were read, and where the copies are; empty: nothing.
     virtual std::wstring LoadMessage() const = 0;
+    // Trouble of files that lasts, for "Error/Msg"; empty: none.
+    virtual std::wstring StandingMessage() const = 0;
     // Saves the configuration and then puts it in force. Why it could not be saved, with the path; nothing has changed then.
     // Empty: done.
     virtual std::wstring ReplaceConfiguration(MinerConfiguration configuration) = 0;
@@ -39,7 +41,7 @@ class IMainDialogHost : public IMiningView {
     // For "Copy diagnostics".
     virtual std::wstring Diagnostics() const = 0;
 
-    // Who wants what the next message about mining asks for: for the event log.
+    // Who wants mining to be started or stopped next: for the event log.
     virtual void MiningAsked(MiningAsker asker) = 0;
     // There is no configuration: for those who asked from afar.
     virtual void NothingToMine() = 0;
@@ -61,6 +63,7 @@ class IMainDialogHost : public IMiningView {
     // goes on trying.
     virtual std::wstring OpenControl() = 0;
     virtual void CloseControl() = 0;
+    // It listens, or goes on trying to.
     virtual bool IsControlOpen() const = 0;
     // Why the channel, which should listen, does not, else why it is not safe: one short line for the user.
     virtual DialogNote ControlNote() const = 0;

@@ -1,5 +1,8 @@
 #include "gui/dialogs/QuorvelMinerDlg.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "common/Messages.h"
 #include "common/SystemTime.h"
 #include "common/Version.h"
@@ -17,8 +20,7 @@ namespace {
 
 constexpr wchar_t kNothingToMine[] =
     L"There are no GPUs/Pool that are configured to mine! Please verify your GPU/Pool configuration first!";
-
-const std::wstring kControlCaption = L"MinerControl connection settings";
+constexpr wchar_t kOnlyAbsentCards[] = L"\n\nThere are configurations, but none of their cards is present.";
 
 }  // namespace
 
@@ -29,6 +31,7 @@ CQuorvelMinerDlg::CQuorvelMinerDlg(IMainDialogHost& host, const Looks& looks)
       m_interfaces(looks.themes.Paint()),
       m_controlChoice(looks.themes.Paint()),
       m_miningChoice(looks.themes.Paint()),
+      m_controlNote(looks.themes.Paint()),
       m_listenButton(looks.themes.Paint()),
       m_miningButton(looks.themes.Paint()),
       m_grid(looks.themes.Paint(), [this] { return GridSource(); }),
@@ -50,8 +53,10 @@ LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         MapMessage<kMessageRefresh, &Self::OnConfigurationReplaced>(),
         MapMessage<kMessageMining, &Self::OnMining>(),
         MapMessage<kNotifyIconMessage, &Self::OnNotifyIcon>(),
+        MapMessage<kLoadMessage, &Self::OnLoadMessage>(),
         MapCommand<&Self::OnListenButton>(IDC_START_LISTEN, BN_CLICKED),
         MapCommand<&Self::OnMiningButton>(IDC_START_MINING, BN_CLICKED),
+        MapCommand<&Self::OnInterfacesOpened>(IDC_INTERFACE, CBN_DROPDOWN),
         MapCommand<&Self::OnControlChoice>(IDC_CONTROL_CHOICE, CBN_SELCHANGE),
         MapCommand<&Self::OnMiningChoice>(IDC_MINING_CHOICE, CBN_SELCHANGE),
         MapNotify<&Self::OnSelectionChanged>(IDC_GRID, kReportFocusedRowChanged),
@@ -80,8 +85,19 @@ LRESULT CQuorvelMinerDlg::OnQueryDragIcon() const {
 }
 
 void CQuorvelMinerDlg::OnMiningButton() {
-    m_host.MiningAsked(MiningAsker::User);
-    PostMessageW(Handle(), kMessageMining, m_host.IsRunning() ? 0 : 1, 0);
+    RequestMining(!m_host.IsRunning(), MiningAsker::User);
+}
+
+void CQuorvelMinerDlg::Tell(const std::wstring& text, TaskDialogIcon icon) {
+    const auto isSame = [&text](const auto& message) { return message.first == text; };
+    if (std::any_of(m_messages.begin(), m_messages.end(), isSame)) return;
+    m_messages.emplace_back(text, icon);
+    if (m_messages.size() > 1) return;
+    while (!m_messages.empty() && !m_closing) {
+        const auto [shown, shownIcon] = m_messages.front();
+        ShowTaskDialog(kApplicationName, shown, shownIcon);
+        m_messages.erase(m_messages.begin());
+    }
 }
 
 void CQuorvelMinerDlg::OnControlChoice() {
@@ -102,25 +118,52 @@ void CQuorvelMinerDlg::OnClose() {
     EndDialog(IDCANCEL);
 }
 
-// The process may be gone as soon as this returns.
+// The system gives little time, and the process may be gone as soon as this returns: what counts comes first.
 bool CQuorvelMinerDlg::OnEndSession(bool ending) {
     if (!ending) return false;
-    EndWork();
     m_host.SaveSettings();
     m_host.SaveConfiguration();
+    EndWork();
+    m_host.SaveSettings();
     OnClose();
     return true;
 }
 
 void CQuorvelMinerDlg::OnTimer() {
+    TakeLateFiles(m_host.RetryFiles());
     if (m_host.IsRunning()) {
         SetItemText(IDC_UPTIME, SpanText(CurrentTime(TimeMode::Utc).ticks - m_host.MiningStart().ticks));
         m_host.SendUpdateReport();
     }
     if (m_tick % kTelemetryTicks == 0) m_host.ReadTelemetry();
     if (m_tick % kSaveTicks == 0) m_host.SaveConfiguration();
+    if (m_tick % kInterfaceTicks == 0) RefreshInterfaces();
     RefreshAll();
+    RefreshControlNote();
     ++m_tick;
+}
+
+void CQuorvelMinerDlg::TakeLateFiles(const LateFiles& late) {
+    if (late.configuration) {
+        OnConfigurationReplaced();
+        RefreshWorker();
+        if (m_startIsDue) RequestMining(true, MiningAsker::ProgramStart);
+    }
+    if (late.settings) TakeSettings();
+    if (late.configuration || late.settings) OfferLoadMessage();
+}
+
+// Posted, so that the channel listens meanwhile. Not where a rig goes to work by itself: nobody may be there to answer.
+void CQuorvelMinerDlg::OfferLoadMessage() {
+    if (m_host.Resumes() || m_host.IsRunning() || ShouldStartMining(m_host.Settings())) return;
+    PostMessageW(Handle(), kLoadMessage, 0, 0);
+}
+
+void CQuorvelMinerDlg::OnLoadMessage() {
+    const std::wstring message = m_host.LoadMessage();
+    if (message.empty() || message == m_shownLoadMessage) return;
+    m_shownLoadMessage = message;
+    Tell(message, TaskDialogIcon::Warning);
 }
 
 void CQuorvelMinerDlg::EndWork() {
@@ -133,22 +176,32 @@ void CQuorvelMinerDlg::EndWork() {
     KeepDialogPlace(Handle(), m_host.Settings().WindowPos);
 }
 
-void CQuorvelMinerDlg::OnMining(WPARAM wanted) {
+void CQuorvelMinerDlg::RequestMining(bool start, MiningAsker asker) {
+    PostMessageW(Handle(), kMessageMining, start ? 1 : 0, static_cast<LPARAM>(asker));
+}
+
+void CQuorvelMinerDlg::OnMining(WPARAM wanted, LPARAM asker) {
     const bool start = wanted == 1;
     if (m_closing || start == m_host.IsRunning()) return;
+    m_host.MiningAsked(static_cast<MiningAsker>(asker));
+    m_startIsDue = false;
     if (start) {
-        if (!StartMining()) return;
+        if (!StartMining(static_cast<MiningAsker>(asker))) return;
     } else {
         StopMining();
     }
     m_host.SendUpdateReport();
 }
 
-// False: nothing is configured, and the user was told.
-bool CQuorvelMinerDlg::StartMining() {
-    if (m_host.Configuration().Current()->configurations.empty()) {
+// False: nothing is configured, and whoever asked was told.
+bool CQuorvelMinerDlg::StartMining(MiningAsker asker) {
+    const ConfigurationPointer configuration = m_host.Configuration().Current();
+    if (configuration->configurations.empty()) {
+        m_startIsDue = asker == MiningAsker::ProgramStart;
         m_host.NothingToMine();
-        ShowTaskDialog(kApplicationName, kNothingToMine, TaskDialogIcon::Information);
+        const std::wstring text = kNothingToMine;
+        if (asker != MiningAsker::Controller)
+            Tell(configuration->absentConfigurations.empty() ? text : text + kOnlyAbsentCards, TaskDialogIcon::Information);
         return false;
     }
     if (m_host.StartMining() != 0) return true;
@@ -193,24 +246,28 @@ void CQuorvelMinerDlg::OnListenButton() {
     }
     const PortResult port = ParsePort(ItemText(IDC_PORT));
     if (!port.reason.empty()) {
-        ShowTaskDialog(kApplicationName, port.reason, TaskDialogIcon::Error);
+        Tell(port.reason, TaskDialogIcon::Error);
         SetFocus(Item(IDC_PORT));
         return;
     }
-    settings.HostIP = static_cast<std::uint32_t>(m_interfaces.ItemData());
+    // An empty list, where the system does not tell, leaves the address.
+    if (m_interfaces.Selected() >= 0) settings.HostIP = static_cast<std::uint32_t>(m_interfaces.ItemData());
     settings.HostPort = port.port;
-    settings.LastControlState = 1;
     m_host.SaveSettings();
-    StartListening();
+    const std::wstring refusal = StartListening();
+    if (!refusal.empty()) Tell(refusal, TaskDialogIcon::Error);
 }
 
-void CQuorvelMinerDlg::StartListening() {
-    m_host.OpenControl();
+// Why the channel does not open; empty: it listens, or goes on trying to.
+std::wstring CQuorvelMinerDlg::StartListening() {
+    m_listenRefusal = m_host.OpenControl();
+    RefreshControlNote();
+    if (!m_listenRefusal.empty()) return m_listenRefusal;
+    if (std::exchange(m_host.Settings().LastControlState, 1) != 1) m_host.SaveSettings();
     PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Listening), 0);
     SetItemText(IDC_START_LISTEN, ListenButtonText(true));
     EnableListenFields(false);
-    const DialogNote note = m_host.ControlNote();
-    SetItemText(IDC_CONTROL_SEPARATOR, note.text.empty() ? kControlCaption : kControlCaption + L" - " + note.text);
+    return {};
 }
 
 void CQuorvelMinerDlg::StopListening() {
@@ -218,7 +275,7 @@ void CQuorvelMinerDlg::StopListening() {
     PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Offline), 0);
     SetItemText(IDC_START_LISTEN, ListenButtonText(false));
     EnableListenFields(true);
-    SetItemText(IDC_CONTROL_SEPARATOR, kControlCaption);
+    RefreshControlNote();
 }
 
 void CQuorvelMinerDlg::EnableListenFields(bool enable) {
@@ -226,6 +283,17 @@ void CQuorvelMinerDlg::EnableListenFields(bool enable) {
         EnableItem(id, enable);
     // A list of one is no choice.
     EnableItem(IDC_INTERFACE, enable && m_interfaces.Count() >= 2);
+}
+
+void CQuorvelMinerDlg::OnInterfacesOpened() {
+    FillInterfaces();
+}
+
+// A list of one cannot be opened, and one that is open must not change under the mouse.
+void CQuorvelMinerDlg::RefreshInterfaces() {
+    if (m_host.IsControlOpen() || SendMessageW(m_interfaces.Handle(), CB_GETDROPPEDSTATE, 0, 0) != 0) return;
+    FillInterfaces();
+    EnableListenFields(true);
 }
 
 void CQuorvelMinerDlg::OnSelectionChanged() {

@@ -5,12 +5,14 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include "gui/LocalInterfaces.h"
 #include "gui/PoolGroup.h"
 #include "gui/dialogs/ExControls.h"
 #include "gui/dialogs/ExDialog.h"
 #include "gui/dialogs/MainDialogHost.h"
 #include "gui/dialogs/NotifyIcon.h"
 #include "gui/dialogs/ReportGPUs.h"
+#include "toolkit/TaskDialog.h"
 
 // The main dialog. GUI thread; other threads reach it only by the posted messages of common/Messages.h. Its one-second timer
 // drives all periodic work of the GUI side.
@@ -37,7 +39,9 @@ class CQuorvelMinerDlg final : public CExDialog {
     static constexpr UINT kTimerPeriodMs = 1000;
     static constexpr std::uint32_t kTelemetryTicks = 5;
     static constexpr std::uint32_t kSaveTicks = 30;
+    static constexpr std::uint32_t kInterfaceTicks = 5;
     static constexpr UINT kNotifyIconMessage = WM_USER + 0x1100;
+    static constexpr UINT kLoadMessage = WM_USER + 0x1101;  // posted: what the files lack is to be shown
 
     // QuorvelMinerDlgSetUp.cpp: what OnInitDialog does, in order.
     void TakeControls();
@@ -47,6 +51,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     void FillInterfaces();
     void CreateGrid();
     void SetUpResize();
+    void TakeSettings();
     void StartAsChosen();
 
     // QuorvelMinerDlg.cpp: messages and states.
@@ -56,25 +61,35 @@ class CQuorvelMinerDlg final : public CExDialog {
     void OnClose();
     bool OnEndSession(bool ending);
     void OnTimer();
+    void TakeLateFiles(const LateFiles& late);
+    void OfferLoadMessage();
+    void OnLoadMessage();
     void EndWork();
+    // Once it is answered the next is shown; one that is open or waits already is not shown twice.
+    void Tell(const std::wstring& text, TaskDialogIcon icon);
     void OnMiningButton();
     void OnControlChoice();
     void OnMiningChoice();
-    void OnMining(WPARAM wanted);
-    bool StartMining();
+    void RequestMining(bool start, MiningAsker asker);
+    void OnMining(WPARAM wanted, LPARAM asker);
+    bool StartMining(MiningAsker asker);
     void StopMining();
     void OnControlState(WPARAM state);
     void OnListenButton();
-    void StartListening();
+    std::wstring StartListening();
     void StopListening();
     void EnableListenFields(bool enable);
+    void OnInterfacesOpened();
+    void RefreshInterfaces();
     void OnSelectionChanged();
     bool PaintIcon();
 
     // QuorvelMinerDlgMenu.cpp: system menu and notification area.
     bool OnSysCommand(UINT command);
+    bool RunCommand(UINT command);
     void ChooseTheme(int theme);
     void CheckTheme();
+    void CheckHideMinimized();
     void CopyDiagnostics();
     void ToggleHideMinimized();
     void UpdateNotifyIcon();
@@ -88,6 +103,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     void ShowState(int id, const LabelLook& look);
     void RefreshAll();
     void RefreshHealth();
+    void RefreshControlNote();
     void RefreshPoolGroup();
     void RefreshGpuStatic();
     void RefreshGpuLive();
@@ -103,6 +119,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     std::map<int, std::unique_ptr<CExSeparator>> m_separators;
     std::map<int, std::unique_ptr<CExEdit>> m_edits;
     CExComboBox m_interfaces, m_controlChoice, m_miningChoice;
+    CExNote m_controlNote;
     CExButton m_listenButton, m_miningButton;
     CReportGPUs m_grid;
     CNotifyIcon m_notifyIcon;
@@ -110,11 +127,17 @@ class CQuorvelMinerDlg final : public CExDialog {
     ConfigurationPointer m_shown;  // what the cells are formatted from; taken anew with every refresh
     PoolPointer m_unassigned;
     ddt_datetime m_now;
+    std::vector<LocalInterface> m_listedInterfaces;
+    std::wstring m_listenRefusal;  // why the last attempt to listen was refused
     std::vector<std::int32_t> m_troubledGpus;
     MiningHealth m_health = MiningHealth::Good;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;
     std::uint32_t m_tick = 0;
+    std::vector<std::pair<std::wstring, TaskDialogIcon>> m_messages;  // the first is open, the others wait
+    std::wstring m_shownLoadMessage;
+    bool m_startIsDue = false;  // with the program, but nothing was configured
+    bool m_commandRuns = false;
     bool m_closing = false;
 };
 

@@ -7,7 +7,6 @@
 #include "gui/dialogs/ConfigWorkerDlg.h"
 #include "gui/dialogs/QuorvelMinerDlg.h"
 #include "toolkit/Clipboard.h"
-#include "toolkit/TaskDialog.h"
 
 namespace {
 
@@ -45,6 +44,15 @@ bool CQuorvelMinerDlg::OnSysCommand(UINT command) {
         ChooseTheme(entry.theme);
         return true;
     }
+    // A command that is posted again while its window is open opens no second one.
+    if (m_commandRuns) return command >= kMenuAbout && command <= kMenuEventLog;
+    m_commandRuns = true;
+    const bool isKnown = RunCommand(command);
+    m_commandRuns = false;
+    return isKnown;
+}
+
+bool CQuorvelMinerDlg::RunCommand(UINT command) {
     switch (command) {
         case kMenuAbout:
             CAboutDlg(Themes(), m_looks.icon, m_looks.largeFont).DoModal(Handle());
@@ -85,15 +93,19 @@ void CQuorvelMinerDlg::CheckTheme() {
 }
 
 void CQuorvelMinerDlg::CopyDiagnostics() {
-    if (!CopyTextToClipboard(Handle(), m_host.Diagnostics()))
-        ShowTaskDialog(kApplicationName, kNotCopied, TaskDialogIcon::Error);
+    if (!CopyTextToClipboard(Handle(), m_host.Diagnostics())) Tell(kNotCopied, TaskDialogIcon::Error);
 }
 
 void CQuorvelMinerDlg::ToggleHideMinimized() {
     std::int32_t& setting = m_host.Settings().HideMinimized;
     setting = setting == 0 ? 1 : 0;
     m_host.SaveSettings();
-    CheckMenuItem(GetSystemMenu(Handle(), FALSE), kMenuHideMinimized, setting != 0 ? MF_CHECKED : MF_UNCHECKED);
+    CheckHideMinimized();
+}
+
+void CQuorvelMinerDlg::CheckHideMinimized() {
+    const bool isChosen = m_host.Settings().HideMinimized != 0;
+    CheckMenuItem(GetSystemMenu(Handle(), FALSE), kMenuHideMinimized, isChosen ? MF_CHECKED : MF_UNCHECKED);
 }
 
 void CQuorvelMinerDlg::UpdateNotifyIcon() {

@@ -26,7 +26,7 @@ constexpr int kFields[] = {IDC_POOL_NAME,    IDC_DIFFICULTY, IDC_POOL_SERVER, ID
 // What grows with the dialog's width; what stands to the right of it moves.
 constexpr int kStretched[] = {IDC_POOL_SEPARATOR, IDC_GPU_SEPARATOR, IDC_CONTROL_SEPARATOR, IDC_MINER_SEPARATOR,
                               IDC_GRID_SEPARATOR, IDC_POOL_NAME,     IDC_POOL_SERVER,       IDC_JOB,
-                              IDC_POOL_MESSAGE,   IDC_GPU_TYPE};
+                              IDC_POOL_MESSAGE,   IDC_GPU_TYPE,      IDC_CONTROL_NOTE};
 constexpr int kMoved[] = {IDC_DIFFICULTY_LABEL,
                           IDC_DIFFICULTY,
                           IDC_LAST_SHARE_LABEL,
@@ -82,6 +82,7 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     SendMessageW(Item(IDC_PORT), EM_LIMITTEXT, kPortCharacters, 0);
     m_edits.at(IDC_PORT)->SetNumber(kShownPort);
     FillInterfaces();
+    EnableListenFields(true);
     SetItemText(IDC_HOST_NAME, m_host.HostName());
     RefreshWorker();
     CreateGrid();
@@ -90,12 +91,12 @@ bool CQuorvelMinerDlg::OnInitDialog() {
         SetItemText(IDC_MINER_SEPARATOR, L"Miner settings - " + leftOut);
     ShowState(IDC_MINING_STATE, MiningStateLook(false));
     SetItemText(IDC_START_MINING, MiningButtonText(false));
-    StartAsChosen();
+    if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
+    TakeSettings();
     RefreshAll();
     RefreshGpuStatic();
     SetTimer(Handle(), kTimerId, kTimerPeriodMs, nullptr);
-    ChooseTheme(m_host.Settings().Theme);
-    RestoreDialogPlace(Handle(), m_host.Settings().WindowPos);
+    OfferLoadMessage();
     // The system would show it only once nothing is posted any more, and the first message may bring a box to the front.
     ShowWindow(Handle(), SW_SHOW);
     UpdateNotifyIcon();  // the shell takes its time
@@ -117,6 +118,7 @@ void CQuorvelMinerDlg::TakeControls() {
     m_interfaces.SubclassDlgItem(Handle(), IDC_INTERFACE);
     m_controlChoice.SubclassDlgItem(Handle(), IDC_CONTROL_CHOICE);
     m_miningChoice.SubclassDlgItem(Handle(), IDC_MINING_CHOICE);
+    m_controlNote.SubclassDlgItem(Handle(), IDC_CONTROL_NOTE);
     m_listenButton.SubclassDlgItem(Handle(), IDC_START_LISTEN);
     m_miningButton.SubclassDlgItem(Handle(), IDC_START_MINING);
 }
@@ -148,24 +150,28 @@ void CQuorvelMinerDlg::SetUpSystemMenu() {
     AppendMenuW(menu, MF_STRING, kMenuDiagnostics, L"Copy &diagnostics");
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
     AppendMenuW(menu, MF_STRING, kMenuAbout, about.c_str());
-    CheckMenuItem(menu, kMenuHideMinimized, m_host.Settings().HideMinimized != 0 ? MF_CHECKED : MF_UNCHECKED);
 }
 
 void CQuorvelMinerDlg::FillChoices() {
-    const auto fill = [](CExComboBox& list, const auto& texts, std::int32_t setting) {
+    const auto fill = [](CExComboBox& list, const auto& texts) {
         for (std::size_t i = 0; i < std::size(texts); ++i)
             list.AddItem(texts[i], i);
-        if (const auto index = StartChoiceIndex(setting)) list.Select(static_cast<int>(*index));
     };
-    fill(m_controlChoice, kControlChoices, m_host.Settings().ControlState);
-    fill(m_miningChoice, kMiningChoices, m_host.Settings().MiningState);
+    fill(m_controlChoice, kControlChoices);
+    fill(m_miningChoice, kMiningChoices);
 }
 
+// What is selected stays so, as long as it is there.
 void CQuorvelMinerDlg::FillInterfaces() {
-    for (const LocalInterface& entry : LocalInterfaces())
+    std::vector<LocalInterface> interfaces = LocalInterfaces();
+    if (interfaces == m_listedInterfaces) return;
+    m_listedInterfaces = std::move(interfaces);
+    const std::uint32_t stored = m_host.Settings().HostIP;
+    const std::uint64_t selected = m_interfaces.Selected() >= 0 ? m_interfaces.ItemData() : stored;
+    m_interfaces.Clear();
+    for (const LocalInterface& entry : m_listedInterfaces)
         m_interfaces.AddItem(entry.text, entry.address);
-    if (m_interfaces.SelectByData(m_host.Settings().HostIP) != 0) m_interfaces.Select(0);
-    EnableItem(IDC_INTERFACE, m_interfaces.Count() >= 2);
+    if (m_interfaces.SelectByData(selected) != 0 && m_interfaces.SelectByData(stored) != 0) m_interfaces.Select(0);
 }
 
 void CQuorvelMinerDlg::CreateGrid() {
@@ -187,14 +193,27 @@ void CQuorvelMinerDlg::SetUpResize() {
     Resize().SetRule(m_grid.Handle(), ResizeRule::StretchBoth());
 }
 
+// Also when their file could be read only later.
+void CQuorvelMinerDlg::TakeSettings() {
+    const RuntimeSettings& settings = m_host.Settings();
+    const auto select = [](CExComboBox& list, std::int32_t setting) {
+        const auto index = StartChoiceIndex(setting);
+        list.Select(index ? static_cast<int>(*index) : -1);
+    };
+    select(m_controlChoice, settings.ControlState);
+    select(m_miningChoice, settings.MiningState);
+    m_interfaces.SelectByData(settings.HostIP);
+    CheckHideMinimized();
+    StartAsChosen();
+    ChooseTheme(settings.Theme);
+    RestoreDialogPlace(Handle(), settings.WindowPos);
+}
+
 void CQuorvelMinerDlg::StartAsChosen() {
     const RuntimeSettings& settings = m_host.Settings();
-    if (!m_host.Gpus().empty()) m_grid.SetFocusedRow(0);
     // Posted: what it may have to say must not keep the dialog from showing and the channel from listening.
     const bool resume = m_host.Resumes();
-    if (ShouldStartMining(settings, resume)) {
-        m_host.MiningAsked(MiningAsker::ProgramStart);
-        PostMessageW(Handle(), kMessageMining, 1, 0);
-    }
-    if (ShouldListen(settings, resume)) StartListening();
+    if (ShouldStartMining(settings, resume)) RequestMining(true, MiningAsker::ProgramStart);
+    // What refuses to listen stands in the note.
+    if (ShouldListen(settings, resume) && !m_host.IsControlOpen()) StartListening();
 }

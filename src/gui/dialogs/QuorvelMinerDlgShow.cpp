@@ -11,10 +11,10 @@ namespace {
 
 const std::wstring kPoolCaption = L"Selected Pool information";
 
-// Dark or light, whichever stands out more on the colour (relative luminance of WCAG 2, roughly).
+// Dark or light, whichever stands out more on the colour.
 COLORREF ReadableText(COLORREF background) {
-    const int luminance = GetRValue(background) * 30 + GetGValue(background) * 59 + GetBValue(background) * 11;
-    return luminance > 255 * 100 * 2 / 5 ? RGB(0x14, 0x14, 0x14) : kLightText;
+    constexpr COLORREF kDarkText = RGB(0x14, 0x14, 0x14);
+    return ContrastRatio(kDarkText, background) > ContrastRatio(kLightText, background) ? kDarkText : kLightText;
 }
 
 }  // namespace
@@ -48,8 +48,15 @@ void CQuorvelMinerDlg::RefreshHealth() {
     ShowState(IDC_MINING_STATE, MiningStateLook(m_host.IsRunning(), health));
 }
 
+void CQuorvelMinerDlg::RefreshControlNote() {
+    DialogNote note = m_host.ControlNote();
+    // A channel that is off is safe.
+    if (!m_host.IsControlOpen() && !note.isProblem) note = {m_listenRefusal, true};
+    m_controlNote.Show(note.text, note.isProblem);
+}
+
 void CQuorvelMinerDlg::RefreshPoolGroup() {
-    const PoolGroup group = MakePoolGroup(GridSource(), m_selectedGpu, m_host, &LocalTimeText);
+    const PoolGroup group = MakePoolGroup(GridSource(), m_selectedGpu, m_host, &LocalTimeText, m_host.StandingMessage());
     SetItemText(IDC_POOL_NAME, group.name);
     SetItemText(IDC_POOL_SERVER, group.server);
     SetItemText(IDC_DIFFICULTY, group.difficulty);

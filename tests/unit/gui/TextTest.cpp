@@ -64,6 +64,15 @@ TEST(PortText, TakesDigitsInRangeOnly) {
     }
 }
 
+// The dialog's ground in every look, and the system's without one.
+TEST(NoteColor, CanBeReadOnEveryGround) {
+    EXPECT_NEAR(ContrastRatio(0xFFFFFF, 0x000000), 21.0, 0.01);
+    for (const std::uint32_t ground : {0xF2EEEEu, 0x302D2Du, 0xFFFFFFu, 0xF0F0F0u, 0xC8D0D4u, 0x000000u}) {
+        EXPECT_GE(ContrastRatio(NoteColor(true, ground), ground), 4.5) << std::hex << ground;
+        EXPECT_GE(ContrastRatio(NoteColor(false, ground), ground), 4.5) << std::hex << ground;
+    }
+}
+
 TEST(AddressText, WritesTheFirstByteInMemoryFirst) {
     EXPECT_EQ(AddressText(16777343), L"127.0.0.1");
     EXPECT_EQ(AddressText(0xFE01A8C0), L"192.168.1.254");
