@@ -260,11 +260,17 @@ void CQuorvelMinerDlg::OnListenButton() {
 
 // Why the channel does not open; empty: it listens, or goes on trying to.
 std::wstring CQuorvelMinerDlg::StartListening() {
+    const auto post = [this](ControlState state) {
+        PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(state), 0);
+    };
+    post(ControlState::Listening);  // first: the channel itself posts that it cannot
     m_listenRefusal = m_host.OpenControl();
     RefreshControlNote();
-    if (!m_listenRefusal.empty()) return m_listenRefusal;
+    if (!m_listenRefusal.empty()) {
+        post(ControlState::Offline);
+        return m_listenRefusal;
+    }
     if (std::exchange(m_host.Settings().LastControlState, 1) != 1) m_host.SaveSettings();
-    PostMessageW(Handle(), kMessageControlState, static_cast<WPARAM>(ControlState::Listening), 0);
     SetItemText(IDC_START_LISTEN, ListenButtonText(true));
     EnableListenFields(false);
     return {};
