@@ -9,6 +9,7 @@
 
 #include "MinerProcess.h"
 #include "PoolProcess.h"
+#include "common/Messages.h"
 
 namespace {
 
@@ -209,6 +210,27 @@ TEST_F(DialogTest, AControllerSteersItAndIsShown) {
     second.Send("{\"cmd\":\"connect\",\"params\":{}}\n{\"cmd\":\"stop-mining\",\"params\":{}}\n");
     EXPECT_NE(second.ReceiveUntil("\"system\"").find("\"system\""), std::string::npos) << "a controller that comes back";
     EXPECT_TRUE(m_rig.WaitForText(kMiningState, L"State: Idle"));
+    EXPECT_EQ(m_rig.Close(), 0);
+    WSACleanup();
+}
+
+// Nobody may be at the rig to answer: a controller is told by the channel, and a repeated message opens one box.
+TEST_F(DialogTest, StartsOfAnUnconfiguredRigDoNotPileUpBoxes) {
+    m_rig.WriteSettings("ControlState=\"1\" HostPort=\"18096\"");
+    ASSERT_NE(m_rig.Start(), nullptr);
+    EXPECT_TRUE(m_rig.WaitForText(kControlState, L"State: Listening"));
+    EXPECT_NE(Settings().find("LastControlState=\"1\""), std::string::npos) << "also when it began by itself";
+    WSADATA data = {};
+    WSAStartup(MAKEWORD(2, 2), &data);
+    CController controller(18096);
+    controller.Send("{\"cmd\":\"connect\",\"params\":{}}\n{\"cmd\":\"start-mining\",\"params\":{}}\n");
+    EXPECT_NE(controller.ReceiveUntil("nothing to mine").find("errorinfo"), std::string::npos);
+    EXPECT_EQ(GetLastActivePopup(m_rig.Window()), m_rig.Window());
+    for (int i = 0; i < 5; ++i)
+        PostMessageW(m_rig.Window(), kMessageMining, 1, 0);
+    ASSERT_TRUE(WaitUntil(10000, [&] { return GetLastActivePopup(m_rig.Window()) != m_rig.Window(); }));
+    PostMessageW(GetLastActivePopup(m_rig.Window()), WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(WaitUntil(5000, [&] { return IsWindowEnabled(m_rig.Window()) != FALSE; })) << "one answer was enough";
     EXPECT_EQ(m_rig.Close(), 0);
     WSACleanup();
 }

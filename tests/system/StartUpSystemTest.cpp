@@ -21,8 +21,10 @@ HWND WaitForDialog(const CChildProcess& process) {
 
 TEST(SingleInstanceTest, TheSecondCopyShowsItsMessageAndTouchesNothing) {
     CMinerRig rig;
-    rig.WriteSettings("");
+    rig.WriteSettings("HideMinimized=\"1\"");
     ASSERT_NE(rig.Start(), nullptr);
+    ShowWindow(rig.Window(), SW_MINIMIZE);
+    ASSERT_TRUE(WaitUntil(5000, [&] { return !IsWindowVisible(rig.Window()); }));
     ASSERT_TRUE(WaitUntil(5000, [&] { return rig.MainLog().find("CUDA-Device 1") != std::string::npos; }));
     const std::string log = rig.MainLog();
     CChildProcess second = rig.Launch();
@@ -32,6 +34,7 @@ TEST(SingleInstanceTest, TheSecondCopyShowsItsMessageAndTouchesNothing) {
     PostMessageW(dialog, WM_CLOSE, 0, 0);
     EXPECT_EQ(second.WaitForExit(kDialogMilliseconds), 0);
     EXPECT_EQ(rig.MainLog(), log);
+    EXPECT_TRUE(WaitUntil(5000, [&] { return IsWindowVisible(rig.Window()) && !IsIconic(rig.Window()); }));
     EXPECT_EQ(rig.Close(), 0);
 }
 

@@ -195,13 +195,10 @@ void CQuorvelMinerDlg::OnMining(WPARAM wanted, LPARAM asker) {
 
 // False: nothing is configured, and whoever asked was told.
 bool CQuorvelMinerDlg::StartMining(MiningAsker asker) {
-    const ConfigurationPointer configuration = m_host.Configuration().Current();
-    if (configuration->configurations.empty()) {
+    if (m_host.Configuration().Current()->configurations.empty()) {
         m_startIsDue = asker == MiningAsker::ProgramStart;
         m_host.NothingToMine();
-        const std::wstring text = kNothingToMine;
-        if (asker != MiningAsker::Controller)
-            Tell(configuration->absentConfigurations.empty() ? text : text + kOnlyAbsentCards, TaskDialogIcon::Information);
+        TellNothingToMine(asker);
         return false;
     }
     if (m_host.StartMining() != 0) return true;
@@ -214,6 +211,15 @@ bool CQuorvelMinerDlg::StartMining(MiningAsker asker) {
     SetItemText(IDC_START_MINING, MiningButtonText(true));
     RefreshAll();
     return true;
+}
+
+void CQuorvelMinerDlg::TellNothingToMine(MiningAsker asker) {
+    const std::wstring trouble = m_host.StandingMessage();
+    // The channel tells the controller; and a file that cannot be read yet may be by the time that somebody comes to answer.
+    if (asker == MiningAsker::Controller || (asker == MiningAsker::ProgramStart && !trouble.empty())) return;
+    std::wstring text = kNothingToMine;
+    if (!m_host.Configuration().Current()->absentConfigurations.empty()) text += kOnlyAbsentCards;
+    Tell(trouble.empty() ? text : text + L"\n\n" + trouble, TaskDialogIcon::Information);
 }
 
 void CQuorvelMinerDlg::StopMining() {

@@ -73,6 +73,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     void RequestMining(bool start, MiningAsker asker);
     void OnMining(WPARAM wanted, LPARAM asker);
     bool StartMining(MiningAsker asker);
+    void TellNothingToMine(MiningAsker asker);
     void StopMining();
     void OnControlState(WPARAM state);
     void OnListenButton();
