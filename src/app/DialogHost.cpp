@@ -29,15 +29,17 @@ std::wstring SystemText() {
 }
 
 // What is to be said about the session and this GPU of it.
-std::wstring MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu, const std::vector<PoolError>& lasting) {
+TimedMessage MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu, const std::vector<PoolError>& lasting) {
     for (const PoolError& trouble : manager.Troubles()) {
-        if (trouble.gpuIndex < 0) return NarrowToWide(trouble.text);
+        if (trouble.gpuIndex < 0) return {NarrowToWide(trouble.text), {}};
     }
     for (const PoolError& trouble : lasting) {
-        if (trouble.gpuIndex == gpu.cudaId) return NarrowToWide(trouble.text);
+        if (trouble.gpuIndex == gpu.cudaId) return {NarrowToWide(trouble.text), {}};
     }
     const PoolPointer pool = manager.UserSession().CurrentPool();
-    return pool ? NarrowToWide(pool->lastError.Get().text) : std::wstring();
+    if (!pool) return {};
+    const PoolError error = pool->lastError.Get();
+    return {NarrowToWide(error.text), error.time};
 }
 
 const wchar_t* AskerText(MiningAsker asker) {

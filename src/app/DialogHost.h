@@ -48,7 +48,7 @@ class CDialogHost final : public IMainDialogHost {
     void SaveConfiguration() override { m_parts.files.SaveConfiguration(); }
     LateFiles RetryFiles() override;
     std::wstring LoadMessage() const override { return m_parts.files.LoadMessage(); }
-    std::wstring StandingMessage() const override { return m_parts.trouble.Text(); }
+    TimedMessage StandingMessage() const override { return m_parts.trouble.Latest(); }
     std::wstring ReplaceConfiguration(MinerConfiguration configuration) override;
     CConfigurationStore& Configuration() override { return m_parts.configuration; }
     const CAlgorithmList& Algorithms() const override { return m_parts.algorithms; }

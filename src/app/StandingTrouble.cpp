@@ -32,7 +32,11 @@ void CStandingTrouble::Repeat(Source source) {
     if (const auto told = m_entries.find(source); told != m_entries.end()) m_report(told->second.error);
 }
 
-std::wstring CStandingTrouble::Text() const {
+TimedMessage CStandingTrouble::Latest() const {
     const std::lock_guard lock(m_lock);
-    return m_entries.empty() ? std::wstring() : m_entries.begin()->second.text;
+    TimedMessage latest;
+    for (const auto& [source, entry] : m_entries) {
+        if (latest.text.empty() || latest.time < entry.error.time) latest = {entry.text, entry.error.time};
+    }
+    return latest;
 }

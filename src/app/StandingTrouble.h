@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include "gui/MiningView.h"
 #include "mining/TroubleBoard.h"
 #include "support/Event.h"
 
@@ -19,8 +20,8 @@ class CStandingTrouble {
     void Set(Source source, const std::wstring& text);
     // To the controller, once more, if it lasts.
     void Repeat(Source source);
-    // For the window: what lasts of the first source that has something; empty: nothing.
-    std::wstring Text() const;
+    // For the window: what came last of what lasts.
+    TimedMessage Latest() const;
 
   private:
     struct Entry {

@@ -15,13 +15,18 @@ struct MiningJob {
     std::string id;               // narrow; empty: no job yet
 };
 
+struct TimedMessage {
+    std::wstring text;  // empty: none
+    ddt_datetime time;  // UTC; unset: it holds now
+};
+
 // One mining session as it is at a moment.
 struct MiningSessionView {
     std::optional<MiningRole> role;  // absent: it does not run
     MiningJob job;
     double difficulty = 0.0;  // 0: none received
     std::wstring state;       // what it does now
-    std::wstring message;     // its trouble or its GPU's, else its pool's last one; empty: none
+    TimedMessage message;     // its trouble or its GPU's, which hold now, else its pool's last one
 };
 
 // Who asked for mining to be started or stopped.
@@ -37,7 +42,8 @@ class IMiningView {
     virtual bool IsRunning() const = 0;
     // The session that mines with the GPU, if there is one.
     virtual std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const = 0;
-    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment, or that the driver does not answer for.
+    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment, or that the driver does not answer
+    // for.
     virtual std::vector<std::int32_t> TroubledGpus() const = 0;
     virtual MiningHealth Health() const = 0;
 };

@@ -28,12 +28,20 @@ std::wstring JobText(const MiningJob& job, TimeTextFunction timeText) {
     return text.append(L": ").append(NarrowToWide(job.id));
 }
 
-// What holds now before what lasts, and that before what has been.
+TimedMessage PoolMessage(const PoolGroupInput& input) {
+    if (input.session && !input.session->message.text.empty()) return input.session->message;
+    if (input.pool == nullptr || input.pool->IsUnassigned()) return {};
+    const PoolError error = input.pool->lastError.Get();
+    return {NarrowToWide(error.text), error.time};
+}
+
+// What holds now, else what was said last.
 std::wstring Message(const PoolGroupInput& input) {
-    if (input.session && !input.session->message.empty()) return input.session->message;
-    if (!input.standingMessage.empty()) return input.standingMessage;
-    const bool hasPool = input.pool != nullptr && !input.pool->IsUnassigned();
-    return hasPool ? NarrowToWide(input.pool->lastError.Get().text) : std::wstring();
+    const TimedMessage pool = PoolMessage(input);
+    if (pool.text.empty() ||
+        (pool.time.IsSet() && !input.standingMessage.text.empty() && pool.time < input.standingMessage.time))
+        return input.standingMessage.text;
+    return pool.text;
 }
 
 void FillSession(const MiningSessionView& session, const PoolGroupInput& input, PoolGroup& group) {
@@ -62,7 +70,7 @@ PoolGroup MakePoolGroup(const PoolGroupInput& input) {
 }
 
 PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
-                        TimeTextFunction timeText, std::wstring standingMessage) {
+                        TimeTextFunction timeText, TimedMessage standingMessage) {
     PoolGroupInput input;
     input.standingMessage = std::move(standingMessage);
     input.mining = mining.IsRunning();

@@ -21,7 +21,7 @@ struct PoolGroupInput {
     std::optional<GpuCounters> sums;  // of the configuration; absent: the GPU is in none
     bool mining = false;
     std::optional<MiningSessionView> session;
-    std::wstring standingMessage;  // while the session has none
+    TimedMessage standingMessage;  // shown where it is later than the pool's
     ddt_datetime now;              // UTC
     TimeTextFunction timeText = nullptr;
 };
@@ -30,4 +30,4 @@ PoolGroup MakePoolGroup(const PoolGroupInput& input);
 
 // From where the grid takes its cells; gpu: the selected one or null.
 PoolGroup MakePoolGroup(const GpuGridSource& source, const QvGpuRecord* gpu, const IMiningView& mining,
-                        TimeTextFunction timeText, std::wstring standingMessage = {});
+                        TimeTextFunction timeText, TimedMessage standingMessage = {});

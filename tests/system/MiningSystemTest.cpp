@@ -154,7 +154,7 @@ TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
         return copied.find(L"GPU 1: not hashing") != std::wstring::npos;
     }));
     for (const wchar_t* const part :
-         {L"System: Windows ", L"(simulated)", L"  1 Etchash\r\n", L"  3 Ethash\r\n", L"  11 Ubqhash\r\n"})
+         {L"System: Windows ", L"(simulated)", L"  Etchash (1)\r\n", L"  Ethash (3)\r\n", L"  Ubqhash (11)\r\n"})
         EXPECT_NE(copied.find(part), std::wstring::npos) << part;
     EXPECT_EQ(rig.Close(), 0);
     EXPECT_EQ(rig.ClosingCounts(), (std::vector<unsigned>{0, 0, 0}));

@@ -29,8 +29,8 @@ class IMainDialogHost : public IMiningView {
     virtual LateFiles RetryFiles() = 0;
     // What was left out of the files as they were read, and where the copies are; empty: nothing.
     virtual std::wstring LoadMessage() const = 0;
-    // Trouble of files that lasts, for "Error/Msg"; empty: none.
-    virtual std::wstring StandingMessage() const = 0;
+    // The latest trouble of files and plug-ins that lasts, for "Error/Msg".
+    virtual TimedMessage StandingMessage() const = 0;
     // Saves the configuration and then puts it in force. Why it could not be saved, with the path; nothing has changed then.
     // Empty: done.
     virtual std::wstring ReplaceConfiguration(MinerConfiguration configuration) = 0;

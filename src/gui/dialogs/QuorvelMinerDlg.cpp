@@ -214,7 +214,7 @@ bool CQuorvelMinerDlg::StartMining(MiningAsker asker) {
 }
 
 void CQuorvelMinerDlg::TellNothingToMine(MiningAsker asker) {
-    const std::wstring trouble = m_host.StandingMessage();
+    const std::wstring trouble = m_host.StandingMessage().text;
     // The channel tells the controller; and a file that cannot be read yet may be by the time that somebody comes to answer.
     if (asker == MiningAsker::Controller || (asker == MiningAsker::ProgramStart && !trouble.empty())) return;
     std::wstring text = kNothingToMine;

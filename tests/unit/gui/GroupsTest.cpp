@@ -127,10 +127,14 @@ TEST_F(CGroups, SumThePoolGroupOverTheConfiguration) {
     EXPECT_EQ(group.job, L"T3 (GPU#4): 0xab");
     EXPECT_EQ(group.difficulty, L"4.000 GH/s");
     EXPECT_EQ(group.message, L"Low difficulty share");
-    EXPECT_EQ(MakePoolGroup(Source(), rig.gpus[0], mining, TestTime, L"not saved").message, L"not saved");
+    const auto messageWith = [&](std::int64_t later) {
+        return MakePoolGroup(Source(), rig.gpus[0], mining, TestTime, {L"not saved", {kNow.ticks + later}}).message;
+    };
+    EXPECT_EQ(messageWith(1), L"not saved");
+    EXPECT_EQ(messageWith(-1), L"Low difficulty share");
     EXPECT_EQ(group.state, L"mining at 1.2.3.4:5");
-    mining.session->message = L"GPU 0 is not hashing";
-    EXPECT_EQ(MakePoolGroup(Source(), rig.gpus[0], mining, TestTime, L"not saved").message, L"GPU 0 is not hashing");
+    mining.session->message.text = L"GPU 0 is not hashing";
+    EXPECT_EQ(messageWith(1), L"GPU 0 is not hashing");
     EXPECT_EQ(group.connection, (LabelLook{L"Connected", 0x00C000}));
 
     mining.session->job = {{3 * kTicksPerDay}, -1, "0xab"};
@@ -166,7 +170,7 @@ TEST_F(CGroups, LeaveThePoolGroupEmptyWithoutAPool) {
     const CMiningFake mining;
     const PoolGroup none = MakePoolGroup(Source(), nullptr, mining, TestTime);
     EXPECT_EQ(none.name + none.server + none.hashRate + none.shares + none.lastShare + none.message, L"");
-    EXPECT_EQ(MakePoolGroup(Source(), nullptr, mining, TestTime, L"not saved").message, L"not saved");
+    EXPECT_EQ(MakePoolGroup(Source(), nullptr, mining, TestTime, {L"not saved", kNow}).message, L"not saved");
     Publish({});
     const PoolGroup unassigned = MakePoolGroup(Source(), rig.gpus[0], mining, TestTime);
     EXPECT_EQ(unassigned.name, L"Unassigned - not used");
