@@ -11,7 +11,7 @@ struct XML_NODE {
     std::string name;
     std::vector<std::pair<std::string, std::string>> attributes;  // document order; names need not be unique
     std::vector<XML_NODE> children;                               // document order
-    // In UTF-8, by the attribute's name: values that the code page cannot hold. They are written in place of what became of
-    // them there.
+    // In UTF-8, by the attribute's name (the first of that name): values that the code page cannot hold. They are written in
+    // place of what became of them there.
     std::vector<std::pair<std::string, std::string>> originals = {};
 };

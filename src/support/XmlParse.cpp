@@ -4,6 +4,8 @@
 #include <streambuf>
 
 #include "common/CodePage.h"
+#include "common/Utf8.h"
+#include "support/XmlAttributes.h"
 #include "support/XmlEncoding.h"
 #include "support/XmlFormat.h"
 #include "support/XmlScan.h"
@@ -29,10 +31,7 @@ class CTreeReader {
         for (const auto& [key, child] : source) {
             if (key == "<xmlattr>") {
                 for (const auto& [attribute, value] : child) {
-                    node.attributes.emplace_back(Name(attribute), Value(value.data()));
-                    bool isLost = false;
-                    Utf8ToNarrow(value.data(), &isLost);
-                    if (isLost) node.originals.emplace_back(node.attributes.back().first, value.data());
+                    AddAttribute(node, Name(attribute), value.data());
                 }
             } else {
                 node.children.push_back(Element(key, child, level + 1));
@@ -51,11 +50,17 @@ class CTreeReader {
         return name;
     }
 
-    // Control characters can come only from character references that XML 1.0 forbids; they are dropped.
-    std::string Value(std::string utf8) {
+    // Control characters and halves of surrogate pairs can come only from character references that XML 1.0 forbids; the
+    // first are dropped.
+    void AddAttribute(XML_NODE& node, std::string name, std::string utf8) {
         std::erase_if(utf8,
                       [](char c) { return static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r'; });
-        return Utf8ToNarrow(utf8, &m_lostCharacters);
+        bool isLost = false;
+        const bool isFirst = FindAttribute(node, name) == nullptr;
+        node.attributes.emplace_back(std::move(name), Utf8ToNarrow(utf8, &isLost));
+        if (isLost && isFirst && IsValidUtf8(utf8))
+            node.originals.emplace_back(node.attributes.back().first, std::move(utf8));
+        m_lostCharacters |= isLost;
     }
 
     bool m_lostCharacters = false;

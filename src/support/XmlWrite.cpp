@@ -44,7 +44,8 @@ void AppendElement(std::string& out, const XML_NODE& node, std::size_t depth) {
     out.append(kIndent * depth, ' ').append("<").append(name);
     for (const auto& [attribute, value] : node.attributes) {
         out.append(" ").append(NarrowToUtf8(attribute)).append("=\"");
-        const std::string* const original = FindOriginal(node, attribute);
+        const bool isFirst = FindAttribute(node, attribute) == &value;
+        const std::string* const original = isFirst ? FindOriginal(node, attribute) : nullptr;
         AppendEscaped(out, original != nullptr ? *original : NarrowToUtf8(value));
         out.append("\"");
     }

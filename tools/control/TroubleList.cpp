@@ -106,7 +106,10 @@ std::vector<Trouble> CTroubleList::All() const {
 }
 
 bool CTroubleList::IsRigWide() const {
-    return std::ranges::any_of(m_entries, [](const Entry& entry) { return !entry.trouble.gpu; });
+    // A rig mines on with trouble of its files.
+    return std::ranges::any_of(m_entries, [](const Entry& entry) {
+        return !entry.trouble.gpu && entry.trouble.code != CodeNumber(TroubleCode::FileTrouble);
+    });
 }
 
 bool CTroubleList::IsAboutGpu(std::uint64_t cudaId) const {

@@ -35,7 +35,7 @@ class CTroubleList {
 
     bool IsEmpty() const { return m_entries.empty(); }
     std::vector<Trouble> All() const;  // in the order in which it was told
-    bool IsRigWide() const;            // whether any of it is about the rig as a whole
+    bool IsRigWide() const;            // whether any of it keeps the rig as a whole from mining
     bool IsAboutGpu(std::uint64_t cudaId) const;
     std::size_t CountOf(std::int64_t code) const;
     std::string Text() const;  // all texts, joined by "; "

@@ -10,6 +10,7 @@ namespace {
 
 bool Equal(const XML_NODE& left, const XML_NODE& right) {
     if (left.level != right.level || left.name != right.name || left.attributes != right.attributes) return false;
+    if (left.originals != right.originals) return false;
     if (left.children.size() != right.children.size()) return false;
     for (std::size_t i = 0; i < left.children.size(); ++i) {
         if (!Equal(left.children[i], right.children[i])) return false;
@@ -33,6 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CBKXmlFormat again;
     const XML_NODE* readBack = again.Parse(text);
     Require(readBack != nullptr && Equal(*root, *readBack));
-    Require(again.Write() == text && !again.LostCharacters());
+    Require(again.Write() == text);
     return 0;
 }
