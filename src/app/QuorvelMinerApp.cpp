@@ -188,8 +188,8 @@ void CQuorvelMinerApp::CheckPlugIns() {
                 return entry.primaryPool == pool || entry.secondaryPool == pool;
             });
             if (!isUsed || pool->algorithm->libraryPath[0] != L'\0') continue;
-            text.append(text.empty() ? L"" : L"; ").append(L"no plug-in for algorithm ").append(std::to_wstring(pool->Algo));
-            text.append(L" of pool ").append(pool->Name);
+            text.append(text.empty() ? L"" : L"; ").append(pool->Name);
+            text.append(L": no plug-in for algorithm ").append(std::to_wstring(pool->Algo));
         }
     }
     m_standingTrouble.Set(CStandingTrouble::Source::PlugIns, text);
