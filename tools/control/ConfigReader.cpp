@@ -35,7 +35,11 @@ std::string PlaceInText(std::string_view text, std::size_t offset) {
 std::string KnownAlgorithms() {
     std::string text;
     for (const NamedAlgorithm& known : kNamedAlgorithms)
-        text += (text.empty() ? "\"" : ", \"") + std::string(known.name) + "\" (" + std::to_string(known.id) + ")";
+        text.append(text.empty() ? "\"" : ", \"")
+            .append(known.name)
+            .append("\" (")
+            .append(std::to_string(known.id))
+            .append(")");
     return text;
 }
 
@@ -222,8 +226,9 @@ std::int32_t CConfigReader::ReadAlgorithm(const Value& item, const std::string& 
     if (found == item.MemberEnd() || !found->value.IsString()) return Integer(item, place, "algo", 0, kMaxId);
     const std::string_view name = View(found->value);
     if (const std::optional<std::int32_t> id = AlgorithmId(name)) return *id;
-    Mistake(place + ".algo", "\"" + CleanText(name, 40) + "\" is no algorithm; known: " + KnownAlgorithms() +
-                                 ", or the number of another plug-in");
+    std::string text = "\"";
+    text.append(CleanText(name, 40)).append("\" is no algorithm; known: ").append(KnownAlgorithms());
+    Mistake(place + ".algo", text.append(", or the number of another plug-in"));
     return 0;
 }
 
