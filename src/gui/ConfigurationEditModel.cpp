@@ -1,6 +1,7 @@
 #include "gui/ConfigurationEditModel.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "gui/FieldText.h"
 
@@ -17,7 +18,9 @@ std::wstring CheckWorkerName(std::wstring_view name) {
 }  // namespace
 
 CConfigurationEditModel::CConfigurationEditModel(ConfigurationPointer base, GpuSpan gpus)
-    : m_base(std::move(base)), m_gpus(gpus), m_edited(MakeEditedCopy(*m_base)) {}
+    : m_base(std::move(base)), m_edited(MakeEditedCopy(*m_base)) {
+    std::ranges::copy_if(gpus, std::back_inserter(m_gpus), [](const QvGpuRecord* gpu) { return gpu->cudaId >= 0; });
+}
 
 EditedEntry& CConfigurationEditModel::Change(std::size_t index) {
     m_changed = true;

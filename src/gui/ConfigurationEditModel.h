@@ -28,7 +28,7 @@ struct ConfigurationBuild {
 // the user did not touch is taken over as it is, even what Check would refuse. GUI thread. Portable.
 class CConfigurationEditModel {
   public:
-    // gpus: those that can be checked; the records outlive the model.
+    // Of gpus those can be checked that CUDA offers; the records outlive the model.
     CConfigurationEditModel(ConfigurationPointer base, GpuSpan gpus);
 
     // False: another configuration was published since; publishing this one would undo it.
@@ -70,7 +70,7 @@ class CConfigurationEditModel {
     EditedEntry& Change(std::size_t index);
 
     const ConfigurationPointer m_base;
-    const GpuSpan m_gpus;
+    std::vector<QvGpuRecord*> m_gpus;
     EditedConfiguration m_edited;
     bool m_changed = false;
     bool m_workerNameChanged = false;

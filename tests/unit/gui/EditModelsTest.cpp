@@ -349,6 +349,8 @@ TEST(ConfigurationEditModel, ChecksThePairOfPools) {
     const CConfigurationEditModel model(rig.Current(), rig.gpus);
     EXPECT_EQ(model.BackupChoices(0), std::vector<std::uint32_t>{2});
     EXPECT_EQ(model.BackupChoices(1), std::vector<std::uint32_t>{});
+    rig.records[2].cudaId = -1;  // hidden from CUDA
+    EXPECT_EQ(CConfigurationEditModel(rig.Current(), rig.gpus).Gpus().size(), 2u);
 }
 
 TEST(ConfigurationEditModel, ChecksTheWorkerName) {
