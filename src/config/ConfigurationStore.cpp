@@ -12,11 +12,11 @@ constexpr wchar_t kFileName[] = L"ConfigMiner.xml";
 
 }  // namespace
 
-CConfigurationStore::CConfigurationStore(std::wstring settingsFolder, const CAlgorithmList& algorithms, GpuSpan gpus)
+CConfigurationStore::CConfigurationStore(const std::wstring& settingsFolder, const CAlgorithmList& algorithms, GpuSpan gpus)
     : m_algorithms(algorithms),
       m_gpus(gpus),
       m_unassignedPool(MakeUnassignedPool(algorithms)),
-      m_file(settingsFolder.append(kFileName)),
+      m_file(settingsFolder + kFileName),
       m_published(gpus, m_unassignedPool) {}
 
 CConfigurationBuilder CConfigurationStore::MakeBuilder() const {

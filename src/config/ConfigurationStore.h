@@ -13,7 +13,7 @@ class CConfigurationStore {
   public:
     // settingsFolder ends with a backslash. Starts with an empty configuration that is not loaded; the records point at its
     // unassigned pool from then on.
-    CConfigurationStore(std::wstring settingsFolder, const CAlgorithmList& algorithms, GpuSpan gpus);
+    CConfigurationStore(const std::wstring& settingsFolder, const CAlgorithmList& algorithms, GpuSpan gpus);
 
     // Never null, immutable.
     ConfigurationPointer Current() const { return m_published.Current(); }
