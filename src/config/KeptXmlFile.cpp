@@ -17,6 +17,7 @@ FileLoad CKeptXmlFile::Load(const std::function<void(const XML_NODE& root, CLoad
     const std::wstring name = m_path.substr(m_path.find_last_of(L"\\/") + 1);
     if (const XML_NODE* root = document.LoadFile(m_path.c_str(), patience)) {
         read(*root, report);
+        if (document.LostCharacters()) report.Dropped(L"characters that cannot be kept");
         if (document.LostText()) report.Dropped(L"comments or text between the elements");
     }
     switch (document.Status()) {

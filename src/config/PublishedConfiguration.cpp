@@ -28,8 +28,8 @@ void CPublishedConfiguration::UpdateGpus(const MinerConfiguration& configuration
     };
     for (QvGpuRecord* gpu : m_gpus) {
         const auto& entries = configuration.configurations;
-        const auto last = std::find_if(entries.rbegin(), entries.rend(),
-                                       [&](const ConfigurationEntry& entry) { return holds(entry, gpu); });
-        AssignPool(*gpu, last == entries.rend() ? *m_unassignedPool : *last->primaryPool);
+        const auto first =
+            std::find_if(entries.begin(), entries.end(), [&](const ConfigurationEntry& entry) { return holds(entry, gpu); });
+        AssignPool(*gpu, first == entries.end() ? *m_unassignedPool : *first->primaryPool);
     }
 }

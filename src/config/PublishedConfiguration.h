@@ -11,7 +11,7 @@ class CPublishedConfiguration {
     // Never null, immutable. Any thread.
     ConfigurationPointer Current() const;
     // Any thread, one at a time. The new pools are in the GPU records before the old configuration is let go; a GPU in
-    // several configurations takes the pool of the last one, as it does in a load one by one.
+    // several configurations takes the pool of the first one, as in the windows.
     void Publish(MinerConfiguration configuration);
 
   private:

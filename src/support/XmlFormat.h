@@ -38,7 +38,8 @@ class CBKXmlFormat {
     std::string Write() const;
 
     XmlStatus Status() const { return m_status; }
-    // True when a character of the file has no equivalent in the ANSI code page.
+    // True when characters of the file were lost: the ANSI code page lacks them, or they are none, and no original keeps
+    // them.
     bool LostCharacters() const { return m_lostCharacters; }
     // True when the file holds text or comments, which are not kept.
     bool LostText() const { return m_lostText; }

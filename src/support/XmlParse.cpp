@@ -58,9 +58,12 @@ class CTreeReader {
         bool isLost = false;
         const bool isFirst = FindAttribute(node, name) == nullptr;
         node.attributes.emplace_back(std::move(name), Utf8ToNarrow(utf8, &isLost));
-        if (isLost && isFirst && IsValidUtf8(utf8))
+        if (!isLost) return;
+        if (isFirst && IsValidUtf8(utf8)) {
             node.originals.emplace_back(node.attributes.back().first, std::move(utf8));
-        m_lostCharacters |= isLost;
+        } else {
+            m_lostCharacters = true;
+        }
     }
 
     bool m_lostCharacters = false;

@@ -32,7 +32,7 @@ TEST(PublishedConfiguration, PointsGpusAtTheirPools) {
     MinerConfiguration twice = Configuration(rig, 3, {&rig.A(), &rig.B()});
     twice.configurations.push_back({rig.unassignedPool, rig.unassignedPool, 0, 0, {&rig.A()}});
     rig.published->Publish(std::move(twice));
-    EXPECT_EQ(pools(), std::pair(unassigned, rig.published->Current()->pools[0].get()));
+    EXPECT_EQ(pools(), std::pair(rig.published->Current()->pools[0].get(), rig.published->Current()->pools[0].get()));
 }
 
 TEST(PublishedConfiguration, SetsNonceSettingsOnceAndOnlyThoseGiven) {

@@ -108,7 +108,7 @@ TEST(XmlParse, DecodesValues) {
         {"<a v='&amp;amp; &unknown; 100%'/>", "&amp; &unknown; 100%", false},
         {"<a v='&#1;x&#0;&#31;y'/>", "xy", false},
         {"<a v='\xC3\xA9'/>", "\xE9", false},
-        {"<a v='\xE6\x97\xA5'/>", "?", true},
+        {"<a v='\xE6\x97\xA5'/>", "?", false},  // the original is kept
         {"<a v='x&#xD800;'/>", "x?", true},
         {"<a v=\"it's  two\"/>", "it's  two", false},
     };
