@@ -53,111 +53,121 @@ struct FakeCudaCalls {
 
 CFakeCudaDriver::CFakeCudaDriver() {
     using Calls = FakeCudaCalls;
-    m_api = {.Init = [](unsigned) -> CudaResult { return g_fake->Enter("cuInit"); },
-             .DriverGetVersion = [](std::int32_t* version) -> CudaResult {
-                 *version = 12040;
-                 return 0;
-             },
-             .GetErrorString = [](CudaResult, const char** text) -> CudaResult {
-                 *text = "as told";
-                 return 0;
-             },
-             .DeviceGetCount = nullptr,
-             .DeviceGet = [](CudaDevice* device, std::int32_t ordinal) -> CudaResult {
-                 *device = ordinal;
-                 return g_fake->Enter("cuDeviceGet");
-             },
-             .DeviceGetName = nullptr,
-             .DeviceGetAttribute = [](std::int32_t* value, CudaAttribute, CudaDevice) -> CudaResult {
-                 *value = 1;
-                 return g_fake->Enter("cuDeviceGetAttribute");
-             },
-             .CtxCreate = [](CudaContextObject** context, unsigned, CudaDevice) -> CudaResult {
-                 if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
-                 *context = NewHandle<CudaContextObject>();
-                 const std::lock_guard lock(g_fake->m_lock);
-                 g_fake->m_contexts.insert(*context);
-                 return 0;
-             },
-             .CtxDestroy = [](CudaContextObject* context) -> CudaResult {
-                 const std::lock_guard lock(g_fake->m_lock);
-                 if (g_fake->m_contexts.erase(context) == 0) return 201;
-                 DeleteHandle(context);
-                 return 0;
-             },
-             .CtxSetLimit = nullptr,
-             .ModuleLoadDataEx = [](CudaModuleObject** module, const void* image, unsigned, CudaJitOption*,
-                                    void**) -> CudaResult {
-                 *module = reinterpret_cast<CudaModuleObject*>(g_fake);
-                 if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
-                 return g_fake->Enter("cuModuleLoadDataEx");
-             },
-             .ModuleUnload = [](CudaModuleObject*) -> CudaResult { return 0; },
-             .ModuleGetFunction = [](CudaFunctionObject** function, CudaModuleObject*, const char* name) -> CudaResult {
-                 for (const char* const& kernel : kKernels) {
-                     if (std::string_view(kernel) == name) {
-                         *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
-                         return g_fake->Enter("cuModuleGetFunction");
-                     }
-                 }
-                 return 500;
-             },
-             .MemGetInfo = [](std::size_t* freeBytes, std::size_t* totalBytes) -> CudaResult {
-                 *totalBytes = 8ULL << 30;
-                 *freeBytes = g_fake->freeMemory;
-                 return g_fake->Enter("cuMemGetInfo");
-             },
-             .MemAlloc = [](CudaAddress* address, std::size_t bytes) -> CudaResult {
-                 if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
-                 return Calls::Allocate(address, bytes);
-             },
-             .MemFree = Calls::MemFree,
-             .MemHostAlloc = [](void** memory, std::size_t bytes, unsigned) -> CudaResult {
-                 CudaAddress address = 0;
-                 const CudaResult result = g_fake->Enter("cuMemHostAlloc");
-                 if (result == 0) Calls::Allocate(&address, bytes);
-                 *memory = reinterpret_cast<void*>(address);
-                 return result;
-             },
-             .MemHostGetDevicePointer = [](CudaAddress* address, void* memory, unsigned) -> CudaResult {
-                 *address = reinterpret_cast<CudaAddress>(memory);
-                 return g_fake->Enter("cuMemHostGetDevicePointer");
-             },
-             .MemFreeHost = [](void* memory) -> CudaResult { return Calls::MemFree(reinterpret_cast<CudaAddress>(memory)); },
-             .MemcpyHtoD = [](CudaAddress to, const void* from, std::size_t bytes) -> CudaResult {
-                 std::memcpy(reinterpret_cast<void*>(to), from, bytes);
-                 return g_fake->Enter("cuMemcpyHtoD");
-             },
-             .MemcpyDtoH = [](void* to, CudaAddress from, std::size_t bytes) -> CudaResult {
-                 std::memcpy(to, reinterpret_cast<const void*>(from), bytes);
-                 return g_fake->Enter("cuMemcpyDtoH");
-             },
-             .MemcpyDtoDAsync = nullptr,
-             .MemsetD8 = [](CudaAddress address, std::uint8_t value, std::size_t bytes) -> CudaResult {
-                 std::memset(reinterpret_cast<void*>(address), value, bytes);
-                 return g_fake->Enter("cuMemsetD8");
-             },
-             .StreamCreate = Create<CudaStreamObject>,
-             .StreamDestroy = Destroy<CudaStreamObject>,
-             .EventCreate = Create<CudaEventObject>,
-             .EventDestroy = Destroy<CudaEventObject>,
-             .EventRecord = [](CudaEventObject*, CudaStreamObject*) -> CudaResult { return 0; },
-             .EventSynchronize = [](CudaEventObject*) -> CudaResult {
-                 while (g_fake->stuck)
-                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                 return g_fake->Enter("cuEventSynchronize");
-             },
-             .LaunchKernel = [](CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads,
-                                unsigned, unsigned, unsigned, CudaStreamObject*, void** parameters, void**) -> CudaResult {
-                 if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
-                 const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
-                 if (g_fake->run) {
-                     g_fake->run(kernel, parameters[0], blocks, threads);
-                 } else {
-                     g_fake->RunOnCpu(kernel, parameters[0], blocks);
-                 }
-                 return 0;
-             }};
+    m_api = {
+        .Init = [](unsigned) -> CudaResult { return g_fake->Enter("cuInit"); },
+        .DriverGetVersion = [](std::int32_t* version) -> CudaResult {
+            *version = 12040;
+            return 0;
+        },
+        .GetErrorString = [](CudaResult, const char** text) -> CudaResult {
+            *text = "as told";
+            return 0;
+        },
+        .DeviceGetCount = nullptr,
+        .DeviceGet = [](CudaDevice* device, std::int32_t ordinal) -> CudaResult {
+            *device = ordinal;
+            return g_fake->Enter("cuDeviceGet");
+        },
+        .DeviceGetName = nullptr,
+        .DeviceGetAttribute = [](std::int32_t* value, CudaAttribute, CudaDevice) -> CudaResult {
+            *value = 1;
+            return g_fake->Enter("cuDeviceGetAttribute");
+        },
+        .CtxCreate = [](CudaContextObject** context, unsigned, CudaDevice) -> CudaResult {
+            if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
+            *context = NewHandle<CudaContextObject>();
+            const std::lock_guard lock(g_fake->m_lock);
+            g_fake->m_contexts.insert(*context);
+            return 0;
+        },
+        .CtxDestroy = [](CudaContextObject* context) -> CudaResult {
+            const std::lock_guard lock(g_fake->m_lock);
+            if (g_fake->m_contexts.erase(context) == 0) return 201;
+            DeleteHandle(context);
+            return 0;
+        },
+        .CtxSetLimit = nullptr,
+        .ModuleLoadDataEx = [](CudaModuleObject** module, const void* image, unsigned, CudaJitOption*,
+                               void**) -> CudaResult {
+            *module = reinterpret_cast<CudaModuleObject*>(g_fake);
+            if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
+            return g_fake->Enter("cuModuleLoadDataEx");
+        },
+        .ModuleUnload = [](CudaModuleObject*) -> CudaResult { return 0; },
+        .ModuleGetFunction = [](CudaFunctionObject** function, CudaModuleObject*, const char* name) -> CudaResult {
+            for (const char* const& kernel : kKernels) {
+                if (std::string_view(kernel) == name) {
+                    *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
+                    return g_fake->Enter("cuModuleGetFunction");
+                }
+            }
+            return 500;
+        },
+        .MemGetInfo = [](std::size_t* freeBytes, std::size_t* totalBytes) -> CudaResult {
+            *totalBytes = 8ULL << 30;
+            *freeBytes = g_fake->freeMemory;
+            return g_fake->Enter("cuMemGetInfo");
+        },
+        .MemAlloc = [](CudaAddress* address, std::size_t bytes) -> CudaResult {
+            if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
+            return Calls::Allocate(address, bytes);
+        },
+        .MemFree = Calls::MemFree,
+        .MemHostAlloc = [](void** memory, std::size_t bytes, unsigned) -> CudaResult {
+            CudaAddress address = 0;
+            const CudaResult result = g_fake->Enter("cuMemHostAlloc");
+            if (result == 0) Calls::Allocate(&address, bytes);
+            *memory = reinterpret_cast<void*>(address);
+            return result;
+        },
+        .MemHostGetDevicePointer = [](CudaAddress* address, void* memory, unsigned) -> CudaResult {
+            *address = reinterpret_cast<CudaAddress>(memory);
+            return g_fake->Enter("cuMemHostGetDevicePointer");
+        },
+        .MemFreeHost = [](void* memory) -> CudaResult { return Calls::MemFree(reinterpret_cast<CudaAddress>(memory)); },
+        .MemcpyHtoD = [](CudaAddress to, const void* from, std::size_t bytes) -> CudaResult {
+            std::memcpy(reinterpret_cast<void*>(to), from, bytes);
+            return g_fake->Enter("cuMemcpyHtoD");
+        },
+        .MemcpyHtoDAsync = [](CudaAddress to, const void* from, std::size_t bytes, CudaStreamObject*) -> CudaResult {
+            std::memcpy(reinterpret_cast<void*>(to), from, bytes);
+            return g_fake->Enter("cuMemcpyHtoDAsync");
+        },
+        .MemcpyDtoH = [](void* to, CudaAddress from, std::size_t bytes) -> CudaResult {
+            std::memcpy(to, reinterpret_cast<const void*>(from), bytes);
+            return g_fake->Enter("cuMemcpyDtoH");
+        },
+        .MemcpyDtoDAsync = nullptr,
+        .MemsetD8 = [](CudaAddress address, std::uint8_t value, std::size_t bytes) -> CudaResult {
+            std::memset(reinterpret_cast<void*>(address), value, bytes);
+            return g_fake->Enter("cuMemsetD8");
+        },
+        .MemsetD8Async = [](CudaAddress address, std::uint8_t value, std::size_t bytes, CudaStreamObject*) -> CudaResult {
+            std::memset(reinterpret_cast<void*>(address), value, bytes);
+            return g_fake->Enter("cuMemsetD8Async");
+        },
+        .StreamCreate = Create<CudaStreamObject>,
+        .StreamDestroy = Destroy<CudaStreamObject>,
+        .StreamQuery = [](CudaStreamObject*) -> CudaResult { return g_fake->Enter("cuStreamQuery"); },
+        .EventCreate = Create<CudaEventObject>,
+        .EventDestroy = Destroy<CudaEventObject>,
+        .EventRecord = [](CudaEventObject*, CudaStreamObject*) -> CudaResult { return 0; },
+        .EventSynchronize = [](CudaEventObject*) -> CudaResult {
+            while (g_fake->stuck)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return g_fake->Enter("cuEventSynchronize");
+        },
+        .LaunchKernel = [](CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads, unsigned,
+                           unsigned, unsigned, CudaStreamObject*, void** parameters, void**) -> CudaResult {
+            if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
+            const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
+            if (g_fake->run) {
+                g_fake->run(kernel, parameters[0], blocks, threads);
+            } else {
+                g_fake->RunOnCpu(kernel, parameters[0], blocks);
+            }
+            return 0;
+        }};
     m_driver.api = &m_api;
     g_fake = this;
 }

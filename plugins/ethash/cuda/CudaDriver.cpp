@@ -57,8 +57,9 @@ const char* FindAll(decltype(LoadDriverLibrary()) library, CudaDriverApi& api) {
     find(api.MemAlloc, "cuMemAlloc_v2")(api.MemFree, "cuMemFree_v2");
     find(api.MemHostAlloc, "cuMemHostAlloc")(api.MemHostGetDevicePointer, "cuMemHostGetDevicePointer_v2");
     find(api.MemFreeHost, "cuMemFreeHost")(api.MemcpyHtoD, "cuMemcpyHtoD_v2")(api.MemcpyDtoH, "cuMemcpyDtoH_v2");
+    find(api.MemcpyHtoDAsync, "cuMemcpyHtoDAsync_v2")(api.MemsetD8Async, "cuMemsetD8Async");
     find(api.MemcpyDtoDAsync, "cuMemcpyDtoDAsync_v2")(api.MemsetD8, "cuMemsetD8_v2");
-    find(api.StreamCreate, "cuStreamCreate")(api.StreamDestroy, "cuStreamDestroy_v2");
+    find(api.StreamCreate, "cuStreamCreate")(api.StreamDestroy, "cuStreamDestroy_v2")(api.StreamQuery, "cuStreamQuery");
     find(api.EventCreate, "cuEventCreate")(api.EventDestroy, "cuEventDestroy_v2");
     find(api.EventRecord, "cuEventRecord")(api.EventSynchronize, "cuEventSynchronize");
     find(api.LaunchKernel, "cuLaunchKernel");

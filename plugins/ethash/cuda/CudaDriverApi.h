@@ -16,8 +16,15 @@ struct CudaEventObject;
 
 inline constexpr CudaResult kCudaSuccess = 0;
 inline constexpr CudaResult kCudaOutOfMemory = 2;
+inline constexpr CudaResult kCudaNotReady = 600;
 
-enum class CudaAttribute : std::int32_t { MultiProcessors = 16 };
+enum class CudaAttribute : std::int32_t {
+    ClockKilohertz = 13,
+    MultiProcessors = 16,
+    MemoryClockKilohertz = 36,
+    CapabilityMajor = 75,
+    CapabilityMinor = 76,
+};
 enum class CudaLimit : std::int32_t { MaxL2FetchGranularity = 5 };
 enum class CudaJitOption : std::int32_t { ErrorLogBuffer = 5, ErrorLogBufferBytes = 6 };
 
@@ -54,12 +61,17 @@ struct CudaDriverApi {
     CudaResult (*MemHostGetDevicePointer)(CudaAddress* address, void* memory, unsigned flags);
     CudaResult (*MemFreeHost)(void* memory);
     CudaResult (*MemcpyHtoD)(CudaAddress to, const void* from, std::size_t bytes);
+    CudaResult (*MemcpyHtoDAsync)(CudaAddress to, const void* from, std::size_t bytes, CudaStreamObject* stream);
     CudaResult (*MemcpyDtoH)(void* to, CudaAddress from, std::size_t bytes);
     CudaResult (*MemcpyDtoDAsync)(CudaAddress to, CudaAddress from, std::size_t bytes, CudaStreamObject* stream);
     CudaResult (*MemsetD8)(CudaAddress address, std::uint8_t value, std::size_t bytes);
 
+    CudaResult (*MemsetD8Async)(CudaAddress address, std::uint8_t value, std::size_t bytes, CudaStreamObject* stream);
+
     CudaResult (*StreamCreate)(CudaStreamObject** stream, unsigned flags);
     CudaResult (*StreamDestroy)(CudaStreamObject* stream);
+    CudaResult (*StreamQuery)(
+        CudaStreamObject* stream);  // kCudaNotReady while something is queued; hands on what was queued
     CudaResult (*EventCreate)(CudaEventObject** event, unsigned flags);
     CudaResult (*EventDestroy)(CudaEventObject* event);
     CudaResult (*EventRecord)(CudaEventObject* event, CudaStreamObject* stream);
