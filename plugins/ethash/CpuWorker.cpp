@@ -50,7 +50,7 @@ void CCpuWorker::HashBatch() {
     const std::size_t count = m_cursor.Take(nonces);
     const CJobBoard::View& view = m_cursor.View();
     const EthashWork& work = *view.work;
-    const EthashAbort abort{m_board->Generation(), view.generation};
+    const EthashAbort abort{m_board->CleanGeneration(), view.clean};
     if (!HashimotoBatch(*work.cache, work.job.header, std::span(nonces).first(count), results, &abort)) return;
 
     const Hash256 target = work.job.target;

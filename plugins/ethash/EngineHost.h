@@ -14,6 +14,8 @@ class IEngineHost {
     virtual std::string Narrow(std::wstring_view text) = 0;
     // Called first on each thread that keeps a CPU core busy.
     virtual void HashingThreadStarted() = 0;
+    // Called first on each thread that feeds a card: it sleeps most of the time, and has to run at once when a grid ends.
+    virtual void CardThreadStarted() = 0;
     // A thread had to be given up: its code must stay until the process ends.
     virtual void KeepCodeLoaded() = 0;
 };

@@ -16,7 +16,8 @@ using Hash512 = std::array<std::uint8_t, 64>;
 enum class EthashVariant : std::int32_t { Etchash, Ethash, Ubqhash };
 
 // What an epoch is made of. epoch counts 30,000 blocks (Etchash from block 11,700,000: 60,000) and drives the sizes;
-// seedIndex is how often the seed was hashed, by which a pool's seed is recognised.
+// seedIndex is how often the seed was hashed that the light cache is made from. A long epoch of Etchash spans two steps of
+// the seed chain and is made from the first.
 struct EthashEpoch {
     std::uint32_t epoch = 0;
     std::uint32_t seedIndex = 0;
@@ -25,8 +26,8 @@ struct EthashEpoch {
 };
 
 EthashEpoch EpochOfBlock(EthashVariant variant, std::uint64_t block);
-// The epoch that a pool's seed belongs to; nothing when the seed is none of the first 2048 of the chain (or, for Etchash,
-// an odd one beyond the change).
+// The epoch that a pool's seed belongs to, be it the second of a long epoch; nothing when the seed is none of the first 2048
+// of the chain.
 std::optional<EthashEpoch> EpochOfSeed(EthashVariant variant, const Hash256& seed);
 Hash256 SeedOfIndex(std::uint32_t seedIndex);
 
@@ -40,7 +41,7 @@ EpochAndSeed NextEpoch(EthashVariant variant, const EthashEpoch& epoch, const Ha
 // The light cache of one epoch: 16 MiB and up, made in a fraction of a second. Immutable; shared between threads.
 class CEthashCache {
   public:
-    // Made from the seed itself, as received. cancelled (may be null) is looked at now and then; null is returned when set.
+    // seed: the one of epoch.seedIndex. cancelled (may be null) is looked at now and then; null is returned when set.
     static std::shared_ptr<const CEthashCache> Make(EthashVariant variant, const EthashEpoch& epoch, const Hash256& seed,
                                                     const std::atomic<bool>* cancelled);
     const EthashEpoch& Epoch() const;

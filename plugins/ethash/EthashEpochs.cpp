@@ -64,8 +64,7 @@ std::optional<EthashEpoch> EpochOfSeed(EthashVariant variant, const Hash256& see
         candidate = Keccak256(candidate);
     }
     if (!HasLongEpochs(variant, index)) return Describe(index, index);
-    if (index % 2 != 0) return std::nullopt;
-    return Describe(index / 2, index);
+    return Describe(index / 2, index - index % 2);
 }
 
 Hash256 SeedOfIndex(std::uint32_t seedIndex) {

@@ -100,6 +100,7 @@ ParsedJob ParseEthashJob(const StratumWorkBlock& block) {
     parsed.job.dialect = static_cast<EthashDialect>(block.protocolMode);
     parsed.job.jobId = SlotText(block.jobId);
     if (parsed.job.jobId.empty()) return parsed;
+    parsed.job.cleans = parsed.job.dialect == EthashDialect::EthProxy || block.cleanJobs != 0;
     const char* const problem = ReadFields(block, parsed.job);
     parsed.state = problem == nullptr ? JobState::Ready : JobState::Malformed;
     if (problem != nullptr) parsed.problem = problem;

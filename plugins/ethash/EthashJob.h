@@ -27,9 +27,10 @@ struct EthashJob {
     Hash256 seed{};
     Hash256 target{};  // most significant byte first: a hash up to and including it is a share
     NonceSpace nonces;
+    bool cleans = true;  // the pool takes no more shares of the jobs before
 
     bool operator==(const EthashJob&) const = default;
-    // Equal but for the target: what was hashed for one counts for the other.
+    // Equal but for the target and what becomes of earlier jobs: what was hashed for one counts for the other.
     bool IsSameWork(const EthashJob& other) const;
 };
 

@@ -16,6 +16,7 @@ class CExecutableHost final : public IEngineHost {
     void Log(std::string_view text) override;
     std::string Narrow(std::wstring_view text) override;
     void HashingThreadStarted() override;
+    void CardThreadStarted() override;
     void KeepCodeLoaded() override;
 
   private:

@@ -54,9 +54,14 @@ void CMiningEngine::Update(std::uint32_t message, const StratumWorkBlock* block)
     if (block != m_block) return;
     const bool isReplay = std::exchange(m_justActivated, false);
     const bool isNiceHash = block != nullptr && block->protocolMode == static_cast<std::int32_t>(EthashDialect::NiceHash);
+    const bool isLogin = message == QV_MSG_LOGGED_IN && !isReplay;
+    if (isLogin) {
+        const std::lock_guard lock(m_lock);
+        ++m_cleanId;
+    }
     if (!isNiceHash || message == QV_MSG_NEW_JOB) {
         Follow();
-    } else if (message == QV_MSG_LOGGED_IN && !isReplay) {
+    } else if (isLogin) {
         DropWork();
     }
 }
@@ -94,7 +99,8 @@ void CMiningEngine::Follow() {
              .session = copy.session,
              .cache = nullptr,
              .nonceBase = 0,
-             .searchId = 0});
+             .searchId = 0,
+             .cleanId = 0});
 }
 
 void CMiningEngine::Refuse(const ParsedJob& parsed) {
@@ -113,6 +119,7 @@ bool CMiningEngine::KnowSeed(const Hash256& seed) {
     if (!m_epoch || seed != m_seed) {
         m_seed = seed;
         m_epoch = EpochOfSeed(m_store.Variant(), seed);
+        if (m_epoch) m_epochSeed = SeedOfIndex(m_epoch->seedIndex);
     }
     return m_epoch.has_value();
 }
@@ -121,7 +128,7 @@ void CMiningEngine::SetWork(EthashWork work) {
     if (PublishOrWait(std::move(work))) {
         if (m_hashing.preparesNextEpoch) PrepareNextEpoch();
     } else {
-        m_maker.Make(*m_epoch, m_seed);
+        m_maker.Make(*m_epoch, m_epochSeed);
     }
 }
 
@@ -129,22 +136,23 @@ void CMiningEngine::SetWork(EthashWork work) {
 // which may be about to take it.
 bool CMiningEngine::PublishOrWait(EthashWork work) {
     const std::lock_guard lock(m_lock);
-    work.cache = m_store.Find(*m_epoch, m_seed);
+    work.cache = m_store.Find(*m_epoch, m_epochSeed);
     if (work.cache != nullptr) {
         m_waiting.reset();
         PublishLocked(std::move(work));
         return true;
     }
     m_waiting = std::move(work);
+    m_waitingEpoch = m_epoch->epoch;
     if (m_current != nullptr) m_board->Publish(nullptr);
     m_current = nullptr;
     return false;
 }
 
 void CMiningEngine::PrepareNextEpoch() {
-    if (m_preparedAfter == m_seed) return;
-    m_preparedAfter = m_seed;
-    const auto [epoch, seed] = NextEpoch(m_store.Variant(), *m_epoch, m_seed);
+    if (m_preparedAfter == m_epoch->epoch) return;
+    m_preparedAfter = m_epoch->epoch;
+    const auto [epoch, seed] = NextEpoch(m_store.Variant(), *m_epoch, m_epochSeed);
     m_maker.Make(epoch, seed);
 }
 
@@ -157,10 +165,17 @@ void CMiningEngine::DropWork() {
 
 void CMiningEngine::CacheMade(const std::shared_ptr<const CEthashCache>& cache) {
     const std::lock_guard lock(m_lock);
-    if (!m_waiting || m_waiting->job.seed != cache->Seed()) return;
+    if (!m_waiting || m_waitingEpoch != cache->Epoch().epoch) return;
     EthashWork work = *std::exchange(m_waiting, std::nullopt);
     work.cache = cache;
     PublishLocked(std::move(work));
+}
+
+bool CMiningEngine::CleansLocked(const EthashWork& work) const {
+    const EthashWork* const current = m_current.get();
+    return current == nullptr || work.job.cleans || current->block != work.block || current->session != work.session ||
+           current->job.dialect != work.job.dialect || current->job.nonces != work.job.nonces ||
+           current->cache->Epoch().epoch != work.cache->Epoch().epoch;
 }
 
 void CMiningEngine::PublishLocked(EthashWork work) {
@@ -168,6 +183,8 @@ void CMiningEngine::PublishLocked(EthashWork work) {
     const bool sameSearch = current != nullptr && current->block == work.block && current->session == work.session &&
                             current->job.IsSameWork(work.job);
     if (sameSearch && current->job.target == work.job.target) return;  // the replay of what is being hashed
+    if (!sameSearch && CleansLocked(work)) ++m_cleanId;
+    work.cleanId = m_cleanId;
     work.searchId = sameSearch ? current->searchId : ++m_searches;
     work.nonceBase = sameSearch ? current->nonceBase : m_random();
     m_current = std::make_shared<const EthashWork>(std::move(work));

@@ -34,6 +34,9 @@ class CMiningEngine {
     //
     // In the NiceHash dialect target and extranonce hold from the next job on, so their messages change nothing by
     // themselves, and a login ends the work: the job that is still in the block is one of the connection before.
+    //
+    // Of the jobs before, what runs is finished and sent as long as none of the following comes: a job whose clean flag is
+    // set (in EthProxy, which has none, any), another block, session, dialect, epoch or room for nonces, a login, no work.
     void Update(std::uint32_t message, const StratumWorkBlock* block);
 
     // Ends all threads; idempotent. Nothing that was handed over is touched afterwards.
@@ -49,6 +52,7 @@ class CMiningEngine {
     bool PublishOrWait(EthashWork work);
     void DropWork();
     void CacheMade(const std::shared_ptr<const CEthashCache>& cache);
+    bool CleansLocked(const EthashWork& work) const;
     void PublishLocked(EthashWork work);
 
     CCacheStore& m_store;
@@ -58,14 +62,17 @@ class CMiningEngine {
     bool m_justActivated = false;  // a login that is announced right after belongs to the replay
     bool m_stopped = false;
     std::string m_lastLine;  // the latest refusal: not repeated at each message of one job
-    Hash256 m_seed{};        // the latest seed seen, and its epoch when it has one
+    Hash256 m_seed{};        // the latest seed seen, as received, and its epoch when it has one
     std::optional<EthashEpoch> m_epoch;
-    std::optional<Hash256> m_preparedAfter;  // the seed whose successor's cache was asked for last
+    Hash256 m_epochSeed{};                         // that this epoch's cache is made from
+    std::optional<std::uint32_t> m_preparedAfter;  // the epoch whose successor's cache was asked for last
 
     std::mutex m_lock;                            // guards the following: the cache maker's thread publishes, too
     std::optional<EthashWork> m_waiting;          // for its cache
+    std::uint32_t m_waitingEpoch = 0;             // of that cache
     std::shared_ptr<const EthashWork> m_current;  // on the board
     std::uint64_t m_searches = 0;
+    std::uint64_t m_cleanId = 0;
     std::mt19937_64 m_random{std::random_device{}()};
 
     const HashingKind m_hashing;

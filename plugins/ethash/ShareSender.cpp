@@ -23,12 +23,12 @@ std::wstring_view TextBehind(const wchar_t* const& pointer) {
 void CShareSender::Found(const CJobBoard::View& seen, std::uint64_t nonce, const EthashResult& result) {
     const CJobBoard::View now = m_board.Current();
     if (now.generation != seen.generation) {
-        const bool sameSearch = now.work != nullptr && now.work->searchId == seen.work->searchId;
-        if (!sameSearch) {
+        if (now.work == nullptr || now.work->cleanId != seen.work->cleanId) {
             if (!m_board.IsClosed()) m_recorder.CountStale();
             return;
         }
-        if (result.final > now.work->job.target) return;
+        const bool sameSearch = now.work->searchId == seen.work->searchId;
+        if (sameSearch && result.final > now.work->job.target) return;
     }
     if (Send(*seen.work, nonce, result.mix)) m_recorder.ShareSent();
 }

@@ -11,7 +11,9 @@ class CShareSender {
     CShareSender(std::int32_t cudaId, const CJobBoard& board, IEngineHost& host, CSpeedRecorder& recorder)
         : m_cudaId(cudaId), m_board(board), m_host(host), m_recorder(recorder) {}
 
-    // A nonce whose hash meets the target of the work seen, which may no longer be the present one.
+    // A nonce whose hash meets the target of the work seen, which may no longer be the present one: it is sent with the job
+    // it was found for as long as that job's clean id holds, and is stale after that. A newer target of the same search
+    // decides.
     void Found(const CJobBoard::View& seen, std::uint64_t nonce, const EthashResult& result);
 
   private:

@@ -1,8 +1,16 @@
 #include "ethash_cuda/CardDesk.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <utility>
+
+namespace {
+
+constexpr std::chrono::seconds kMostPerLook{1};
+constexpr std::chrono::seconds kAsleep{5};  // what has not been looked at for so long has slept, or was kept from running
+
+}  // namespace
 
 CCardDesk::CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host, bool afterTrouble)
     : m_cudaId(place.gpu.cudaId),
@@ -11,8 +19,12 @@ CCardDesk::CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> 
       m_statistics(place.gpu.statistics),
       m_recorder(place.gpu.statistics),
       m_sender(place.gpu.cudaId, *m_board, host, m_recorder),
-      m_inTrouble(afterTrouble),
-      m_late(Clock::now() + std::chrono::minutes(1)) {}
+      m_inTrouble(afterTrouble) {}
+
+void CCardDesk::Started() {
+    const std::lock_guard lock(m_lock);
+    if (!m_closed) m_host.CardThreadStarted();
+}
 
 void CCardDesk::Log(const std::string& text) {
     const std::lock_guard lock(m_lock);
@@ -33,7 +45,7 @@ void CCardDesk::Hashed(std::uint64_t hashes, std::uint64_t solutions) {
     const std::lock_guard lock(m_lock);
     if (m_closed) return;
     const auto now = Clock::now();
-    if (m_hashing) m_hashed += now - m_lastHash;
+    if (m_hashing) m_hashed += std::min<Clock::duration>(now - m_lastHash, kAsleep);
     m_lastHash = now;
     m_hashing = true;
     if (hashes > 0 && std::exchange(m_inTrouble, false)) {
@@ -69,7 +81,8 @@ void CCardDesk::HardwareError(std::uint64_t nonce) {
 
 void CCardDesk::Beat(Clock::duration allowance) {
     const std::lock_guard lock(m_lock);
-    m_late = Clock::now() + allowance;
+    m_allowance = allowance;
+    m_waited = {};
 }
 
 void CCardDesk::SetGenerationWord(unsigned* word) {
@@ -93,7 +106,7 @@ void CCardDesk::Close() {
 void CCardDesk::TellGeneration() {
     const std::lock_guard lock(m_lock);
     if (m_generationWord == nullptr) return;
-    const auto generation = static_cast<unsigned>(m_board->Generation().load(std::memory_order_acquire));
+    const auto generation = static_cast<unsigned>(m_board->CleanGeneration().load(std::memory_order_acquire));
     std::atomic_ref(*m_generationWord).store(generation, std::memory_order_release);
 }
 
@@ -105,12 +118,16 @@ CCardDesk::Clock::duration CCardDesk::HashedTime() {
 bool CCardDesk::Look(Clock::time_point now) {
     const std::lock_guard lock(m_lock);
     if (m_closed) return true;
+    const Clock::duration since = now - std::exchange(m_lastLook, now);
+    m_waited += std::min<Clock::duration>(since, kMostPerLook);
+    // The speed begins anew instead of being spread over the sleep.
+    if (since > kAsleep) m_hashing = false;
     if (m_hashing) {
         m_recorder.Hashed(0, 0, now);
     } else {
         m_recorder.Idle(now);
     }
-    return now < m_late;
+    return m_waited < m_allowance;
 }
 
 std::optional<CardEnd> CCardDesk::WaitForEnd(Clock::time_point deadline) {

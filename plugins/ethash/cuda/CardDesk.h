@@ -30,12 +30,15 @@ class CCardDesk {
 
     // The records and services of place and host are touched until the desk is closed. afterTrouble: the log said last that
     // the card does not hash.
-    CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host, bool afterTrouble);
+    CCardDesk(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host,
+              bool afterTrouble = false);
 
     const CJobBoard& Board() const { return *m_board; }
 
     // The card's thread. -------------------------------------------------------------------------------------------------
     bool IsClosed() const { return m_closed.load(std::memory_order_acquire); }
+    // To be called first.
+    void Started();
     // One line in the main log, about this card.
     void Log(const std::string& text);
     // The same for why the card does not hash; said again only when the text has changed. The log is told when it hashes.
@@ -45,21 +48,22 @@ class CCardDesk {
     // Nonces that meet, or on the CPU do not meet, the target.
     void Found(const CJobBoard::View& seen, std::uint64_t nonce, const EthashResult& result);
     void HardwareError(std::uint64_t nonce);
-    // The thread gets on; it may take so long until the next time.
+    // The thread gets on; it may take so long until the next time, of the time in which the PC is awake.
     void Beat(Clock::duration allowance);
     // Where a running grid looks whether it still matters; null: nowhere.
     void SetGenerationWord(unsigned* word);
     void End(CardEnd end);
 
     // Both.
-    // A running grid is told the board's present generation.
+    // A running grid is told since when its work is worthless.
     void TellGeneration();
 
     // The worker. --------------------------------------------------------------------------------------------------------
     void Close();
     // For how long the card has hashed.
     Clock::duration HashedTime();
-    // Keeps the speed up to date while the thread waits. False when it has waited for longer than it was allowed.
+    // Several times a second: keeps the speed up to date while the thread waits. False when it has waited for longer than it
+    // was allowed. The clock goes on while the PC sleeps: what lies between two looks counts for a second at most.
     bool Look(Clock::time_point now);
     // What the thread ended with; nothing when that takes longer.
     std::optional<CardEnd> WaitForEnd(Clock::time_point deadline);
@@ -82,7 +86,9 @@ class CCardDesk {
     Clock::duration m_hashed{};
     bool m_inTrouble;
     std::string m_trouble;
-    Clock::time_point m_late;  // from then on the thread is taken for stuck
+    Clock::duration m_allowance{std::chrono::minutes(1)};  // having waited for so long the thread is taken for stuck
+    Clock::duration m_waited{};
+    Clock::time_point m_lastLook{Clock::now()};
     unsigned* m_generationWord = nullptr;
     std::optional<CardEnd> m_end;
 };

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "ethash/LogText.h"
 
@@ -15,7 +16,6 @@ using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr std::chrono::seconds kBetweenProgressLines{5};
-constexpr unsigned kCheckedItems = 256;
 
 std::string EpochText(const EthashEpoch& epoch) {
     return "the dataset of epoch " + std::to_string(epoch.epoch);
@@ -24,11 +24,17 @@ std::string EpochText(const EthashEpoch& epoch) {
 }  // namespace
 
 CCardRun::CCardRun(const CudaDriverApi& api, std::int32_t cudaId, std::uint32_t part, std::uint32_t parts, CCardDesk& desk,
-                   const CardPatience& patience)
-    : m_api(api), m_cudaId(cudaId), m_desk(desk), m_patience(patience), m_cursor(desk.Board(), part, parts) {}
+                   const CardPatience& patience, bool othersStuck)
+    : m_api(api),
+      m_cudaId(cudaId),
+      m_desk(desk),
+      m_patience(patience),
+      m_othersStuck(othersStuck),
+      m_cursor(desk.Board(), part, parts) {}
 
 CardEnd CCardRun::Run() {
     using enum CardEnd::Kind;
+    m_desk.Started();
     try {
         m_desk.Beat(m_patience.opening);
         const CCudaContext context(m_api, m_cudaId);
@@ -44,7 +50,9 @@ CardEnd CCardRun::Run() {
         Drain(card);
         return {Stopped, {}};
     } catch (const CCudaError& error) {
-        if (error.IsPermanent()) return {Unusable, std::string("the driver cannot run the kernels: ") + error.what()};
+        if (const char* const advice = error.Advice()) {
+            return {Unusable, std::string("the driver cannot run the kernels: ") + error.what() + "; " + advice};
+        }
         return {Lost, error.what()};
     } catch (const std::runtime_error& error) {
         return {Unusable, error.what()};
@@ -76,13 +84,18 @@ void CCardRun::Rest(Card& card) {
 
 bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
     const CEthashCache& cache = *m_cursor.View().work->cache;
-    if (card.dataset.IsThere() && card.dataset.Seed() == cache.Seed()) return true;
-    if (m_refused == cache.Seed() && Clock::now() < m_tryAgain) return false;
+    const EthashEpoch& epoch = cache.Epoch();
+    if (card.dataset.IsOf(epoch)) return true;
+    if (card.spare.IsOf(epoch)) {
+        std::swap(card.dataset, card.spare);
+        m_desk.Log(EpochText(epoch) + " was kept");
+        return true;
+    }
+    if (m_refused == epoch.epoch && Clock::now() < m_tryAgain) return false;
     Drain(card);
     m_desk.Idle();
-    card.dataset.Drop();
     try {
-        if (HasRoom(context, cache.Epoch())) {
+        if (MakeRoom(context, card, epoch)) {
             const bool built = BuildChecked(card, cache);
             m_refused.reset();
             // When it gave up, or while it was made, other work came.
@@ -90,15 +103,32 @@ bool CCardRun::HasDataset(const CCudaContext& context, Card& card) {
         }
     } catch (const CCudaError& error) {
         if (error.Result() != kCudaOutOfMemory) throw;
-        m_desk.LogTrouble("not hashing: " + EpochText(cache.Epoch()) + " does not fit into its memory; " + TriedAgainText());
+        card.dataset.Drop();
+        if (card.spare.IsThere()) {
+            card.spare.Drop();
+            return false;  // the next step tries it without
+        }
+        m_desk.LogTrouble("not hashing: " + EpochText(epoch) + " does not fit into its memory; " + TriedAgainText());
     }
-    m_refused = cache.Seed();
+    m_refused = epoch.epoch;
     m_tryAgain = Clock::now() + m_patience.memory;
     return false;
 }
 
+// The present dataset becomes the spare one if the new one has room beside it.
+bool CCardRun::MakeRoom(const CCudaContext& context, Card& card, const EthashEpoch& epoch) {
+    card.spare.Drop();
+    if (card.dataset.IsThere() && context.GetMemory().freeBytes >= CCudaDataset::MemoryNeeded(epoch)) {
+        std::swap(card.dataset, card.spare);
+        return true;
+    }
+    card.dataset.Drop();
+    return HasRoom(context, epoch);
+}
+
 std::string CCardRun::TriedAgainText() const {
-    return "tried again every " + SecondsText(m_patience.memory);
+    const char* const holder = m_othersStuck ? "a thread of the card that is stuck may hold some; " : "";
+    return holder + ("tried again every " + SecondsText(m_patience.memory));
 }
 
 bool CCardRun::HasRoom(const CCudaContext& context, const EthashEpoch& epoch) {
@@ -112,39 +142,47 @@ bool CCardRun::HasRoom(const CCudaContext& context, const EthashEpoch& epoch) {
 }
 
 bool CCardRun::BuildChecked(Card& card, const CEthashCache& cache) {
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        if (!Build(card, cache)) return false;
-        const unsigned wrong = card.dataset.CountWrong(cache, kCheckedItems, m_random);
-        if (wrong == 0) return true;
-        m_desk.Log(std::to_string(wrong) + " of " + std::to_string(kCheckedItems) + " items of " + EpochText(cache.Epoch()) +
-                   " are wrong");
+    if (!Build(card, cache)) return false;
+    const std::vector<unsigned> wrong = card.dataset.WrongGrids(cache, m_random);
+    if (wrong.empty()) return true;
+    const std::string name = EpochText(cache.Epoch());
+    m_desk.Log(std::to_string(wrong.size()) + " of the " + std::to_string(card.dataset.Grids()) + " parts of " + name +
+               " are wrong: made again");
+    if (!card.dataset.Rebuild(cache, wrong, ProgressOf(cache.Epoch()))) return false;
+    if (!card.dataset.WrongGrids(cache, m_random).empty()) {
+        throw std::runtime_error("its memory does not keep what is written: less overclocking may help");
     }
-    throw std::runtime_error("its memory does not keep what is written: less overclocking may help");
+    m_desk.Log(name + " is right now");
+    return true;
 }
 
 bool CCardRun::Build(Card& card, const CEthashCache& cache) {
-    const std::string name = EpochText(cache.Epoch());
+    const EthashEpoch& epoch = cache.Epoch();
+    const std::string name = EpochText(epoch);
     // Not said at each new try, so that the log's last word about the card stays why it does not hash.
-    if (m_refused != cache.Seed()) m_desk.Log("making " + name + " (" + MegabyteText(cache.Epoch().datasetBytes) + ")");
+    if (m_refused != epoch.epoch) m_desk.Log("making " + name + " (" + MegabyteText(epoch.datasetBytes) + ")");
     const auto begun = Clock::now();
-    auto nextLine = begun + kBetweenProgressLines;
-    const bool built = card.dataset.Build(cache, [&](double done) {
-        m_desk.Beat(m_patience.grid);
-        if (Clock::now() >= nextLine) {
-            m_desk.Log(name + ": " + std::to_string(static_cast<int>(done * 100)) + " %");
-            nextLine += kBetweenProgressLines;
-        }
-        return !IsOver() && StillWanted(cache.Seed());
-    });
+    const bool built = card.dataset.Build(cache, ProgressOf(epoch));
     if (built) m_desk.Log(name + " is done in " + DecimalText(Seconds(Clock::now() - begun).count()) + " s");
     return built;
 }
 
-bool CCardRun::StillWanted(const Hash256& seed) const {
+CCudaDataset::Progress CCardRun::ProgressOf(const EthashEpoch& epoch) {
+    return [this, epoch, nextLine = Clock::now() + kBetweenProgressLines](double done) mutable {
+        m_desk.Beat(m_patience.grid);
+        if (Clock::now() >= nextLine) {
+            m_desk.Log(EpochText(epoch) + ": " + std::to_string(static_cast<int>(done * 100)) + " %");
+            nextLine = Clock::now() + kBetweenProgressLines;
+        }
+        return !IsOver() && StillWanted(epoch);
+    };
+}
+
+bool CCardRun::StillWanted(const EthashEpoch& epoch) const {
     if (m_cursor.IsCurrent()) return true;
     // Without work for the moment it is likely to be the same epoch's again.
     const CJobBoard::View now = m_desk.Board().Current();
-    return now.work == nullptr || now.work->job.seed == seed;
+    return now.work == nullptr || now.work->cache->Epoch().epoch == epoch.epoch;
 }
 
 // ---- The search ----------------------------------------------------------------------------------------------------------
@@ -176,7 +214,7 @@ void CCardRun::LaunchNext(Card& card, std::size_t slot) {
                         .target = job.target,
                         .nonces = nonces,
                         .variant = variant,
-                        .generation = static_cast<unsigned>(view.generation)});
+                        .generation = static_cast<unsigned>(view.clean)});
     m_inFlight[slot] = {view, variant, Clock::now()};
 }
 
@@ -204,9 +242,11 @@ void CCardRun::Measure(Card& card, const InFlight& grid, const SearchOutcome& ou
     if (outcome.stopped) return;
     card.sizer.Ran(outcome.hashes, time);
     if (!card.trial.Ran(grid.variant, outcome.hashes, time)) return;
-    const unsigned best = card.trial.Current();
-    m_desk.Log(std::to_string(kSearchVariants[best]) +
-               " hashes in flight are the fastest: " + DecimalText(card.trial.Speed(best) / 1e6) + " MH/s");
+    std::string speeds;
+    for (unsigned variant = 0; variant < std::size(kSearchVariants); ++variant)
+        speeds += " " + std::to_string(kSearchVariants[variant]) + ": " + DecimalText(card.trial.Speed(variant) / 1e6) + ",";
+    m_desk.Log("MH/s by hashes in flight:" + speeds + " " + std::to_string(kSearchVariants[card.trial.Current()]) +
+               " are kept");
 }
 
 void CCardRun::Account(const InFlight& grid, const SearchOutcome& outcome) {

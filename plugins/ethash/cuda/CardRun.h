@@ -27,9 +27,9 @@ struct CardPatience {
 // verified on the CPU before it is sent.
 class CCardRun {
   public:
-    // desk and api outlive the run.
+    // desk and api outlive the run. othersStuck: earlier threads of the card have not ended and may hold memory of it.
     CCardRun(const CudaDriverApi& api, std::int32_t cudaId, std::uint32_t part, std::uint32_t parts, CCardDesk& desk,
-             const CardPatience& patience);
+             const CardPatience& patience, bool othersStuck);
 
     // Until the board is closed or the card fails. Called once.
     CardEnd Run();
@@ -37,8 +37,10 @@ class CCardRun {
   private:
     // The card as long as it is open.
     struct Card {
-        explicit Card(const CCudaContext& context) : dataset(context), search(context), sizer(context.MultiProcessors()) {}
+        explicit Card(const CCudaContext& context)
+            : dataset(context), spare(context), search(context), sizer(context.MultiProcessors()) {}
         CCudaDataset dataset;
+        CCudaDataset spare;  // the one before, kept where both have room: its coin comes back after the developer's period
         CCudaSearch search;
         CGridSizer sizer;
         CVariantTrial trial;
@@ -55,10 +57,12 @@ class CCardRun {
 
     bool HasDataset(const CCudaContext& context, Card& card);
     std::string TriedAgainText() const;
+    bool MakeRoom(const CCudaContext& context, Card& card, const EthashEpoch& epoch);
     bool HasRoom(const CCudaContext& context, const EthashEpoch& epoch);
     bool BuildChecked(Card& card, const CEthashCache& cache);
     bool Build(Card& card, const CEthashCache& cache);
-    bool StillWanted(const Hash256& seed) const;
+    CCudaDataset::Progress ProgressOf(const EthashEpoch& epoch);
+    bool StillWanted(const EthashEpoch& epoch) const;
 
     void Pump(Card& card);
     void LaunchNext(Card& card, std::size_t slot);
@@ -72,10 +76,11 @@ class CCardRun {
     const std::int32_t m_cudaId;
     CCardDesk& m_desk;
     const CardPatience m_patience;
+    const bool m_othersStuck;
     std::mt19937_64 m_random{std::random_device{}()};
 
     CWorkCursor m_cursor;
-    std::optional<Hash256> m_refused;  // the seed whose dataset the card had no room for
+    std::optional<std::uint32_t> m_refused;  // the epoch whose dataset the card had no room for
     std::chrono::steady_clock::time_point m_tryAgain;
     InFlight m_inFlight[CCudaSearch::kSlots];
     std::size_t m_nextSlot = 0;

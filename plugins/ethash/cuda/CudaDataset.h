@@ -2,11 +2,14 @@
 #include <cstdint>
 #include <functional>
 #include <random>
-#include "ethash/Ethash.h"
+#include <span>
+#include <vector>
+#include "ethash/EthashItems.h"
 #include "ethash_cuda/CudaMemory.h"
 #include "ethash_cuda/CudaStream.h"
 
-// The dataset of one epoch in a card's memory. On the context's thread; gone before the context. Throws CCudaError.
+// The dataset of one epoch in a card's memory, made by grids of so many items. Can be swapped with another. On the context's
+// thread; gone before the context. Throws CCudaError.
 class CCudaDataset {
   public:
     // done: from 0 to 1. False: give up.
@@ -15,13 +18,20 @@ class CCudaDataset {
     // Bytes of card memory that building takes: dataset, light cache and a margin for the driver's own needs.
     static std::uint64_t MemoryNeeded(const EthashEpoch& epoch);
 
-    explicit CCudaDataset(const CCudaContext& context) : m_context(context), m_stream(context) {}
+    explicit CCudaDataset(const CCudaContext& context, unsigned itemsPerGrid = 1U << 18)
+        : m_context(&context), m_itemsPerGrid(itemsPerGrid) {}
 
     // Builds it from the light cache, in the place of the one before, whose memory is given back first. progress is called
     // about every ten milliseconds. False when it gave up: there is no dataset then.
     bool Build(const CEthashCache& cache, const Progress& progress);
     void Drop();
 
+    // The grids in which items differ from the CPU's: of the first one every 32nd is compared, of each other one the first,
+    // the last and four at random. With cards' usual 280 grids that are some 10,000 items: 30 to 50 ms of a CPU core.
+    std::vector<unsigned> WrongGrids(const CEthashCache& cache, std::mt19937_64& random) const;
+    // Makes these grids anew, from a fresh copy of the light cache. As Build otherwise.
+    bool Rebuild(const CEthashCache& cache, std::span<const unsigned> grids, const Progress& progress);
+    unsigned Grids() const;
     // How many of so many random items differ from the CPU's.
     unsigned CountWrong(const CEthashCache& cache, unsigned items, std::mt19937_64& random) const;
 
@@ -29,16 +39,19 @@ class CCudaDataset {
     // Of the dataset that is there.
     CudaAddress Address() const { return m_memory.Address(); }
     const EthashEpoch& Epoch() const { return m_epoch; }
-    const Hash256& Seed() const { return m_seed; }
+    bool IsOf(const EthashEpoch& epoch) const { return IsThere() && m_epoch.epoch == epoch.epoch; }
 
   private:
-    bool MakeItems(CudaAddress cache, const EthashEpoch& epoch, const Progress& progress);
+    unsigned Items() const;
+    unsigned ItemsOf(unsigned grid) const;
+    std::vector<std::uint32_t> Samples(unsigned grid, std::mt19937_64& random) const;
+    unsigned CountWrong(const CEthashCache& cache, std::span<const std::uint32_t> indices) const;
+    void Read(std::uint32_t first, std::span<EthashItem> items) const;
 
-    const CCudaContext& m_context;
-    CCudaStream m_stream;
+    const CCudaContext* m_context;
+    unsigned m_itemsPerGrid;
     CCudaMemory m_memory;
     EthashEpoch m_epoch;
-    Hash256 m_seed{};
 };
 
 // What a kernel needs to take remainders by this divisor, which is at least 2.

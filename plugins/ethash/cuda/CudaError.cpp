@@ -1,17 +1,34 @@
 #include "ethash_cuda/CudaError.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
-// No binary for the device, invalid PTX, unsupported PTX version, operation not supported.
-constexpr CudaResult kPermanent[] = {209, 218, 222, 801};
+struct LastingError {
+    CudaResult result;
+    const char* advice;
+};
+constexpr const char* kUpdate = "a newer driver is needed for this card and these kernels";
+constexpr LastingError kLasting[] = {
+    {34, "the CUDA library is a stub without a driver: install the NVIDIA driver"},
+    {200, "the driver does not take the kernels: update it"},
+    {209, kUpdate},
+    {218, "the driver does not understand the kernels: update it"},
+    {221, "the driver's JIT compiler library is missing: reinstall the driver"},
+    {222, kUpdate},
+    {223,
+     "the driver's JIT compiler is switched off: remove CUDA_DISABLE_PTX_JIT and CUDA_DISABLE_JIT from the environment"},
+    {500, "the kernels are not what the program expects: reinstall it"},
+    {801, "the card or its driver does not support this"},
+    {803, "the driver was changed while it was in use: restart the PC"},
+    {804, "the CUDA library is newer than the driver supports on this card: reinstall the driver"},
+};
 
 }  // namespace
 
-bool CCudaError::IsPermanent() const noexcept {
-    return std::find(std::begin(kPermanent), std::end(kPermanent), m_result) != std::end(kPermanent);
+const char* CCudaError::Advice() const noexcept {
+    for (const LastingError& each : kLasting) {
+        if (each.result == m_result) return each.advice;
+    }
+    return nullptr;
 }
 
 void CheckCuda(const CudaDriverApi& api, CudaResult result, const char* call) {

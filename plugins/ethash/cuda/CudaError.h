@@ -8,8 +8,8 @@ class CCudaError : public std::runtime_error {
   public:
     CCudaError(CudaResult result, const std::string& text) : std::runtime_error(text), m_result(result) {}
     CudaResult Result() const noexcept { return m_result; }
-    // The driver cannot run this code at all: trying again would not help.
-    bool IsPermanent() const noexcept;
+    // What a person can do about a driver that cannot run this code at all: trying again would not help. Null: it may.
+    const char* Advice() const noexcept;
 
   private:
     CudaResult m_result;

@@ -27,9 +27,9 @@ std::uint64_t TopOf(const Hash256& number) {
 }
 
 CCudaSearch::Slot::Slot(const CCudaContext& context)
-    : stream(context), results(context.Api()), progress(context.Api(), sizeof(EthashSearchProgress)) {
+    : results(context.Api()), progress(context.Api(), sizeof(EthashSearchProgress)), stream(context) {
     const CudaDriverApi& api = context.Api();
-    CheckCuda(api, api.MemsetD8(progress.Address(), 0, sizeof(EthashSearchProgress)), "cuMemsetD8");
+    CheckCuda(api, api.MemsetD8Async(progress.Address(), 0, sizeof(EthashSearchProgress), stream.Get()), "cuMemsetD8Async");
 }
 
 CCudaSearch::CCudaSearch(const CCudaContext& context) : m_context(context), m_generation(context.Api()) {

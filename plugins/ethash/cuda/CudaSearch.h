@@ -15,7 +15,7 @@ struct SearchOrder {
     Hash256 target{};
     NonceRun nonces;
     unsigned variant = 0;     // index into kSearchVariants
-    unsigned generation = 0;  // the grid stops when the generation word has another value
+    unsigned generation = 0;  // the grid stops when the generation word has another value: what made the order worthless
 };
 
 struct SearchOutcome {
@@ -48,9 +48,9 @@ class CCudaSearch {
   private:
     struct Slot {
         explicit Slot(const CCudaContext& context);
-        CCudaStream stream;
         CMappedValue<EthashSearchResults> results;
         CCudaMemory progress;
+        CCudaStream stream;
         unsigned ordered = 0;  // nonces; 0: free
     };
 

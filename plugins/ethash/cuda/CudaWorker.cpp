@@ -53,12 +53,14 @@ CardEnd CCudaWorker::RunCardOnce() {
     if (m_stuck.size() >= kMostStuck) {
         return {CardEnd::Kind::Lost, "its driver has not returned from " + std::to_string(m_stuck.size()) + " calls"};
     }
+    const bool othersStuck = !m_stuck.empty();
     const auto desk = std::make_shared<CCardDesk>(m_place, m_board, m_host, m_wasLost);
     std::thread thread;
     try {
-        thread =
-            std::thread([desk, &api = *m_driver.api, cudaId = m_place.gpu.cudaId, part = m_place.part, parts = m_place.parts,
-                         patience = m_patience] { desk->End(CCardRun(api, cudaId, part, parts, *desk, patience).Run()); });
+        thread = std::thread([desk, &api = *m_driver.api, cudaId = m_place.gpu.cudaId, part = m_place.part,
+                              parts = m_place.parts, patience = m_patience, othersStuck] {
+            desk->End(CCardRun(api, cudaId, part, parts, *desk, patience, othersStuck).Run());
+        });
     } catch (const std::system_error& error) {
         return {CardEnd::Kind::Lost, std::string("no thread for it: ") + error.what()};
     }
@@ -92,7 +94,11 @@ CardEnd CCudaWorker::Watch(CCardDesk& desk) const {
         generation = m_board->Current().generation;
     }
     desk.TellGeneration();
-    return desk.WaitForEnd(Clock::now() + m_patience.stopping).value_or(CardEnd{});
+    // By short waits: the clock goes on while the PC sleeps.
+    for (std::chrono::milliseconds waited{}; waited < m_patience.stopping; waited += kBetweenLooks) {
+        if (const auto end = desk.WaitForEnd(Clock::now() + kBetweenLooks)) return *end;
+    }
+    return {};
 }
 
 void CCudaWorker::Log(const std::string& text) {

@@ -265,6 +265,98 @@ TEST(EngineCaches, TheNextEpochsIsMadeAheadAndThenUsed) {
     EXPECT_EQ(host.collector.Log().size(), 6u) << "one was made twice";
 }
 
+TEST(EngineCaches, BothSeedsOfALongEpochMeanOneCacheFromTheFirst) {
+    CCacheStore store(EthashVariant::Etchash);
+    CFakeHost host;
+    QvGpuRecord gpu{};
+    QvGpuRecord* const gpus[] = {&gpu};
+    StratumWorkBlock block = EthProxyBlock(HeaderText(1), Digits(SeedOfIndex(391)), kEverything);
+    CMiningEngine engine(store, host, {MakeCpuWorker});
+    engine.SetGpus(gpus);
+    engine.Start();
+    engine.Activate(&block);
+    ASSERT_TRUE(host.collector.WaitForShares(1));
+    SetSlot(block.jobId, "0x" + HeaderText(2));
+    SetSlot(block.parameters[0], Digits(SeedOfIndex(390)));
+    engine.Update(QV_MSG_NEW_JOB, &block);
+    const auto ofSecond = [](const SentShare& share) { return share.Parameter(1) == "0x" + HeaderText(2); };
+    ASSERT_TRUE(host.collector.WaitForShares(1, ofSecond));
+    EXPECT_EQ(host.collector.Log().size(), 2u) << "made twice";
+    const auto cache = store.Find(EpochOfBlock(EthashVariant::Etchash, 11'700'000), SeedOfIndex(390));
+    ASSERT_NE(cache, nullptr);
+    EXPECT_EQ(cache->Seed(), SeedOfIndex(390));
+}
+
+// A worker that tells which publications made worthless what was hashed before.
+class CBoardReader final : public IHashWorker {
+  public:
+    explicit CBoardReader(std::shared_ptr<const CJobBoard> board) : m_board(std::move(board)) {}
+    bool Cleaned() {
+        const CJobBoard::View now = m_board->Current();
+        EXPECT_GT(now.generation, std::exchange(m_generation, now.generation)) << "nothing was published";
+        return std::exchange(m_clean, now.clean) != now.clean;
+    }
+
+  private:
+    const std::shared_ptr<const CJobBoard> m_board;
+    std::uint64_t m_generation = 0, m_clean = 0;
+};
+
+TEST(EngineJobs, WhatMakesEarlierJobsWorthless) {
+    const auto proxy = EthProxyBlock(HeaderText(1), kSeed, kEverything), nice = NiceHashBlock(HeaderText(1), kSeed, "01");
+    StratumWorkBlock plain = proxy;
+    plain.protocolMode = 1;
+    for (const int slot : {0, 1, 2})
+        SetSlot(plain.parameters[slot], slot == 0 ? HeaderText(1) : slot == 1 ? kSeed : kEverything);
+    const std::atomic<bool> never{false};
+    Store().Make(EpochOfBlock(EthashVariant::Etchash, 0), {}, never, [] {});
+    using Change = std::function<void(StratumWorkBlock&)>;
+    const Change clean = [](auto&block) { block.cleanJobs = 1; }, none = [](auto&) {};
+    const struct {
+        const char* what;
+        const StratumWorkBlock& base;
+        Change change;
+        bool cleans;
+        std::uint32_t before = QV_MSG_NEW_JOB;  // a message that comes first
+    } cases[] = {{"without the flag", nice, none, false},
+                 {"with the flag", nice, clean, true},
+                 {"plain", plain, none, false},
+                 {"plain with the flag", plain, clean, true},
+                 {"no flag in this dialect", proxy, none, true},
+                 {"another extranonce", nice, [](auto& block) { SetSlot(block.extranonce, "02"); }, true},
+                 {"less room for nonces", nice, [](auto& block) { SetSlot(block.extranonce, "0100"); }, true},
+                 {"another session", nice, [](auto& block) { block.session = &block; }, true},
+                 {"a login", plain, none, true, QV_MSG_LOGGED_IN},
+                 {"a login that drops the work", nice, none, true, QV_MSG_LOGGED_IN}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        CFakeHost host;
+        QvGpuRecord gpu{};
+        QvGpuRecord* const gpus[] = {&gpu};
+        CBoardReader* reader = nullptr;
+        CMiningEngine engine(Store(), host, {[&](const WorkerPlace&, const auto& board, IEngineHost&) {
+                                 auto made = std::make_unique<CBoardReader>(board);
+                                 reader = made.get();
+                                 return made;
+                             }});
+        engine.SetGpus(gpus);
+        engine.Start();
+        StratumWorkBlock block = each.base;
+        engine.Activate(&block);
+        engine.Update(QV_MSG_NEW_JOB, &block);
+        reader->Cleaned();
+        engine.Update(each.before, &block);
+        SetSlot(block.jobId, "0x" + HeaderText(2));
+        each.change(block);
+        engine.Update(QV_MSG_NEW_JOB, &block);
+        EXPECT_EQ(reader->Cleaned(), each.cleans);
+        block.target[0] = 0x7f;
+        if (block.protocolMode != 2) SetSlot(block.parameters[block.protocolMode + 1], "ff");
+        engine.Update(QV_MSG_NEW_JOB, &block);
+        EXPECT_FALSE(reader->Cleaned()) << "a new target alone";
+    }
+}
+
 // A worker that sees the closing of the board as just another publication must not wait for the next one.
 TEST(JobBoard, NobodyWaitsAtAClosedBoard) {
     CJobBoard board;
@@ -280,13 +372,14 @@ TEST(Worker, SolutionsOfAReplacedJobAreStale) {
         CEthashCache::Make(EthashVariant::Ethash,
                            {.epoch = 0, .seedIndex = 0, .cacheBytes = 64 * 1009, .datasetBytes = 128 * 10007}, {}, nullptr);
     const StratumWorkBlock block = EthProxyBlock(HeaderText(1), kSeed, kEverything);
-    const auto work = [&](std::uint8_t header, std::uint64_t search, std::uint8_t highestByte) {
+    const auto work = [&](std::uint8_t header, std::uint64_t search, std::uint8_t highestByte, std::uint64_t clean) {
         auto made = std::make_shared<EthashWork>();
         made->job = ParseEthashJob(EthProxyBlock(HeaderText(header), kSeed, kEverything)).job;
         made->job.target[0] = highestByte;
         made->block = &block;
         made->cache = cache;
         made->searchId = search;
+        made->cleanId = clean;
         return made;
     };
     struct Case {
@@ -295,9 +388,10 @@ TEST(Worker, SolutionsOfAReplacedJobAreStale) {
         std::size_t sent;
         std::uint64_t stale;
     };
-    const Case cases[] = {{"another job", work(2, 2, 0), 1, kBatchNonces - 1},
+    const Case cases[] = {{"another job", work(2, 2, 0, 2), 1, kBatchNonces - 1},
                           {"no job", nullptr, 1, kBatchNonces - 1},
-                          {"the same job, a harder target", work(1, 1, 0), 1, 0}};
+                          {"a job that lets the first be finished", work(2, 2, 0, 1), kBatchNonces, 0},
+                          {"the same job, a harder target", work(1, 1, 0, 1), 1, 0}};
     for (const Case& each : cases) {
         SCOPED_TRACE(each.what);
         CFakeHost host;
@@ -309,14 +403,16 @@ TEST(Worker, SolutionsOfAReplacedJobAreStale) {
         };
         {
             CCpuWorker worker({gpu, 0, 1}, board, host);
-            board->Publish(work(1, 1, 0xff));
-            EXPECT_TRUE(host.collector.WaitForShares(1));
+            board->Publish(work(1, 1, 0xff, 1));
+            EXPECT_TRUE(host.collector.WaitForShares(each.sent));
             EXPECT_TRUE(Eventually([&] { return each.stale == 0 || Read(gpu.statistics.stale) == each.stale; }));
             board->Close();
         }
         EXPECT_EQ(gpu.statistics.stale, each.stale);
         // Of the harder target every 256th hash or fewer may follow.
-        EXPECT_LE(host.collector.Shares().size(), each.next == nullptr ? each.sent : kBatchNonces / 2);
+        EXPECT_LE(host.collector.Shares().size(), each.next == nullptr ? each.sent : each.sent + kBatchNonces / 2);
+        for (std::size_t i = 0; i < each.sent; ++i)
+            EXPECT_EQ(host.collector.Shares()[i].Parameter(1), "0x" + HeaderText(1)) << "sent with another job";
     }
 }
 

@@ -22,12 +22,14 @@ class CFakeHost final : public IEngineHost {
         return narrow;
     }
     void HashingThreadStarted() override {}
+    void CardThreadStarted() override { ++cardThreads; }
     void KeepCodeLoaded() override { ++keptLoaded; }
 
     CCollector collector;
     std::function<void()> onSend;
     std::atomic<int> sendResult{0};
     std::atomic<int> keptLoaded{0};
+    std::atomic<int> cardThreads{0};
 };
 
 template <class Word>

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <memory>
+#include <random>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "FakeHost.h"
 #include "WorkBlocks.h"
@@ -48,6 +51,7 @@ class CudaWorker : public testing::Test {
         work->block = &m_block;
         work->cache = m_caches[epoch];
         work->searchId = header;
+        work->cleanId = header;
         work->nonceBase = 1000;
         return work;
     }
@@ -81,6 +85,7 @@ TEST_F(CudaWorker, SendsVerifiedSolutionsOfEachNonceOnceAndKeepsTheStatistics) {
     m_board->Publish(Work(2));
     m_board->Publish(Work(2, 0x0f));  // a harder target goes on where the search is
     ASSERT_TRUE(WaitForShares(40));
+    EXPECT_EQ(m_host.cardThreads, 1);
     Stop();
     EXPECT_EQ(Speed(), 0u);
     EXPECT_TRUE(WaitForLog("GPU 3: the dataset of epoch 0 is done in "));
@@ -122,6 +127,99 @@ TEST_F(CudaWorker, SolutionsOfAReplacedJobAreStale) {
     EXPECT_EQ(SharesSent(), 1u);
 }
 
+TEST_F(CudaWorker, WhatIsFoundForAJobThatMayBeFinishedIsSentWithIt) {
+    const auto next = Work(2, 0xff);
+    next->cleanId = 1;
+    Start();
+    std::atomic<bool> replaced{false};
+    m_host.onSend = [&] {
+        if (!replaced.exchange(true)) m_board->Publish(next);
+    };
+    m_board->Publish(Work(1, 0xff));
+    const auto ofJob = [](std::uint8_t header) {
+        return [header](const SentShare& share) { return share.Parameter(1) == "0x" + HeaderText(header); };
+    };
+    EXPECT_TRUE(m_host.collector.WaitForShares(8, ofJob(1)));
+    EXPECT_TRUE(m_host.collector.WaitForShares(8, ofJob(2)));
+    EXPECT_EQ(Read(m_gpu.statistics.stale), 0u);
+}
+
+TEST_F(CudaWorker, TheDatasetBeforeIsKeptWhereBothHaveRoom) {
+    Start();
+    const auto alternate = [&](std::size_t first) {
+        for (std::uint8_t turn = 0; turn < 4; ++turn) {
+            m_board->Publish(Work(static_cast<std::uint8_t>(first + turn), kEasy, turn % 2));
+            const std::string header = "0x" + HeaderText(static_cast<std::uint8_t>(first + turn));
+            ASSERT_TRUE(
+                m_host.collector.WaitForShares(3, [&](const SentShare& share) { return share.Parameter(1) == header; }));
+        }
+    };
+    const auto builds = [&] {
+        const auto log = m_host.collector.Log();
+        return std::count_if(log.begin(), log.end(), [](auto& line) { return line.find(": making ") != line.npos; });
+    };
+    alternate(1);
+    EXPECT_EQ(builds(), 2);
+    m_fake.freeMemory = CCudaDataset::MemoryNeeded(m_caches[1]->Epoch());  // beside what is kept, too
+    alternate(11);
+    EXPECT_EQ(builds(), 2);
+    m_board->Publish(nullptr);
+    ASSERT_TRUE(Eventually([&] { return Speed() == 0; }));
+    Stop();
+    const std::size_t none = m_fake.Allocations();
+    EXPECT_EQ(none, 0u);
+}
+
+// Looked at as often as the thread that watches does, or after a sleep of the PC.
+TEST(CardDesk, ASleepIsNoStall) {
+    using std::chrono::seconds;
+    CFakeHost host;
+    QvGpuRecord gpu{};
+    CCardDesk desk({gpu, 0, 1}, std::make_shared<CJobBoard>(), host);
+    auto now = std::chrono::steady_clock::now() + seconds(1);
+    desk.Look(now);
+    desk.Beat(seconds(30));
+    EXPECT_TRUE(desk.Look(now += std::chrono::hours(8)));
+    for (int i = 0; i < 28; ++i)
+        EXPECT_TRUE(desk.Look(now += seconds(1)));
+    EXPECT_FALSE(desk.Look(now += seconds(1)));
+    desk.Beat(seconds(30));
+    EXPECT_TRUE(desk.Look(now));
+    desk.Hashed(1000, 0);
+    EXPECT_TRUE(desk.Look(now += std::chrono::hours(8)));
+    EXPECT_EQ(gpu.statistics.hashSpeed, 0u);
+}
+
+// A dataset of eleven grids, the last but one item long, on a card whose second launch of a grid may be as wrong as its
+// first.
+TEST_F(CudaWorker, EachGridOfADatasetIsChecked) {
+    const CCudaContext context(*m_fake.Driver().api, 0);
+    std::mt19937_64 random{7};
+    const auto goOn = [](double) { return true; };
+    for (unsigned spoiled = 0; spoiled < 11; ++spoiled) {
+        SCOPED_TRACE(spoiled);
+        std::atomic<bool> spoil{true};
+        m_fake.run = [&](std::string_view kernel, const void* parameters, unsigned blocks, unsigned) {
+            m_fake.RunOnCpu(kernel, parameters, blocks);
+            const auto& build = *static_cast<const EthashBuildParameters*>(parameters);
+            if (!spoil || build.firstItem != spoiled * 101) return;
+            std::memset(static_cast<char*>(build.dataset) + std::size_t{build.firstItem} * 64, 0, build.itemCount * 64);
+        };
+        CCudaDataset dataset(context, 101);
+        ASSERT_TRUE(dataset.Build(*m_caches[0], goOn));
+        EXPECT_EQ(dataset.Grids(), 11u);
+        const std::vector<unsigned> wrong = dataset.WrongGrids(*m_caches[0], random);
+        EXPECT_EQ(wrong, std::vector<unsigned>{spoiled});
+        ASSERT_TRUE(dataset.Rebuild(*m_caches[0], wrong, goOn));
+        EXPECT_EQ(dataset.WrongGrids(*m_caches[0], random), wrong);
+        spoil = false;
+        ASSERT_TRUE(dataset.Rebuild(*m_caches[0], wrong, goOn));
+        EXPECT_TRUE(dataset.WrongGrids(*m_caches[0], random).empty());
+        EXPECT_EQ(dataset.CountWrong(*m_caches[0], 1000, random), 0u);
+    }
+    m_fake.run = nullptr;
+}
+
 TEST_F(CudaWorker, ACardWithoutRoomForTheDatasetHashesWhenThereIsSome) {
     m_fake.freeMemory = CCudaDataset::MemoryNeeded(m_caches[0]->Epoch()) - 1;
     Start();
@@ -148,7 +246,7 @@ TEST_F(CudaWorker, AWrongDatasetIsMadeOnceMore) {
     Start();
     m_board->Publish(Work(1));
     ASSERT_TRUE(WaitForShares(1));
-    EXPECT_TRUE(WaitForLog("256 of 256 items of the dataset of epoch 0 are wrong"));
+    EXPECT_TRUE(WaitForLog("1 of the 1 parts of the dataset of epoch 0 are wrong: made again"));
 
     m_fake.spoiledBuilds = 2;
     m_board->Publish(Work(2, kEasy, 1));
@@ -172,7 +270,10 @@ TEST_F(CudaWorker, ADriverThatCannotRunTheCodeIsNotAskedAgain) {
     const struct {
         const char* function;
         CudaResult result;
-    } cases[] = {{"cuCtxCreate", 801}, {"cuModuleLoadDataEx", 218}, {"cuModuleLoadDataEx", 222}};
+        const char* advice;
+    } cases[] = {{"cuCtxCreate", 801, "support"},          {"cuModuleLoadDataEx", 218, "update"},
+                 {"cuModuleLoadDataEx", 221, "reinstall"}, {"cuModuleLoadDataEx", 222, "newer driver"},
+                 {"cuModuleLoadDataEx", 223, "PTX_JIT"},   {"cuCtxCreate", 803, "restart the PC"}};
     for (const auto& each : cases) {
         const unsigned before = m_fake.Calls(each.function);
         m_fake.Fail(each.function, each.result);
@@ -183,6 +284,7 @@ TEST_F(CudaWorker, ADriverThatCannotRunTheCodeIsNotAskedAgain) {
             CCudaWorker worker(m_fake.Driver(), {m_gpu, 0, 1}, board, host);
             EXPECT_TRUE(host.collector.WaitForLog(std::string("GPU 3: not hashing: the driver cannot run the kernels: ") +
                                                   each.function + ": as told"));
+            EXPECT_NE(host.collector.Log().back().find(each.advice), std::string::npos);
             board->Close();
         }
         EXPECT_EQ(m_fake.Calls(each.function), before + 1);
@@ -234,7 +336,11 @@ TEST_F(CudaWorker, AStuckCardIsGivenUpAndReachesNothingAnyMore) {
     // Its threads do not pile up.
     ASSERT_TRUE(WaitForLog("GPU 3: lost: its driver has not returned from 3 calls; it is started again in 0 s"));
     EXPECT_EQ(m_host.keptLoaded, 3);
+    // What they hold is room that the next one has to wait for.
+    m_fake.freeMemory = 0;
     m_fake.stuck = false;
+    ASSERT_TRUE(WaitForLog("of memory, of 8192 MB there are 0 MB free"));
+    m_fake.freeMemory = 1ULL << 40;
     const std::size_t sent = SharesSent();
     ASSERT_TRUE(WaitForShares(sent + 10));
     EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 1; })) << "the thread that was given up has not ended";

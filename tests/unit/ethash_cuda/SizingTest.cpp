@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "ethash_cuda/CudaWorker.h"
 #include "ethash_cuda/GridSizer.h"
 #include "ethash_cuda/VariantTrial.h"
@@ -47,21 +49,26 @@ TEST(GridSizer, LeavesRoomForTheSolutionsOfAnEasyTarget) {
     EXPECT_EQ(sizer.Nonces(~0ULL >> 40), sizer.Nonces(0));
 }
 
-TEST(VariantTrial, TheFastestOfAllIsKept) {
-    for (unsigned fastest = 0; fastest < std::size(kSearchVariants); ++fastest) {
+TEST(VariantTrial, TheClearlyFastestIsKeptWhateverDisturbs) {
+    // Seconds a grid of each variant takes; the card grows slower as it warms up, and one grid lasts an hour.
+    const struct {
+        double seconds[3];
+        unsigned kept;
+    } cases[] = {{{0.009, 0.010, 0.010}, 0},   {{0.010, 0.009, 0.010}, 1},   {{0.010, 0.010, 0.009}, 2},
+                 {{0.00995, 0.010, 0.010}, 1}, {{0.0098, 0.010, 0.0097}, 2}, {{0.010, 0.010, 0.010}, 1}};
+    for (const auto& each : cases) {
         CVariantTrial trial;
         int grids = 0;
         while (!trial.IsDecided() && grids < 1000) {
             const unsigned variant = trial.Current();
             EXPECT_FALSE(trial.Ran((variant + 1) % std::size(kSearchVariants), 1'000'000'000, Seconds(0.001)));  // of before
-            const bool decided = trial.Ran(variant, 1'000'000, Seconds(variant == fastest ? 0.009 : 0.010));
+            const double warmth = 1.05 - 0.05 * std::exp(-++grids / 25.0);
+            const bool decided = trial.Ran(variant, 1'000'000, Seconds(grids == 45 ? 3600 : each.seconds[variant] * warmth));
             EXPECT_EQ(decided, trial.IsDecided());
-            ++grids;
         }
-        EXPECT_EQ(trial.Current(), fastest);
-        EXPECT_NEAR(trial.Speed(fastest), 1e6 / 0.009, 1);
+        EXPECT_GE(grids, 3 * 5 * 8);
+        EXPECT_EQ(trial.Current(), each.kept) << each.seconds[0];
         EXPECT_FALSE(trial.Ran(trial.Current(), 1, Seconds(100)));
-        EXPECT_EQ(trial.Current(), fastest);
     }
 }
 
