@@ -27,7 +27,8 @@ class CCudaDataset {
     void Drop();
 
     // The grids in which items differ from the CPU's: of the first one every 32nd is compared, of each other one the first,
-    // the last and four at random. With cards' usual 280 grids that are some 10,000 items: 30 to 50 ms of a CPU core.
+    // the last and four at random. Some
+    // 10,000 items for 280 grids.
     std::vector<unsigned> WrongGrids(const CEthashCache& cache, std::mt19937_64& random) const;
     // Makes these grids anew, from a fresh copy of the light cache. As Build otherwise.
     bool Rebuild(const CEthashCache& cache, std::span<const unsigned> grids, const Progress& progress);
