@@ -148,15 +148,10 @@ TEST_F(Engine, AMalformedJobEndsTheOneBeforeIt) {
     SetSlot(m_block.parameters[0], kSeed);
     NewJob(m_block);
     EXPECT_TRUE(Collected().WaitForShares(1));
-}
-
-TEST_F(Engine, ADialectThatIsNotSpokenIsSaidOnce) {
     m_block.protocolMode = 3;
-    m_engine.Start();
-    m_engine.Activate(&m_block);
     for (int message = 0; message < 3; ++message)
         NewJob(m_block);
-    EXPECT_EQ(Collected().Log().size(), 1u);
+    EXPECT_EQ(Collected().Log().size(), 1u) << "a dialect that is not spoken is said once";
 }
 
 TEST_F(Engine, FollowsTheActiveSessionOnly) {
@@ -283,24 +278,10 @@ TEST(EngineCaches, BothSeedsOfALongEpochMeanOneCacheFromTheFirst) {
     ASSERT_TRUE(host.collector.WaitForShares(1, ofSecond));
     EXPECT_EQ(host.collector.Log().size(), 2u) << "made twice";
     const auto cache = store.Find(EpochOfBlock(EthashVariant::Etchash, 11'700'000), SeedOfIndex(390));
-    ASSERT_NE(cache, nullptr);
-    EXPECT_EQ(cache->Seed(), SeedOfIndex(390));
+    EXPECT_TRUE(cache != nullptr && cache->Seed() == SeedOfIndex(390));
 }
 
-// A worker that tells which publications made worthless what was hashed before.
-class CBoardReader final : public IHashWorker {
-  public:
-    explicit CBoardReader(std::shared_ptr<const CJobBoard> board) : m_board(std::move(board)) {}
-    bool Cleaned() {
-        const CJobBoard::View now = m_board->Current();
-        EXPECT_GT(now.generation, std::exchange(m_generation, now.generation)) << "nothing was published";
-        return std::exchange(m_clean, now.clean) != now.clean;
-    }
-
-  private:
-    const std::shared_ptr<const CJobBoard> m_board;
-    std::uint64_t m_generation = 0, m_clean = 0;
-};
+class CIdleWorker final : public IHashWorker {};
 
 TEST(EngineJobs, WhatMakesEarlierJobsWorthless) {
     const auto proxy = EthProxyBlock(HeaderText(1), kSeed, kEverything), nice = NiceHashBlock(HeaderText(1), kSeed, "01");
@@ -320,11 +301,9 @@ TEST(EngineJobs, WhatMakesEarlierJobsWorthless) {
         std::uint32_t before = QV_MSG_NEW_JOB;  // a message that comes first
     } cases[] = {{"without the flag", nice, none, false},
                  {"with the flag", nice, clean, true},
-                 {"plain", plain, none, false},
                  {"plain with the flag", plain, clean, true},
                  {"no flag in this dialect", proxy, none, true},
                  {"another extranonce", nice, [](auto& block) { SetSlot(block.extranonce, "02"); }, true},
-                 {"less room for nonces", nice, [](auto& block) { SetSlot(block.extranonce, "0100"); }, true},
                  {"another session", nice, [](auto& block) { block.session = &block; }, true},
                  {"a login", plain, none, true, QV_MSG_LOGGED_IN},
                  {"a login that drops the work", nice, none, true, QV_MSG_LOGGED_IN}};
@@ -333,27 +312,29 @@ TEST(EngineJobs, WhatMakesEarlierJobsWorthless) {
         CFakeHost host;
         QvGpuRecord gpu{};
         QvGpuRecord* const gpus[] = {&gpu};
-        CBoardReader* reader = nullptr;
-        CMiningEngine engine(Store(), host, {[&](const WorkerPlace&, const auto& board, IEngineHost&) {
-                                 auto made = std::make_unique<CBoardReader>(board);
-                                 reader = made.get();
-                                 return made;
+        std::shared_ptr<const CJobBoard> board;
+        CMiningEngine engine(Store(), host, {[&](const WorkerPlace&, const auto& own, IEngineHost&) {
+                                 board = own;
+                                 return std::make_unique<CIdleWorker>();
                              }});
+        std::uint64_t last = 0;
+        const auto cleaned = [&] { return std::exchange(last, board->CleanGeneration()) != last; };
         engine.SetGpus(gpus);
         engine.Start();
         StratumWorkBlock block = each.base;
         engine.Activate(&block);
         engine.Update(QV_MSG_NEW_JOB, &block);
-        reader->Cleaned();
+        cleaned();
         engine.Update(each.before, &block);
         SetSlot(block.jobId, "0x" + HeaderText(2));
         each.change(block);
         engine.Update(QV_MSG_NEW_JOB, &block);
-        EXPECT_EQ(reader->Cleaned(), each.cleans);
+        EXPECT_EQ(cleaned(), each.cleans);
+        EXPECT_TRUE(board->Current().work->job.jobId == block.jobId) << "nothing was published";
         block.target[0] = 0x7f;
         if (block.protocolMode != 2) SetSlot(block.parameters[block.protocolMode + 1], "ff");
         engine.Update(QV_MSG_NEW_JOB, &block);
-        EXPECT_FALSE(reader->Cleaned()) << "a new target alone";
+        EXPECT_FALSE(cleaned()) << "a new target alone";
     }
 }
 
