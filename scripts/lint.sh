@@ -19,7 +19,7 @@ common_arguments=(--quiet --extra-arg=-Wno-unknown-warning-option --extra-arg=-W
 
 compiled() { # preset: the sources that it compiles
     sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$1/compile_commands.json" |
-        grep -E "^(src|plugins|sim|tools)/" | grep -v '^sim/emulator/' | sort -u # Clang 14 has no std::source_location
+        grep -E "^(src|plugins|sim|tools)/" | grep -v '^sim/kernels/' | sort -u # Clang 14 has no std::source_location
 }
 
 tidy() { # preset, further arguments; the sources come on standard input

@@ -8,13 +8,13 @@ struct alignas(16) Words4 {
 };
 
 #ifdef QV_EMULATED
-#include "gpu_emulator/EmulatedBuiltins.h"
+#include "kernels/EmulatedBuiltins.h"
 #else
 
 #define QV_DEVICE __attribute__((device, always_inline)) static inline
 #define QV_KERNEL(threads, minBlocks) \
     extern "C" __attribute__((global, launch_bounds(threads, minBlocks))) __attribute__((used)) void
-#define QV_SHARED __attribute__((shared)) static
+#define QV_SHARED(type, name) __attribute__((shared)) static type name
 #define QV_CONSTANT __attribute__((constant)) static const
 #define QV_UNROLL _Pragma("unroll")
 #define QV_UNROLL_BY_1 _Pragma("unroll 1")
@@ -73,12 +73,9 @@ QV_DEVICE unsigned AtomicAdd(unsigned* word, unsigned value) {
     return static_cast<unsigned>(__nvvm_atom_add_gen_i(reinterpret_cast<int*>(word), static_cast<int>(value)));
 }
 
+// What the thread wrote or added before, all threads of the device see before what it writes or adds afterwards.
 QV_DEVICE void FenceDevice() {
     __nvvm_membar_gl();
-}
-
-QV_DEVICE void FenceSystem() {
-    __nvvm_membar_sys();
 }
 
 // A read of global memory that nothing writes while the grid runs.

@@ -117,6 +117,7 @@ struct Hash {
     Words4 seed[4];
     unsigned mix[8];
 };
+using BlockHashes = Hash[kEthashSearchThreads];
 
 QV_DEVICE void KeccakSeed(const EthashSearchParameters& parameters, unsigned long long nonce, Hash& hash) {
     KeccakState state{};
@@ -188,7 +189,7 @@ QV_DEVICE void WalkDataset(const EthashSearchParameters& parameters, Hash* hashe
 
 // Whether the host still wants this block's hashes; the same answer for all of its threads.
 QV_DEVICE bool BlockIsCurrent(const EthashSearchParameters& parameters) {
-    QV_SHARED unsigned current;
+    QV_SHARED(unsigned, current);
     if (ThreadInBlock() == 0) current = *parameters.generationWord == parameters.generation ? 1 : 0;
     SynchronizeBlock();
     return current != 0;
@@ -204,7 +205,6 @@ QV_DEVICE void CountBlock(const EthashSearchParameters& parameters, bool skipped
     parameters.results->skippedBlocks = AtomicAdd(&progress->skippedBlocks, 0);
     progress->finishedBlocks = 0;
     progress->skippedBlocks = 0;
-    FenceSystem();
 }
 
 QV_DEVICE void Report(EthashSearchResults* results, unsigned long long nonce) {
@@ -221,7 +221,7 @@ QV_DEVICE void Search(const EthashSearchParameters& parameters) {
     if (current && index / kLanesPerWarp * kLanesPerWarp < parameters.nonceCount) {
         const unsigned long long nonce = parameters.firstNonce + index;
         const unsigned lane = index % kLanesPerHash;
-        QV_SHARED Hash hashes[kEthashSearchThreads];
+        QV_SHARED(BlockHashes, hashes);
         Hash& own = hashes[ThreadInBlock()];
         KeccakSeed(parameters, nonce, own);
         SynchronizeWarp(WholeWarp());

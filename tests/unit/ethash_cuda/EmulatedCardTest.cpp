@@ -13,7 +13,7 @@
 #include "cards/FakeCudaDriver.h"
 #include "ethash/EthashJob.h"
 #include "ethash_cuda/CudaWorker.h"
-#include "gpu_emulator/GpuEmulator.h"
+#include "kernels/GpuEmulator.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include <cstring>
 
 #include "SmallEpoch.h"
-#include "gpu_emulator/GpuEmulator.h"
 
 namespace {
 
@@ -18,17 +17,20 @@ TEST_P(BuildKernel, MakesTheItemsOfTheDefinition) {
     const auto cache = SmallCache(each.rows, 1009);
     EthashItem untouched;
     std::memset(&untouched, 0xa5, sizeof untouched);
-    std::vector<EthashItem> dataset(each.firstItem + each.itemCount + 70, untouched);
-    const EthashBuildParameters parameters{.cache = cache->Words().data(),
-                                           .dataset = dataset.data(),
-                                           .cacheRows = Divisor(each.rows),
-                                           .firstItem = each.firstItem,
-                                           .itemCount = each.itemCount};
-    EmulateKernel("ethash_build_dataset", &parameters, each.blocks, each.threads);
-    for (unsigned i = 0; i < dataset.size(); ++i) {
-        const bool made = i >= each.firstItem && i - each.firstItem < each.itemCount;
-        const EthashItem expected = made ? DatasetItem(*cache, i) : untouched;
-        ASSERT_EQ(std::memcmp(&dataset[i], &expected, sizeof expected), 0) << i;
+    for (const auto& [order, turns] : kAllTurns) {
+        SCOPED_TRACE(order);
+        std::vector<EthashItem> dataset(each.firstItem + each.itemCount + 70, untouched);
+        const EthashBuildParameters parameters{.cache = cache->Words().data(),
+                                               .dataset = dataset.data(),
+                                               .cacheRows = Divisor(each.rows),
+                                               .firstItem = each.firstItem,
+                                               .itemCount = each.itemCount};
+        EmulateKernel("ethash_build_dataset", &parameters, each.blocks, each.threads, {}, turns);
+        for (unsigned i = 0; i < dataset.size(); ++i) {
+            const bool made = i >= each.firstItem && i - each.firstItem < each.itemCount;
+            const EthashItem expected = made ? DatasetItem(*cache, i) : untouched;
+            ASSERT_EQ(std::memcmp(&dataset[i], &expected, sizeof expected), 0) << i;
+        }
     }
 }
 

@@ -1,26 +1,42 @@
 #define QV_EMULATED
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <string>
 #include <vector>
 
+#include "SmallEpoch.h"
 #include "ethash_kernels/DeviceBuiltins.h"
-#include "gpu_emulator/EmulatedGrid.h"
+#include "kernels/EmulatedGrid.h"
 
 namespace {
 
-void RunGrid(const std::function<void()>& program, unsigned blocks = 1, unsigned threads = 64) {
-    RunEmulatedGrid(program, blocks, threads, {});
+void RunGrid(const std::function<void()>& program, CTurns turns = CTurns::Ascending()) {
+    RunEmulatedGrid(program, 1, 64, {}, turns);
 }
 
-TEST(Emulator, ABarrierHoldsEveryWarp) {
-    unsigned arrived = 0;
-    std::vector<unsigned> seen(64);
-    RunGrid([&] {
-        AtomicAdd(&arrived, 1);
-        SynchronizeBlock();
-        seen[ThreadInBlock()] = arrived;
-    });
-    EXPECT_EQ(seen, std::vector<unsigned>(64, 64));
+// What every test of a kernel rests on: what a barrier is to hold it holds, and without one the order shows.
+TEST(Emulator, OnlyBarriersHideTheOrder) {
+    for (const auto& [order, turns] : kAllTurns) {
+        SCOPED_TRACE(order);
+        unsigned arrived = 0;
+        std::vector<unsigned> before(64), after(64);
+        RunGrid(
+            [&] {
+                before[ThreadInBlock()] = arrived;
+                WholeWarp();
+                if (AtomicAdd(&arrived, 1) == 63) AtomicAdd(&arrived, 100);  // comes about at the barrier
+                SynchronizeBlock();
+                after[ThreadInBlock()] = arrived;
+            },
+            turns);
+        EXPECT_EQ(after, std::vector<unsigned>(64, 164));
+        EXPECT_EQ(std::ranges::is_sorted(before), order == std::string("ascending"));
+        EXPECT_EQ(std::ranges::is_sorted(before, std::greater()), order == std::string("descending"));
+        EXPECT_EQ(std::set(before.begin(), before.end()).size(), 64u);
+    }
 }
 
 TEST(Emulator, DivergenceIsAnError) {

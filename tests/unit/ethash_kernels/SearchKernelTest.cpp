@@ -8,7 +8,6 @@
 
 #include "HexBytes.h"
 #include "SmallEpoch.h"
-#include "gpu_emulator/GpuEmulator.h"
 
 namespace {
 
@@ -38,14 +37,14 @@ struct Search {
         parameters.pages = Divisor(cache.Epoch().datasetBytes / 128);
     }
 
-    void Run(const std::string& kernel, std::uint64_t firstNonce, unsigned count, std::uint64_t target,
+    void Run(const std::string& kernel, std::uint64_t firstNonce, unsigned count, std::uint64_t target, const CTurns& turns,
              const DatasetReadHook& hook = {}) {
         *results = {};
         parameters.firstNonce = firstNonce;
         parameters.nonceCount = count;
         parameters.target = target;
         EmulateKernel(kernel, &parameters, (count + kEthashSearchThreads - 1) / kEthashSearchThreads, kEthashSearchThreads,
-                      hook);
+                      hook, turns);
         EXPECT_EQ(progress->finishedBlocks, 0u);
         EXPECT_EQ(progress->skippedBlocks, 0u);
     }
@@ -84,7 +83,7 @@ class CSparseDataset {
     std::vector<bool> m_filled;
 };
 
-class SearchKernel : public testing::TestWithParam<const char*> {
+class SearchKernel : public testing::TestWithParam<std::tuple<const char*, std::size_t>> {
   protected:
     static const CEthashCache& Cache() {
         static const auto cache = SmallCache(101, 1009);
@@ -93,6 +92,10 @@ class SearchKernel : public testing::TestWithParam<const char*> {
     static const std::vector<EthashItem>& Dataset() {
         static const auto dataset = WholeDataset(Cache());
         return dataset;
+    }
+    void Run(Search& search, std::uint64_t firstNonce, unsigned count, std::uint64_t target,
+             const DatasetReadHook& hook = {}) const {
+        search.Run(std::get<0>(GetParam()), firstNonce, count, target, kAllTurns[std::get<1>(GetParam())].second, hook);
     }
 };
 
@@ -113,8 +116,8 @@ TEST_P(SearchKernel, FindsThePublishedNonces) {
         SCOPED_TRACE(each.header);
         Search search(*cache, dataset.Data(), Bytes<32>(each.header));
         for (const bool found : {true, false}) {
-            search.Run(GetParam(), each.nonce - 5, 6, found ? each.top : each.top - 1,
-                       [](const void* address, std::size_t) { dataset.Fill(address); });
+            Run(search, each.nonce - 5, 6, found ? each.top : each.top - 1,
+                [](const void* address, std::size_t) { dataset.Fill(address); });
             EXPECT_EQ(search.Kept().count(each.nonce), found ? 1u : 0u);
         }
     }
@@ -148,7 +151,7 @@ TEST_P(SearchKernel, AgreesWithTheHashOfTheCpu) {
     Search search(Cache(), Dataset().data(), Bytes<32>(kHeader));
     for (const Expectation& each : cases) {
         SCOPED_TRACE(each.count);
-        search.Run(GetParam(), each.firstNonce, each.count, each.target);
+        Run(search, each.firstNonce, each.count, each.target);
         EXPECT_EQ(search.results->solutionCount, each.nonces.size());
         EXPECT_EQ(search.Kept(), each.nonces);
         EXPECT_EQ(search.results->skippedBlocks, 0u);
@@ -157,7 +160,7 @@ TEST_P(SearchKernel, AgreesWithTheHashOfTheCpu) {
 
 TEST_P(SearchKernel, CountsSolutionsBeyondThoseKept) {
     Search search(Cache(), Dataset().data(), Bytes<32>(kHeader));
-    search.Run(GetParam(), 1000, 45, UINT64_MAX);
+    Run(search, 1000, 45, UINT64_MAX);
     EXPECT_EQ(search.results->solutionCount, 45u);
     const auto kept = search.Kept();
     EXPECT_EQ(std::set(kept.begin(), kept.end()).size(), std::size_t{kEthashMaxSolutions});
@@ -168,14 +171,14 @@ TEST_P(SearchKernel, CountsSolutionsBeyondThoseKept) {
 TEST_P(SearchKernel, BlocksOfAnEndedGenerationHashNothing) {
     Search search(Cache(), Dataset().data(), Bytes<32>(kHeader));
     *search.generation = 8;
-    search.Run(GetParam(), 0, 500, UINT64_MAX, [](auto...) { FAIL() << "reads the dataset"; });
+    Run(search, 0, 500, UINT64_MAX, [](auto...) { FAIL() << "reads the dataset"; });
     EXPECT_EQ(search.results->solutionCount, 0u);
     EXPECT_EQ(search.results->skippedBlocks, 4u);
 
     *search.generation = 7;
     std::size_t reads = 0;
     constexpr std::size_t kReadsOfFirstBlock = std::size_t{kEthashSearchThreads} * 8 * 64;
-    search.Run(GetParam(), 0, 500, UINT64_MAX, [&](auto...) {
+    Run(search, 0, 512, UINT64_MAX, [&](auto...) {
         if (++reads > kReadsOfFirstBlock) *search.generation = 8;
     });
     EXPECT_EQ(search.results->solutionCount, 256u);
@@ -183,7 +186,10 @@ TEST_P(SearchKernel, BlocksOfAnEndedGenerationHashNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(HashesInFlight, SearchKernel,
-                         testing::Values("ethash_search_2", "ethash_search_4", "ethash_search_8"),
-                         [](const auto& kernel) { return kernel.param; });
+                         testing::Combine(testing::Values("ethash_search_2", "ethash_search_4", "ethash_search_8"),
+                                          testing::Range<std::size_t>(0, std::size(kAllTurns))),
+                         [](const auto& each) {
+                             return std::string(std::get<0>(each.param)) + "_" + kAllTurns[std::get<1>(each.param)].first;
+                         });
 
 }  // namespace

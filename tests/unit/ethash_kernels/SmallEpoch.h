@@ -3,11 +3,17 @@
 
 #include <memory>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "ethash/Ethash.h"
 #include "ethash/EthashItems.h"
 #include "ethash_kernels/KernelParameters.h"
+#include "kernels/GpuEmulator.h"
+
+// The orders in which every kernel must come to the same.
+inline const std::pair<const char*, CTurns> kAllTurns[] = {
+    {"ascending", CTurns::Ascending()}, {"descending", CTurns::Descending()}, {"shuffled", CTurns::Shuffled(1)}};
 
 // An epoch small enough to make its whole dataset, and what of it the kernels are given.
 

@@ -1,4 +1,4 @@
-#include "gpu_emulator/Fibre.h"
+#include "kernels/Fibre.h"
 
 #include <cstdint>
 #include <stdexcept>

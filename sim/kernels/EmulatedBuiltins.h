@@ -8,7 +8,7 @@
 
 #define QV_DEVICE static inline
 #define QV_KERNEL(threads, minBlocks) static void
-#define QV_SHARED static thread_local
+#define QV_SHARED(type, name) auto& name = *static_cast<type*>(SharedMemory(__LINE__, sizeof(type)))
 #define QV_CONSTANT static const
 #define QV_UNROLL
 #define QV_UNROLL_BY_1
@@ -18,6 +18,9 @@ unsigned ThreadsPerBlock();
 unsigned BlockInGrid();
 unsigned BlocksInGrid();
 void SynchronizeBlock();
+
+// The block's memory for the variable that is declared in that line.
+void* SharedMemory(unsigned line, std::size_t bytes);
 
 // Gives value to the warp, waits until all lanes have come to the same line, and returns what the given lane gave.
 unsigned ExchangeInWarp(unsigned value, unsigned lane, const std::source_location& where);
@@ -40,8 +43,8 @@ inline unsigned MultiplyHigh(unsigned a, unsigned b) {
     return static_cast<unsigned>(static_cast<unsigned long long>(a) * b >> 32);
 }
 
-inline unsigned WholeWarp(const std::source_location& where = std::source_location::current()) {
-    ExchangeInWarp(0, 0, where);
+// Asks without waiting: what a lane sees of the others' memory afterwards is what the order of turns gives.
+inline unsigned WholeWarp() {
     return 0xffffffff;
 }
 
@@ -49,16 +52,33 @@ inline void SynchronizeWarp(unsigned, const std::source_location& where = std::s
     ExchangeInWarp(0, 0, where);
 }
 
-inline unsigned AtomicAdd(unsigned* word, unsigned value) {
-    return std::atomic_ref(*word).fetch_add(value);
-}
+// What the running thread has still to add comes about.
+void FenceDevice();
+// Adds at the thread's next fence or barrier, or when the grid ends.
+void AddLater(unsigned* word, unsigned value);
 
-inline void FenceDevice() {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-}
+// An addition: at once for those who ask for the old value, later when nobody does.
+class CAtomicAddition {
+  public:
+    CAtomicAddition(unsigned* word, unsigned value) : m_word(word), m_value(value) {}
+    CAtomicAddition(const CAtomicAddition&) = delete;
+    CAtomicAddition& operator=(const CAtomicAddition&) = delete;
+    ~CAtomicAddition() {
+        if (!m_done) AddLater(m_word, m_value);
+    }
+    operator unsigned() {
+        m_done = true;
+        return std::atomic_ref(*m_word).fetch_add(m_value);
+    }
 
-inline void FenceSystem() {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+  private:
+    unsigned* const m_word;
+    const unsigned m_value;
+    bool m_done = false;
+};
+
+inline CAtomicAddition AtomicAdd(unsigned* word, unsigned value) {
+    return {word, value};
 }
 
 inline Words4 LoadReadOnly(const Words4* address) {
