@@ -30,5 +30,7 @@ void EmulateKernel(std::string_view name, const void* parameters, unsigned block
         return Run(ethash_search_4, parameters, blocks, threadsPerBlock, beforeDatasetRead, turns);
     if (name == "ethash_search_8")
         return Run(ethash_search_8, parameters, blocks, threadsPerBlock, beforeDatasetRead, turns);
+    if (name == "ethash_random_reads")
+        return Run(ethash_random_reads, parameters, blocks, threadsPerBlock, beforeDatasetRead, turns);
     throw std::invalid_argument("no kernel " + std::string(name));
 }

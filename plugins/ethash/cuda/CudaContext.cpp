@@ -6,15 +6,17 @@
 
 #include "ethash_kernels/EthashPtx.h"
 
-CCudaContext::CCudaContext(const CudaDriverApi& api, std::int32_t cudaId) : m_api(api) {
+CCudaContext::CCudaContext(const CudaDriverApi& api, std::int32_t cudaId, const std::string& ptx) : m_api(api) {
     CudaDevice device = 0;
     CheckCuda(api, api.DeviceGet(&device, cudaId), "cuDeviceGet");
     std::int32_t multiProcessors = 0;
     CheckCuda(api, api.DeviceGetAttribute(&multiProcessors, CudaAttribute::MultiProcessors, device), "cuDeviceGetAttribute");
     if (multiProcessors > 0) m_multiProcessors = static_cast<unsigned>(multiProcessors);
+    std::int32_t capabilityMajor = 0;
+    CheckCuda(api, api.DeviceGetAttribute(&capabilityMajor, CudaAttribute::CapabilityMajor, device), "cuDeviceGetAttribute");
     Create(device);
     try {
-        LoadKernels();
+        LoadKernels(ptx.empty() ? EthashPtxFor(capabilityMajor) : ptx);
     } catch (...) {
         api.CtxDestroy(m_context);
         throw;
@@ -33,12 +35,12 @@ void CCudaContext::Create(CudaDevice device) {
     if (m_api.CtxSetLimit != nullptr) m_api.CtxSetLimit(CudaLimit::MaxL2FetchGranularity, kPageBytes);
 }
 
-void CCudaContext::LoadKernels() {
+void CCudaContext::LoadKernels(const std::string& ptx) {
     char log[2048] = {};
     CudaJitOption options[] = {CudaJitOption::ErrorLogBuffer, CudaJitOption::ErrorLogBufferBytes};
     void* values[] = {log, reinterpret_cast<void*>(sizeof log)};
     const auto begun = std::chrono::steady_clock::now();
-    const CudaResult result = m_api.ModuleLoadDataEx(&m_module, EthashPtx(), 2, options, values);
+    const CudaResult result = m_api.ModuleLoadDataEx(&m_module, ptx.c_str(), 2, options, values);
     m_compileTime = std::chrono::steady_clock::now() - begun;
     log[sizeof log - 1] = '\0';
     std::replace(std::begin(log), std::end(log), '\n', ' ');

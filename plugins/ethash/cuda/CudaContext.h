@@ -1,6 +1,7 @@
 #pragma once
 #include <chrono>
 #include <cstdint>
+#include <string>
 #include "ethash_cuda/CudaError.h"
 #include "ethash_kernels/KernelParameters.h"
 
@@ -8,8 +9,9 @@
 // the card on the way (seconds at the first time, then from its own cache). All on that one thread. Throws CCudaError.
 class CCudaContext {
   public:
-    // cudaId: the device's CUDA ordinal. api outlives the context.
-    CCudaContext(const CudaDriverApi& api, std::int32_t cudaId);
+    // cudaId: the device's CUDA ordinal. api outlives the context. ptx: other kernels to try (empty: the embedded ones, with
+    // their bounds for this card).
+    CCudaContext(const CudaDriverApi& api, std::int32_t cudaId, const std::string& ptx = {});
     ~CCudaContext();
     CCudaContext(const CCudaContext&) = delete;
     CCudaContext& operator=(const CCudaContext&) = delete;
@@ -37,7 +39,7 @@ class CCudaContext {
 
   private:
     void Create(CudaDevice device);
-    void LoadKernels();
+    void LoadKernels(const std::string& ptx);
 
     const CudaDriverApi& m_api;
     unsigned m_multiProcessors = 1;

@@ -6,15 +6,19 @@
 // The kernels of the Ethash family. Lanes work in groups, each lane with a share of four words of a mix, so that a group
 // reads a row or page of the memory as a whole.
 
-// Blocks of a search that a multiprocessor must be able to hold, which bounds the registers of a thread.
+// The bounds of KernelParameters.h, others to try them, or those that compute capability 6 gets.
 #ifdef QV_MIN_BLOCKS
 #define QV_MIN_BLOCKS_2 QV_MIN_BLOCKS
 #define QV_MIN_BLOCKS_4 QV_MIN_BLOCKS
 #define QV_MIN_BLOCKS_8 QV_MIN_BLOCKS
+#elif defined(QV_CAPABILITY_6)
+#define QV_MIN_BLOCKS_2 kEthashMinBlocks2
+#define QV_MIN_BLOCKS_4 kEthashMinBlocks4Capability6
+#define QV_MIN_BLOCKS_8 kEthashMinBlocks8Capability6
 #else
-#define QV_MIN_BLOCKS_2 6
-#define QV_MIN_BLOCKS_4 5
-#define QV_MIN_BLOCKS_8 4
+#define QV_MIN_BLOCKS_2 kEthashMinBlocks2
+#define QV_MIN_BLOCKS_4 kEthashMinBlocks4
+#define QV_MIN_BLOCKS_8 kEthashMinBlocks8
 #endif
 
 static constexpr unsigned kItemBytes = 64;
@@ -245,4 +249,33 @@ QV_KERNEL(kEthashSearchThreads, QV_MIN_BLOCKS_4) ethash_search_4(EthashSearchPar
 
 QV_KERNEL(kEthashSearchThreads, QV_MIN_BLOCKS_8) ethash_search_8(EthashSearchParameters parameters) {
     Search<8>(parameters);
+}
+
+// ---- The measurement
+
+// Lanes of a group read the same page: that of the lane whose turn it is. Every word that was read goes into the sums, so
+// that no read can be left out.
+QV_KERNEL(kEthashSearchThreads, 8) ethash_random_reads(EthashReadsParameters parameters) {
+    const unsigned index = BlockInGrid() * kEthashSearchThreads + ThreadInBlock();
+    const unsigned wholeWarp = WholeWarp();
+    const Words4* const dataset = static_cast<const Words4*>(parameters.dataset) + index % kLanesPerHash;
+    unsigned sums[kEthashReadsInFlight];
+    QV_UNROLL for (unsigned i = 0; i < kEthashReadsInFlight; ++i) {
+        sums[i] = Fnv(parameters.seed, index * kEthashReadsInFlight + i) * 0x9e3779b1u;
+    }
+    QV_UNROLL_BY_1 for (unsigned step = 0; step < parameters.steps; ++step) {
+        Words4 pages[kEthashReadsInFlight];
+        QV_UNROLL for (unsigned i = 0; i < kEthashReadsInFlight; ++i) {
+            const unsigned page = ShuffleFrom<kLanesPerHash>(Remainder(sums[i], parameters.pages), step % kLanesPerHash);
+            pages[i] = LoadDataset(ElementAt<kPageBytes>(dataset, page));
+        }
+        QV_UNROLL for (unsigned i = 0; i < kEthashReadsInFlight; ++i) {
+            const Words4& read = pages[i];
+            sums[i] = Fnv(Fnv(Fnv(Fnv(sums[i], read.x), read.y), read.z), read.w);
+        }
+        SynchronizeWarp(wholeWarp);
+    }
+    unsigned sum = 0;
+    QV_UNROLL for (unsigned i = 0; i < kEthashReadsInFlight; ++i) sum = Fnv(sum, sums[i]);
+    parameters.sums[index] = sum;
 }

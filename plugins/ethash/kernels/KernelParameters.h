@@ -49,7 +49,30 @@ struct EthashSearchParameters {
     EthashDivisor pages;  // pages in the dataset
 };
 
+// Blocks of a search that a multiprocessor is to hold, which bounds the registers of a thread: as the kernels are compiled,
+// and for the cards of compute capability 6, which need more registers for the same and would spill them.
+enum {
+    kEthashMinBlocks2 = 6,
+    kEthashMinBlocks4 = 6,
+    kEthashMinBlocks8 = 4,
+    kEthashMinBlocks4Capability6 = 4,
+    kEthashMinBlocks8Capability6 = 3
+};
+
+// Kernel "ethash_random_reads": what a search reads, without its hashing, to measure what the memory gives at best. Each
+// group of 8 lanes follows kEthashReadsInFlight chains of pages, where what was read says which page is next. Blocks of
+// kEthashSearchThreads threads.
+enum { kEthashReadsInFlight = 4 };
+struct EthashReadsParameters {
+    const void* dataset;  // device pointer: pages of 128 bytes
+    unsigned* sums;       // device pointer: of each thread a number that depends on all it has read
+    EthashDivisor pages;  // pages in the dataset
+    unsigned steps;       // pages that each chain reads
+    unsigned seed;        // other chains for another one
+};
+
 static_assert(sizeof(void*) == 8, "64-bit host and device");
 static_assert(sizeof(EthashBuildParameters) == 32, "build parameters");
+static_assert(sizeof(EthashReadsParameters) == 32, "reads parameters");
 static_assert(sizeof(EthashSearchResults) == 264, "search results");
 static_assert(sizeof(EthashSearchParameters) == 96, "search parameters");
