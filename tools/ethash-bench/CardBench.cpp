@@ -1,32 +1,18 @@
 #include "CardBench.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <ctime>
 #include <random>
-#include <span>
-#include <thread>
-#include <utility>
 
-#include "ethash_cuda/GridSizer.h"
+#include "SearchBench.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
-using Say = std::function<void(const std::string&)>;
 
 constexpr unsigned kCheckedItems = 256;
-constexpr unsigned kSwitches = 50;
-constexpr std::uint64_t kEpochBlocks = 30'000;
 
 double Since(Clock::time_point begun) {
-    return Seconds(Clock::now() - begun).count();
-}
-
-double ProcessorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+    return std::chrono::duration<double>(Clock::now() - begun).count();
 }
 
 // Copies within the card's memory, for about a second.
@@ -51,148 +37,102 @@ double CopyBandwidth(const CCudaContext& context) {
     return 2.0 * static_cast<double>(bytes) * times / seconds;
 }
 
-// Searches one epoch's dataset as the miner does: two grids at a time, of about ten milliseconds each.
-class CSearchBench {
+// One card as it is measured; the figures grow, and who listens is told.
+class CCardBench {
   public:
-    CSearchBench(const CCudaContext& context, const CCudaDataset& dataset, const CEthashCache& cache, unsigned variant)
-        : m_dataset(dataset), m_cache(cache), m_variant(variant), m_search(context), m_sizer(context.MultiProcessors()) {
-        std::generate(m_header.begin(), m_header.end(), [this] { return static_cast<std::uint8_t>(m_random()); });
-    }
+    CCardBench(const CudaDriverApi& api, const BenchOrder& order, const BenchListener& listener, CardFigures& figures)
+        : m_api(api), m_order(order), m_listener(listener), m_figures(figures) {}
 
-    SearchFigures Measure(std::chrono::seconds time) {
-        SearchFigures figures;
-        // First hard, so that the speed is known, then with about two solutions a second.
-        m_target = {};
-        const double speed = SearchFor(std::chrono::seconds(2), figures) / 2;
-        SetTargetTop(static_cast<std::uint64_t>(0x1p64 * std::min(0.01, 2 / std::max(speed, 1.0))));
-        figures = SearchFigures();
-        figures.hashesInFlight = kSearchVariants[m_variant];
-        const auto begun = Clock::now();
-        const double processor = ProcessorSeconds();
-        const double hashes = SearchFor(time, figures);
-        figures.seconds = Since(begun);
-        figures.processorShare = (ProcessorSeconds() - processor) / figures.seconds;
-        figures.hashesPerSecond = hashes / figures.seconds;
-        figures.jobSwitch = MeasureSwitches();
-        return figures;
+    void Measure() {
+        CudaDevice device = 0;
+        char name[128] = {};
+        CheckCuda(m_api, m_api.DeviceGet(&device, m_figures.cudaId), "cuDeviceGet");
+        CheckCuda(m_api, m_api.DeviceGetName(name, sizeof name - 1, device), "cuDeviceGetName");
+        m_figures.name = name;
+        const CSensorReader sensors(m_api, device);
+        m_figures.facts = sensors.Facts();
+        m_listener.measured(m_figures);
+        m_listener.doing("GPU " + std::to_string(m_figures.cudaId) + ": opening");
+        const CCudaContext context(m_api, m_figures.cudaId, m_order.ptx);
+        m_figures.compileSeconds = context.CompileTime().count();
+        m_figures.copyBytesPerSecond = CopyBandwidth(context);
+        m_listener.measured(m_figures);
+        for (const EthashEpoch& epoch : m_order.epochs)
+            MeasureEpoch(context, sensors, epoch);
     }
 
   private:
-    void SetTargetTop(std::uint64_t top) {
-        for (std::size_t i = 0; i < 8; ++i)
-            m_target[i] = static_cast<std::uint8_t>(top >> (56 - 8 * i));
-    }
-
-    void Launch(std::size_t slot) {
-        const NonceRun nonces{m_nextNonce, m_sizer.Nonces(TopOf(m_target))};
-        m_nextNonce += nonces.count;
-        m_search.Launch(
-            slot, m_dataset,
-            {.header = m_header, .target = m_target, .nonces = nonces, .variant = m_variant, .generation = m_generation});
-    }
-
-    double SearchFor(std::chrono::seconds time, SearchFigures& figures) {
-        double hashes = 0;
-        const auto end = Clock::now() + time;
-        auto lastEnd = Clock::now();
-        Launch(0);
-        Launch(1);
-        for (std::size_t slot = 0; m_search.IsBusy(slot); slot = 1 - slot) {
-            const SearchOutcome outcome = m_search.Wait(slot);
-            const auto now = Clock::now();
-            m_sizer.Ran(outcome.hashes, now - std::exchange(lastEnd, now));
-            hashes += static_cast<double>(outcome.hashes);
-            if (now < end) Launch(slot);
-            for (const std::uint64_t nonce : outcome.nonces)
-                Verify(nonce, figures);
+    void MeasureEpoch(const CCudaContext& context, const CSensorReader& sensors, const EthashEpoch& epoch) {
+        EpochFigures figures;
+        figures.epoch = epoch;
+        const std::string name = "epoch " + std::to_string(epoch.epoch);
+        if (context.GetMemory().freeBytes < CCudaDataset::MemoryNeeded(epoch)) {
+            figures.problem = "the card has too little memory";
+            return Add(figures);
         }
-        return hashes;
+        m_listener.doing(name + ": light cache");
+        auto begun = Clock::now();
+        const auto cache = CEthashCache::Make(m_order.variant, epoch, SeedOfIndex(epoch.seedIndex), nullptr);
+        figures.lightCacheSeconds = Since(begun);
+        m_listener.doing(name + ": dataset");
+        CCudaDataset dataset(context);
+        begun = Clock::now();
+        dataset.Build(*cache, [](double) { return true; });
+        figures.datasetSeconds = Since(begun);
+        std::mt19937_64 random{std::random_device{}()};
+        figures.checkedItems = kCheckedItems;
+        figures.wrongItems = dataset.CountWrong(*cache, kCheckedItems, random);
+        m_listener.doing(name + ": random reads");
+        figures.reads = MeasureReads(context, dataset, m_order.readsTime);
+        Add(figures);
+        MeasureSearches({context, dataset, *cache, sensors}, m_figures.epochs.back());
     }
 
-    void Verify(std::uint64_t nonce, SearchFigures& figures) const {
-        EthashResult result;
-        HashimotoBatch(m_cache, m_header, std::span(&nonce, 1), std::span(&result, 1));
-        ++(result.final <= m_target ? figures.solutions : figures.wrongSolutions);
-    }
-
-    SwitchTimes MeasureSwitches() {
-        std::vector<double> times;
-        m_target = {};
-        for (unsigned i = 0; i < kSwitches; ++i) {
-            Launch(0);
-            Launch(1);
-            std::this_thread::sleep_for(std::chrono::milliseconds(3));  // into the first grid
-            const auto begun = Clock::now();
-            std::atomic_ref(m_search.GenerationWord()).store(++m_generation, std::memory_order_release);
-            m_search.Wait(0);
-            m_search.Wait(1);
-            times.push_back(Since(begun));
+    void MeasureSearches(const BenchPlace& place, EpochFigures& figures) {
+        for (const unsigned variant : m_order.variants) {
+            m_listener.doing("epoch " + std::to_string(figures.epoch.epoch) + ": search with " +
+                             std::to_string(kSearchVariants[variant]) + " hashes in flight");
+            SearchFigures search = MeasureSearch(place, m_order, variant);
+            const double bytesPerSecond = search.hashesPerSecond * kBytesPerHash;
+            search.shareOfBound = bytesPerSecond / m_figures.copyBytesPerSecond;
+            const double reads = figures.reads.bytesPerSecond;
+            search.shareOfReads = reads > 0 ? bytesPerSecond / reads : 0;
+            figures.searches.push_back(search);
+            m_listener.measured(m_figures);
         }
-        std::sort(times.begin(), times.end());
-        return {kSwitches, times[times.size() / 2], times.back()};
     }
 
-    const CCudaDataset& m_dataset;
-    const CEthashCache& m_cache;
-    const unsigned m_variant;
-    CCudaSearch m_search;
-    CGridSizer m_sizer;
-    std::mt19937_64 m_random{std::random_device{}()};
-    Hash256 m_header{};
-    Hash256 m_target{};
-    std::uint64_t m_nextNonce = m_random();
-    unsigned m_generation = 0;
+    void Add(const EpochFigures& figures) {
+        m_figures.epochs.push_back(figures);
+        m_listener.measured(m_figures);
+    }
+
+    const CudaDriverApi& m_api;
+    const BenchOrder& m_order;
+    const BenchListener& m_listener;
+    CardFigures& m_figures;
 };
 
-EpochFigures MeasureEpoch(const CCudaContext& context, const BenchOrder& order, std::uint32_t number, double bandwidth,
-                          const Say& say) {
-    EpochFigures figures;
-    figures.epoch = EpochOfBlock(order.variant, number * kEpochBlocks);
-    const std::string name = "epoch " + std::to_string(figures.epoch.epoch);
-    if (context.GetMemory().freeBytes < CCudaDataset::MemoryNeeded(figures.epoch)) {
-        figures.problem = "the card has too little memory";
-        return figures;
-    }
-    say(name + ": light cache");
-    auto begun = Clock::now();
-    const auto cache = CEthashCache::Make(order.variant, figures.epoch, SeedOfIndex(figures.epoch.seedIndex), nullptr);
-    figures.lightCacheSeconds = Since(begun);
-    say(name + ": dataset");
-    CCudaDataset dataset(context);
-    begun = Clock::now();
-    dataset.Build(*cache, [](double) { return true; });
-    figures.datasetSeconds = Since(begun);
-    std::mt19937_64 random{std::random_device{}()};
-    figures.checkedItems = kCheckedItems;
-    figures.wrongItems = dataset.CountWrong(*cache, kCheckedItems, random);
-    for (const unsigned variant : order.variants) {
-        say(name + ": search with " + std::to_string(kSearchVariants[variant]) + " hashes in flight");
-        SearchFigures search = CSearchBench(context, dataset, *cache, variant).Measure(order.searchTime);
-        search.shareOfBound = search.hashesPerSecond / (bandwidth / kBytesPerHash);
-        figures.searches.push_back(search);
+}  // namespace
+
+CardFigures MeasureCard(const CudaDriverApi& api, std::int32_t cudaId, const BenchOrder& order,
+                        const BenchListener& listener) {
+    CardFigures figures;
+    figures.cudaId = cudaId;
+    try {
+        CCardBench(api, order, listener, figures).Measure();
+    } catch (const CCudaError& error) {
+        figures.problem = error.what();
+        listener.measured(figures);
     }
     return figures;
 }
 
-}  // namespace
-
-CardFigures MeasureCard(const CudaDriverApi& api, std::int32_t cudaId, const BenchOrder& order, const Say& say) {
-    CardFigures figures;
-    figures.cudaId = cudaId;
-    try {
-        CudaDevice device = 0;
-        char name[128] = {};
-        CheckCuda(api, api.DeviceGet(&device, cudaId), "cuDeviceGet");
-        CheckCuda(api, api.DeviceGetName(name, sizeof name - 1, device), "cuDeviceGetName");
-        figures.name = name;
-        say("GPU " + std::to_string(cudaId) + ", " + figures.name + ": opening");
-        const CCudaContext context(api, cudaId);
-        figures.compileSeconds = context.CompileTime().count();
-        figures.copyBytesPerSecond = CopyBandwidth(context);
-        for (const std::uint32_t epoch : order.epochs)
-            figures.epochs.push_back(MeasureEpoch(context, order, epoch, figures.copyBytesPerSecond, say));
-    } catch (const CCudaError& error) {
-        figures.problem = error.what();
-    }
-    return figures;
+bool IsSound(const CardFigures& card) {
+    if (!card.problem.empty()) return false;
+    return std::ranges::all_of(card.epochs, [](const EpochFigures& epoch) {
+        if (!epoch.problem.empty() || !epoch.reads.problem.empty() || epoch.wrongItems != 0) return false;
+        return std::ranges::all_of(
+            epoch.searches, [](const SearchFigures& search) { return search.wrongSolutions == 0 && search.plausible; });
+    });
 }

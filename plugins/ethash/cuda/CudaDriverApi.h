@@ -21,7 +21,10 @@ inline constexpr CudaResult kCudaNotReady = 600;
 enum class CudaAttribute : std::int32_t {
     ClockKilohertz = 13,
     MultiProcessors = 16,
+    PciBus = 33,
+    PciDevice = 34,
     MemoryClockKilohertz = 36,
+    PciDomain = 50,
     CapabilityMajor = 75,
     CapabilityMinor = 76,
 };
