@@ -21,8 +21,8 @@ double CopyBandwidth(const CCudaContext& context) {
     const CudaDriverApi& api = context.Api();
     const std::uint64_t bytes = std::min(kMost, context.GetMemory().freeBytes / 4) & ~std::uint64_t{4095};
     const CCudaMemory from(api, bytes), to(api, bytes);
-    CheckCuda(api, api.MemsetD8(from.Address(), 1, bytes), "cuMemsetD8");
     CCudaStream stream(context);
+    CheckCuda(api, api.MemsetD8Async(from.Address(), 1, bytes, stream.Get()), "cuMemsetD8Async");
     const auto copy = [&](unsigned times) {
         const auto begun = Clock::now();
         for (unsigned i = 0; i < times; ++i)
