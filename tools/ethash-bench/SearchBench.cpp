@@ -156,8 +156,8 @@ class CReadsBench {
         m_parameters.steps *= static_cast<unsigned>(std::clamp(0.01 / first, 1.0, 1000.0));
         const double grid = Run(2) / 2;
         const auto grids = static_cast<unsigned>(std::clamp(Seconds(time).count() / grid, 1.0, 500.0));
-        const double chains = static_cast<double>(m_blocks) * (kEthashSearchThreads / 8U * kEthashReadsInFlight);
-        return chains * m_parameters.steps * kPageBytes * grids / Run(grids);
+        const std::uint64_t chains = std::uint64_t{m_blocks} * (kEthashSearchThreads / 8U) * kEthashReadsInFlight;
+        return static_cast<double>(chains * m_parameters.steps * kPageBytes * grids) / Run(grids);
     }
 
   private:
