@@ -29,14 +29,14 @@ std::wstring SystemText() {
 }
 
 // What is to be said about the session and this GPU of it.
-TimedMessage MessageOf(const CMiningManager& manager, const QvGpuRecord& gpu, const std::vector<PoolError>& lasting) {
+TimedMessage MessageOf(const CManagerCore& manager, const QvGpuRecord& gpu, const std::vector<PoolError>& lasting) {
     for (const PoolError& trouble : manager.Troubles()) {
         if (trouble.gpuIndex < 0) return {NarrowToWide(trouble.text), {}};
     }
     for (const PoolError& trouble : lasting) {
         if (trouble.gpuIndex == gpu.cudaId) return {NarrowToWide(trouble.text), {}};
     }
-    const PoolPointer pool = manager.UserSession().CurrentPool();
+    const PoolPointer pool = manager.User().CurrentPool();
     if (!pool) return {};
     const PoolError error = pool->lastError.Get();
     return {NarrowToWide(error.text), error.time};
@@ -63,22 +63,22 @@ const wchar_t* AskerText(MiningAsker asker) {
 }  // namespace
 
 std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) const {
-    for (const auto& manager : m_parts.mining.Managers()) {
-        const std::vector<QvGpuRecord*>& gpus = manager->Gpus();
+    for (const auto& each : m_parts.mining.Managers()) {
+        const CManagerCore& manager = each->Core();
+        const std::vector<QvGpuRecord*>& gpus = manager.Gpus();
         if (std::find(gpus.begin(), gpus.end(), &gpu) == gpus.end()) continue;
         MiningSessionView view;
-        view.state = SessionStateText(manager->State());
-        view.message = MessageOf(*manager, gpu, m_parts.troubles.Lasting());
-        if (manager->HasFailed()) return view;
-        view.role = static_cast<MiningRole>(manager->CurrentRole());
-        const bool fee = manager->CurrentMode() == CMiningManager::Mode::Fee;
-        const CMiningStratum& session = fee ? manager->FeeSession() : manager->UserSession();
+        view.state = SessionStateText(manager.State());
+        view.message = MessageOf(manager, gpu, m_parts.troubles.Lasting());
+        if (manager.HasFailed()) return view;
+        view.role = static_cast<MiningRole>(manager.CurrentRole());
+        const CStratumSession& session = manager.WorkSource();
         const JobInfo job = session.CurrentJob();
         view.job = {job.time, -1, job.id};
         view.difficulty = session.Difficulty();
-        GpuActivity activity = manager->ActivityOf(gpu);
+        GpuActivity activity = manager.ActivityOf(gpu);
         activity.reason.clear();  // it stands in the message
-        if (manager->State().phase == SessionPhase::Mining && activity.kind != GpuActivity::Kind::Hashing)
+        if (manager.State().phase == SessionPhase::Mining && activity.kind != GpuActivity::Kind::Hashing)
             view.state.append(L", GPU ").append(std::to_wstring(gpu.cudaId)).append(L" ").append(GpuActivityText(activity));
         return view;
     }
@@ -91,9 +91,9 @@ std::vector<std::int32_t> CDialogHost::TroubledGpus() const {
         if (trouble.gpuIndex >= 0) troubled.push_back(trouble.gpuIndex);
     }
     for (const auto& manager : m_parts.mining.Managers()) {
-        const std::vector<PoolError> errors = manager->Troubles();
+        const std::vector<PoolError> errors = manager->Core().Troubles();
         if (std::none_of(errors.begin(), errors.end(), [](const PoolError& error) { return error.gpuIndex < 0; })) continue;
-        for (const QvGpuRecord* gpu : manager->Gpus())
+        for (const QvGpuRecord* gpu : manager->Core().Gpus())
             troubled.push_back(gpu->cudaId);
     }
     return troubled;
@@ -103,7 +103,7 @@ MiningHealth CDialogHost::Health() const {
     const std::vector<std::int32_t> troubled = TroubledGpus();
     if (troubled.empty()) return MiningHealth::Good;
     for (const auto& manager : m_parts.mining.Managers()) {
-        for (const QvGpuRecord* gpu : manager->Gpus()) {
+        for (const QvGpuRecord* gpu : manager->Core().Gpus()) {
             if (std::find(troubled.begin(), troubled.end(), gpu->cudaId) == troubled.end()) return MiningHealth::Impaired;
         }
     }

@@ -11,7 +11,7 @@ __declspec(dllexport) void QuorvelLog(const wchar_t* text);
 
 int QuorvelSend(void* session, const char* text, std::uint32_t length) {
     if (session == nullptr || text == nullptr) return WSAENOTCONN;
-    return static_cast<int>(static_cast<CMiningStratum*>(session)->SubmitShare({text, length}));
+    return static_cast<int>(static_cast<CMiningStratum*>(session)->Session().SubmitShare({text, length}));
 }
 
 void QuorvelLog(const wchar_t* text) {

@@ -23,7 +23,7 @@ void CMining::Stop() {
 }
 
 void CMining::LogSummary(const CMiningManager& manager) const {
-    for (const QvGpuRecord* gpu : manager.Gpus()) {
+    for (const QvGpuRecord* gpu : manager.Core().Gpus()) {
         const GpuCounters counts = ReadGpuCounters(*gpu);
         m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"Mining stopped. GPU#%d: A:%I64u - S:%I64u R:%I64u", gpu->cudaId,
                                     counts.accepted, counts.stale, counts.rejected);

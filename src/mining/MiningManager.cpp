@@ -1,24 +1,24 @@
 #include "mining/MiningManager.h"
 
-#include <algorithm>
-
-#include "common/CodePage.h"
 #include "common/Messages.h"
-#include "config/GpuCounters.h"
-#include "mining/FeeSchedule.h"
-#include "mining/HashRateReport.h"
 #include "mining/LogName.h"
 #include "mining/Statistics.h"
-#include "net/HostText.h"
 
 CMiningManager::CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration)
     : m_context(context),
       m_log(context.clock),
       m_userSession(StratumKind::User, context.stratumHost, context.clock),
       m_feeSession(StratumKind::Fee, context.stratumHost, context.clock),
-      m_gpus(configuration.gpus),
-      m_pools{configuration.primaryPool, configuration.secondaryPool} {
-    for (QvGpuRecord* gpu : m_gpus)
+      m_core({.user = m_userSession,
+              .fee = m_feeSession,
+              .shell = *this,
+              .host = context.stratumHost,
+              .events = context.events,
+              .troubles = context.troubles,
+              .plugInMessages = context.plugInMessages,
+              .clock = context.clock},
+             configuration) {
+    for (QvGpuRecord* gpu : m_core.Gpus())
         ClearStatistics(gpu->statistics);
 }
 
@@ -28,15 +28,18 @@ CMiningManager::~CMiningManager() {
 
 bool CMiningManager::Start() {
     if (!CreateMessageOnly()) {
-        const std::wstring line = std::wstring(L"Failed to create the session's window: ") + m_pools[0]->Name;
-        Fail(line, line);
+        const std::wstring line = std::wstring(L"Failed to create the session's window: ") + m_core.Pool().Name;
+        m_core.Fail(line, line);
         return false;
     }
     OpenLog();
-    LogConnect(*m_pools[0]);
+    m_core.Begin();
     if (!LoadPlugin()) return false;
     StartPlugin();
-    StartSessions();
+    m_feeSession.SetWindows(m_plugin.Window(), Handle());
+    m_userSession.SetWindows(m_plugin.Window(), Handle());
+    m_userSession.SetLog(&m_log);
+    m_core.Start(m_context.feePools ? m_context.feePools(m_core.Pool().Algo) : std::vector<PoolPointer>());
     return true;
 }
 
@@ -44,66 +47,38 @@ void CMiningManager::OpenLog() {
     m_log.enabled = m_context.connectionLog ? 1 : 0;
     if (!m_context.connectionLog) return;
     CreateDirectoryW(m_context.connectionLogFolder.c_str(), nullptr);
-    m_log.CreateLogSystem((m_context.connectionLogFolder + ConnectionLogName(m_pools[0]->Name)).c_str(), 0);
+    m_log.CreateLogSystem((m_context.connectionLogFolder + ConnectionLogName(m_core.Pool().Name)).c_str(), 0);
 }
 
 bool CMiningManager::LoadPlugin() {
-    const PoolEntry& pool = *m_pools[0];
+    const PoolEntry& pool = m_core.Pool();
     const QvDescriptor& algorithm = m_context.algorithms.Find(pool.Algo).record;
     const PluginLoadResult result = m_plugin.Load(algorithm);
     if (result == PluginLoadResult::Ok) return true;
     std::wstring line = std::wstring(L"Failed to load pool configuration/algo: ") + pool.Name;
     if (result == PluginLoadResult::NoAlgorithm) {
-        const std::wstring number = std::to_wstring(pool.Algo);
-        Fail(line, L"The plug-in for algorithm " + number + L" is missing");
+        m_core.Fail(line, L"The plug-in for algorithm " + std::to_wstring(pool.Algo) + L" is missing");
         return false;
     }
-    Fail(line + L" - " + algorithm.name,
-         std::wstring(L"The plug-in ") + algorithm.name +
-             (result == PluginLoadResult::NoInterface ? L" is none of this program" : L" cannot be loaded"));
+    m_core.Fail(line + L" - " + algorithm.name,
+                std::wstring(L"The plug-in ") + algorithm.name +
+                    (result == PluginLoadResult::NoInterface ? L" is none of this program" : L" cannot be loaded"));
     return false;
 }
 
 void CMiningManager::StartPlugin() {
+    const std::vector<QvGpuRecord*>& gpus = m_core.Gpus();
     m_plugin.Post(QV_MSG_SET_OWNER, reinterpret_cast<WPARAM>(Handle()), 0);
-    m_plugin.Post(QV_MSG_SET_GPUS, reinterpret_cast<WPARAM>(m_gpus.data()), static_cast<LPARAM>(m_gpus.size()));
+    m_plugin.Post(QV_MSG_SET_GPUS, reinterpret_cast<WPARAM>(gpus.data()), static_cast<LPARAM>(gpus.size()));
     m_plugin.Post(QV_MSG_START, 0, 0);
-}
-
-void CMiningManager::StartSessions() {
-    m_feePeriodTarget = FeePeriodTarget(m_pools[0]->Algo);
-    if (m_context.feePools) m_feePools = m_context.feePools(m_pools[0]->Algo);
-    m_feeSession.SetWindows(m_plugin.Window(), Handle());
-    m_feeSession.SetPoolList(m_feePools);
-    m_userSession.SetWindows(m_plugin.Window(), Handle());
-    m_userSession.SetPoolList(ConnectablePools());
-    m_userSession.SetLog(&m_log);
-    m_mode = Mode::User;
-    m_userSession.Connect();
-    m_userSession.Activate();
-}
-
-std::vector<PoolPointer> CMiningManager::ConnectablePools() const {
-    // Without a backup pool the second entry is the unassigned pool: failing over to it would mine nowhere.
-    std::vector<PoolPointer> pools;
-    std::copy_if(m_pools.begin(), m_pools.end(), std::back_inserter(pools),
-                 [](const PoolPointer& pool) { return pool->Server[0] != L'\0'; });
-    if (pools.empty()) pools.push_back(m_pools[0]);
-    return pools;
 }
 
 void CMiningManager::Stop() {
     if (m_stopped) return;
     m_stopped = true;
-    AccountTime(m_userSession);
-    AccountTime(m_feeSession);
+    m_core.AccountTimes();
     m_plugin.StopWork();
-    m_probe.reset();
-    m_userSession.CloseConnection();
-    m_feeSession.CloseConnection();
-    for (const CTroubleWatch::Change& change : m_watch.End(m_context.clock))
-        Tell(change);
-    LogTotals();
+    m_core.Stop();
     DestroyWindow();
     m_plugin.Unload();
 }
@@ -126,7 +101,7 @@ LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case kMessageReconnect:
             // The value is only compared: a message that outlived its session names nothing of ours.
             for (CMiningStratum* session : {&m_userSession, &m_feeSession}) {
-                if (reinterpret_cast<WPARAM>(session) == wParam) SwitchPool(*session);
+                if (reinterpret_cast<WPARAM>(session) == wParam) m_core.SwitchPool(*session);
             }
             return 0;
         default:
@@ -135,64 +110,31 @@ LRESULT CMiningManager::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CMiningManager::OnTimer(UINT_PTR id) {
-    if (id == kWatchTimerId) Watch();
-    if (HasFailed()) return;
-    if (id == kSubmitTimerId) ReportHashRate();
-    if (id != kAccountingTimerId) return;
-    AccountTime(m_userSession);
-    AccountTime(m_feeSession);
-    Revive(m_userSession);
-    StepFeeSchedule();
+    if (id == kWatchTimerId) m_core.OnWatchTimer();
+    if (id == kSubmitTimerId) m_core.OnSubmitTimer();
+    if (id == kAccountingTimerId) m_core.OnAccountingTimer();
 }
 
-void CMiningManager::ReportHashRate() {
-    const std::uint64_t total = SumGpuCounters(m_gpus).hashSpeed;
-    const std::string clientId = WideToNarrow(m_userSession.HashRateId());
-    if (total == 0 || !m_userSession.IsReady() || clientId.empty()) return;
-    m_userSession.Send(HashRateRequest(total, clientId, m_userSession.PrefixFlag()));
+void CMiningManager::LogLine(const std::wstring& text) {
+    m_log.LogLine(L"%s", text.c_str());
 }
 
-void CMiningManager::Revive(CMiningStratum& session) {
-    if (session.IsRunning()) return;
-    m_log.LogLine(L"The connection had ended; connecting again");
-    session.Connect();
+void CMiningManager::LogMain(const std::wstring& text) {
+    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", text.c_str());
 }
 
-// On the clock that stands still while the PC sleeps and does not jump with the system's time: nothing but mining counts.
-void CMiningManager::AccountTime(CMiningStratum& session) {
-    if (session.IsPaused()) return;
-    const TimeSpan now = m_context.clock.Monotonic();
-    const TimeSpan elapsed = now - session.lastTick;
-    session.lastTick = now;
-    session.minedTime += elapsed;
-    session.activeTime += elapsed;
-    (&session == &m_userSession ? m_userTime : m_feeTime) += elapsed;
+void CMiningManager::PostPoolSwitch(IPoolConnection& connection) {
+    const CMiningStratum& session = &connection == &m_feeSession ? m_feeSession : m_userSession;
+    PostMessageW(Handle(), kMessageReconnect, reinterpret_cast<WPARAM>(&session), 0);
 }
 
-void CMiningManager::SwitchPool(CMiningStratum& session) {
-    if (HasFailed()) return;
-    if (&session == &m_feeSession && !m_feeWanted) return;  // asked for before its period ended
-    session.CloseConnection();
-    session.ResetSession();
-    const PoolPointer pool = session.CurrentPool();
-    if (&session == &m_userSession && pool) {
-        LogConnect(*pool);
-        // The first change of an outage is told, the number of them when it is over.
-        if (m_pools.size() > 1 && m_poolChanges++ == 0)
-            m_context.events.Event(EventKind::Pool, pool->Name, L"this pool's turn now");
-    }
-    session.Connect();
+std::unique_ptr<IPoolConnection> CMiningManager::MakeProbe(const PoolPointer& pool) {
+    auto probe = std::make_unique<CMiningStratum>(StratumKind::Probe, m_context.stratumHost, m_context.clock);
+    probe->Session().SetPools({pool});
+    probe->SetLog(&m_log);
+    return probe;
 }
 
-void CMiningManager::LogConnect(const PoolEntry& pool) {
-    std::wstring host = pool.Server;
-    const std::uint32_t port = CutPort(host, pool.Port);
-    m_log.LogLine(L"*** Miner connect to %s - %s:%d", pool.Name, host.c_str(), static_cast<int>(port));
-}
-
-void CMiningManager::Fail(const std::wstring& line, std::wstring reason) {
-    m_failure = {TroubleCode::PlugInMissing, -1, std::move(reason), true};
-    m_log.LogLine(L"%s", line.c_str());
-    m_context.mainLog.LogFormat(LOG_SEVERITY_NORMAL, L"%s", line.c_str());
-    Watch();
+void CMiningManager::OrderFeePools(const std::vector<PoolPointer>& pools) {
+    if (m_context.ping) m_feePoolOrder.Start(pools, m_context.ping);
 }

@@ -3,7 +3,7 @@
 #include "common/CodePage.h"
 
 CMiningStratum::CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver)
-    : _NetworkInterfaceSocket(resolver), m_clock(clock), m_session(kind, host, *this, clock, this) {
+    : _NetworkInterfaceSocket(resolver), m_session(kind, host, *this, clock, this) {
     SetFraming(true, '\n');
 }
 
@@ -15,10 +15,6 @@ CMiningStratum::~CMiningStratum() {
 void CMiningStratum::SetWindows(HWND pluginWindow, HWND managerWindow) {
     m_pluginWindow = pluginWindow;
     m_managerWindow = managerWindow;
-}
-
-void CMiningStratum::SetPoolList(std::vector<PoolPointer> pools) {
-    m_session.SetPools(std::move(pools));
 }
 
 void CMiningStratum::SetLog(CBKLogSystem* log) {
@@ -38,12 +34,6 @@ void CMiningStratum::Connect() {
 void CMiningStratum::CloseConnection() {
     m_closing = true;
     Stop();
-}
-
-void CMiningStratum::Activate() {
-    activeTime = 0;
-    lastTick = m_clock.Monotonic();
-    m_session.Activate();
 }
 
 void CMiningStratum::OnConnected(std::uint32_t) {

@@ -1,65 +1,35 @@
 #pragma once
 #include <atomic>
-#include <memory>
 #include <string>
-#include <vector>
 #include "common/Clock.h"
-#include "config/MinerConfiguration.h"
 #include "net/NetworkInterfaceSocket.h"
+#include "pool/PoolConnection.h"
 #include "pool/StratumHost.h"
 #include "pool/StratumOutput.h"
 #include "pool/StratumSession.h"
-#include "quorvel/plugin.h"
 #include "support/LogSystem.h"
 
 // Posted to the manager window: reconnect the session in wParam to its current pool.
 inline constexpr unsigned kMessageReconnect = 0x3407;
 
-// One pool connection: socket, protocol state and work block. Built on CStratumSession, which is the protocol itself without
-// sockets and windows.
+// One pool connection: the socket under a CStratumSession, which is the protocol itself without sockets and windows, and the
+// way to the plug-in's window.
 //
-// GUI thread: everything but Send and SubmitShare. The plug-in's threads: SubmitShare. After CloseConnection has returned no
+// GUI thread: everything but Send, SendRequest and what the session allows to others. After CloseConnection has returned no
 // callback runs, nothing is posted, and the state may be changed from the GUI thread.
-class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOutput {
+class CMiningStratum final : public _NetworkInterfaceSocket, public IPoolConnection, private IStratumOutput {
   public:
     CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver = SystemResolver());
     ~CMiningStratum() override;
 
     void SetWindows(HWND pluginWindow, HWND managerWindow);
-    void SetPoolList(std::vector<PoolPointer> pools);  // replaces; index 0 becomes current
-    void SetLog(CBKLogSystem* log);                    // may be null; outlives the connection
+    void SetLog(CBKLogSystem* log);  // may be null; outlives the connection
 
-    void ResetSession() { m_session.Reset(); }
-    // Unless the thread runs: resets and starts the client thread.
-    void Connect();
-    void CloseConnection();
-    // A share of the plug-in's (see CStratumSession). 0, or a Windows Sockets code.
-    std::uint32_t SubmitShare(std::string_view request) { return m_session.SubmitShare(request); }
-
-    // Becomes the plug-in's work source and replays its whole state.
-    void Activate();
-    void Pause() { m_session.Pause(); }
-    bool IsPaused() const { return m_session.IsPaused(); }
-
-    bool IsReady() const { return m_session.IsReady(); }
-    bool PrefixFlag() const { return m_session.PrefixFlag(); }
-    std::wstring HashRateId() const { return m_session.HashRateId(); }  // empty once the pool refused hash-rate reports
-    double Difficulty() const { return m_session.Difficulty(); }
-    JobInfo CurrentJob() const { return m_session.CurrentJob(); }
-    AnswerCounts Answers() const { return m_session.Answers(); }
-    StratumKind Kind() const { return m_session.Kind(); }
-    const StratumWorkBlock& WorkBlock() const { return m_session.WorkBlock(); }
-
-    std::uint32_t CurrentPoolIndex() const { return m_session.PoolIndex(); }
-    void SetCurrentPoolIndex(std::uint32_t index) { m_session.SetPoolIndex(index); }
-    PoolPointer CurrentPool() const { return m_session.CurrentPool(); }  // null: the list is empty
-
-    ConnectionStatus Status() const { return m_session.Status(); }
-
-    // Time accounting of the manager; GUI thread.
-    TimeSpan lastTick = 0;  // monotonic
-    TimeSpan minedTime = 0;
-    TimeSpan activeTime = 0;
+    CStratumSession& Session() override { return m_session; }
+    void Connect() override;
+    void CloseConnection() override;
+    bool IsRunning() const override { return _NetworkInterfaceSocket::IsRunning(); }
+    std::uint32_t SendRequest(std::string_view text) override { return Send(text); }
 
   private:
     void OnConnected(std::uint32_t state) override;
@@ -80,7 +50,6 @@ class CMiningStratum final : public _NetworkInterfaceSocket, private IStratumOut
     void PostPoolSwitch() override;
     void LogText(const std::string& text) override;
 
-    const IClock& m_clock;
     // Changed only while no connection runs.
     HWND m_pluginWindow = nullptr;
     HWND m_managerWindow = nullptr;

@@ -12,7 +12,7 @@
 
 extern "C" __declspec(dllexport) int QuorvelSend(void* session, const char* text, std::uint32_t length);
 int QuorvelSend(void* session, const char* text, std::uint32_t length) {
-    return static_cast<int>(static_cast<CMiningStratum*>(session)->SubmitShare({text, length}));
+    return static_cast<int>(static_cast<CMiningStratum*>(session)->Session().SubmitShare({text, length}));
 }
 
 namespace {
@@ -121,21 +121,21 @@ TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
     ASSERT_TRUE(PumpUntil([&] { return accepted(user) >= 2; })) << user.Output();
 
     Tick(manager, 201);  // 100 minutes and a half: the fee session is to be connected
-    ASSERT_TRUE(PumpUntil([&] { return manager.FeeSession().IsReady() && fee.Count("job ") > 0; })) << fee.Output();
+    ASSERT_TRUE(PumpUntil([&] { return manager.Core().Fee().IsReady() && fee.Count("job ") > 0; })) << fee.Output();
     EXPECT_EQ(accepted(fee), 0u) << "the fee pool got work before its period";
     Tick(manager, 95);
-    EXPECT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+    EXPECT_EQ(manager.Core().CurrentMode(), CManagerCore::Mode::User);
     Tick(manager, 1);
-    ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::Fee);
+    ASSERT_EQ(manager.Core().CurrentMode(), CManagerCore::Mode::Fee);
 
     ASSERT_TRUE(PumpUntil([&] { return accepted(fee) >= 1; })) << fee.Output();
     const std::size_t ofUser = accepted(user);  // a share on its way when the period began has arrived by now
     ASSERT_TRUE(PumpUntil([&] { return accepted(fee) >= 4; })) << fee.Output();
     EXPECT_EQ(accepted(user), ofUser) << "the user's pool got a share of the fee period";
-    EXPECT_TRUE(manager.UserSession().IsReady()) << "the user's connection stays open";
+    EXPECT_TRUE(manager.Core().User().IsReady()) << "the user's connection stays open";
 
     Tick(manager, 3);
-    ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
+    ASSERT_EQ(manager.Core().CurrentMode(), CManagerCore::Mode::User);
     EXPECT_FALSE(manager.FeeSession().IsRunning());
     const std::size_t ofFee = accepted(fee);
     ASSERT_TRUE(PumpUntil([&] { return accepted(user) >= ofUser + 2; })) << user.Output();
@@ -167,8 +167,8 @@ TEST_F(FeeCycleTest, BadFeePoolsNeverStopTheUsersMining) {
         const std::size_t before = accepted();
         ASSERT_TRUE(PumpUntil([&] { return accepted() > before; })) << user.Output();
         Tick(manager, 60);
-        ASSERT_EQ(manager.CurrentMode(), CMiningManager::Mode::User);
-        EXPECT_GT(manager.FeeTime(), 0) << "the period has not been";
+        ASSERT_EQ(manager.Core().CurrentMode(), CManagerCore::Mode::User);
+        EXPECT_GT(manager.Core().FeeTime(), 0) << "the period has not been";
         const std::size_t after = accepted();
         ASSERT_TRUE(PumpUntil([&] { return accepted() > after; })) << user.Output();
         m_mining.Stop();

@@ -16,7 +16,7 @@ TEST_F(MiningTest, StartTellsThePluginInOrder) {
     EXPECT_EQ(messages[1].lParam, 2);
     EXPECT_EQ(messages[2].message, 0x2403u);
     EXPECT_EQ(messages[3].message, 0x2408u) << "a session that never had a job replays nothing else";
-    EXPECT_EQ(messages[3].wParam, reinterpret_cast<WPARAM>(&manager.UserSession().WorkBlock()));
+    EXPECT_EQ(messages[3].wParam, reinterpret_cast<WPARAM>(&manager.Core().User().WorkBlock()));
     EXPECT_EQ(m_gpus[0].statistics.accepted, 0u);
     EXPECT_EQ(m_gpus[1].statistics.solHistory.values[119], 0u);
 }
@@ -43,9 +43,9 @@ TEST_F(MiningTest, SessionWithoutAlgorithmFailsAloneAndIsRemovedByStop) {
     configuration.configurations.push_back(Configuration(kRecorderId).configurations[0]);
     ASSERT_EQ(m_mining.Start(configuration), 0);
     ASSERT_EQ(m_mining.Managers().size(), 2u);
-    EXPECT_TRUE(m_mining.Managers()[0]->HasFailed());
+    EXPECT_TRUE(m_mining.Managers()[0]->Core().HasFailed());
     EXPECT_FALSE(m_mining.Managers()[0]->UserSession().IsRunning());
-    EXPECT_FALSE(m_mining.Managers()[1]->HasFailed());
+    EXPECT_FALSE(m_mining.Managers()[1]->Core().HasFailed());
     m_mining.Stop();
     const std::string log = LogText();
     EXPECT_NE(log.find("*** Miner connect to Lost - 127.0.0.1:1"), std::string::npos) << log;
@@ -55,25 +55,8 @@ TEST_F(MiningTest, SessionWithoutAlgorithmFailsAloneAndIsRemovedByStop) {
 TEST_F(MiningTest, PluginWithoutWindowMinesNothingButHarmsNothing) {
     ASSERT_EQ(m_mining.Start(Configuration(kNullWindowId)), 0);
     TakeMessages();
-    EXPECT_FALSE(m_mining.Managers()[0]->HasFailed());
+    EXPECT_FALSE(m_mining.Managers()[0]->Core().HasFailed());
     m_mining.Stop();
-}
-
-TEST_F(MiningTest, WithoutABackupServerThePrimaryIsTheOnlyPool) {
-    m_backup->Server[0] = L'\0';
-    ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
-    CMiningManager& manager = *m_mining.Managers()[0];
-    manager.UserSession().SetCurrentPoolIndex(1);
-    EXPECT_EQ(manager.UserSession().CurrentPool(), nullptr) << "there is a second pool";
-}
-
-TEST_F(MiningTest, ADeadConnectionIsTakenUpAgain) {
-    ASSERT_EQ(m_mining.Start(Configuration(kRecorderId)), 0);
-    CMiningManager& manager = *m_mining.Managers()[0];
-    manager.UserSession().CloseConnection();
-    ASSERT_FALSE(manager.UserSession().IsRunning());
-    SendMessageW(manager.Handle(), WM_TIMER, 2, 0);
-    EXPECT_TRUE(manager.UserSession().IsRunning());
 }
 
 TEST(LogNameTest, ReplacesWhatNoFileNameMayHold) {

@@ -47,7 +47,7 @@ class MiningStratumTest : public ::testing::Test {
         session.SetWindows(plugin.Handle(), manager.Handle());
         // The port in the host's text wins over the port field.
         const std::wstring server = L"127.0.0.1:" + std::to_wstring(peer.Port());
-        session.SetPoolList({std::make_shared<const PoolEntry>(MakePool(1, server.c_str()))});
+        session.Session().SetPools({std::make_shared<const PoolEntry>(MakePool(1, server.c_str()))});
     }
     ~MiningStratumTest() override { session.CloseConnection(); }
 
@@ -67,30 +67,27 @@ class MiningStratumTest : public ::testing::Test {
 };
 
 TEST_F(MiningStratumTest, ALoginLeadsToAJobAndSharesGoOut) {
-    session.activeTime = 5;
     session.Connect();
-    session.Activate();
-    EXPECT_EQ(session.activeTime, 0);
-    EXPECT_NE(session.lastTick, 0);
+    session.Session().Activate();
     CPeerLink link = AcceptLogin();
     link.Send("{\"id\":4,\"result\":[\"0x00ab\",\"0xseed\",\"0xboundary\"]}\n");
     ASSERT_TRUE(plugin.WaitFor(QV_MSG_NEW_JOB));
     EXPECT_EQ(plugin.messages, (std::vector<UINT>{QV_MSG_ACTIVATE, QV_MSG_LOGGED_IN, QV_MSG_NEW_JOB}));
     const auto* const block = reinterpret_cast<const StratumWorkBlock*>(plugin.lastParameter);
-    EXPECT_EQ(block, &session.WorkBlock());
+    EXPECT_EQ(block, &session.Session().WorkBlock());
     EXPECT_STREQ(block->bareJobId, "ab");
     EXPECT_STREQ(block->parameters[1], "0xboundary");
     EXPECT_EQ(block->session, &session);
-    EXPECT_TRUE(session.IsReady());
+    EXPECT_TRUE(session.Session().IsReady());
 
     auto* const fromBlock = static_cast<CMiningStratum*>(block->session);
-    std::thread solver([&] { EXPECT_EQ(fromBlock->SubmitShare("{\"id\":65537}\n"), 0u); });
+    std::thread solver([&] { EXPECT_EQ(fromBlock->Session().SubmitShare("{\"id\":65537}\n"), 0u); });
     EXPECT_EQ(link.ReadLine(), R"({"id":65537})");
     solver.join();
 }
 
 TEST_F(MiningStratumTest, ClosingIsNoLossAndLeavesNothingPosted) {
-    session.Activate();
+    session.Session().Activate();
     session.Connect();
     AcceptLogin().Close();
     CPeerLink link = AcceptLogin();
@@ -101,7 +98,7 @@ TEST_F(MiningStratumTest, ClosingIsNoLossAndLeavesNothingPosted) {
     ASSERT_TRUE(plugin.WaitFor(QV_MSG_NEW_JOB));
     session.CloseConnection();
     EXPECT_FALSE(session.IsRunning());
-    EXPECT_FALSE(session.IsReady());
+    EXPECT_FALSE(session.Session().IsReady());
     EXPECT_EQ(session.Send("x\n"), static_cast<std::uint32_t>(WSAENOTCONN));
     EXPECT_TRUE(link.IsClosedByOther());
 
