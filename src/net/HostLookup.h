@@ -7,12 +7,6 @@
 #include <string>
 #include "net/Resolver.h"
 
-struct LookUpAnswer {
-    std::uint32_t error = 0;             // 0 or a Windows Sockets code
-    bool timedOut = false;               // the resolver did not answer in time; error is WSATRY_AGAIN
-    std::vector<HostAddress> addresses;  // with an error: what an earlier look-up of this host found, if any
-};
-
 // The look-ups of one connection, used by one thread at a time. The resolver runs on a thread of its own, which shares only
 // the request with the caller, so that it never keeps the caller from stopping.
 //

@@ -3,6 +3,7 @@
 #include <utility>
 #include "common/Clock.h"
 #include "net/HostText.h"
+#include "net/TcpLink.h"
 
 namespace {
 
@@ -55,19 +56,13 @@ bool _NetworkInterfaceSocket::Stop() {
 }
 
 std::uint32_t _NetworkInterfaceSocket::Send(std::string_view bytes, std::uintptr_t userValue) {
-    std::uint32_t result = WSAENOTCONN;
-    DWORD sent = 0;
+    LinkTransfer sent{WSAENOTCONN, 0};
     const std::lock_guard lock(m_dataLock);
-    if (m_data.IsOpen() && m_state == ConnectionState::Connected) {
-        // The interface takes a writable pointer but only reads.
-        WSABUF buffer = {static_cast<u_long>(bytes.size()), const_cast<char*>(bytes.data())};
-        const int status = WSASend(m_data.Get(), &buffer, 1, &sent, 0, nullptr, nullptr);
-        result = status == 0 ? 0 : static_cast<std::uint32_t>(WSAGetLastError());
-    }
+    if (m_link != nullptr && m_state == ConnectionState::Connected) sent = m_link->Send(bytes);
     const ddt_datetime now = SystemClock().UtcNow();
-    if (result == 0) m_lastSendTime = now.ticks;
-    OnDataSent(bytes, sent, now, result, userValue);
-    return result;
+    if (sent.error == 0) m_lastSendTime = now.ticks;
+    OnDataSent(bytes, static_cast<std::uint32_t>(sent.bytes), now, sent.error, userValue);
+    return sent.error;
 }
 
 std::uint32_t _NetworkInterfaceSocket::ReconnectPause(bool afterConnect) {
@@ -83,7 +78,6 @@ void _NetworkInterfaceSocket::SetFraming(bool on, char delimiter) {
     m_delimiter = delimiter;
 }
 
-void _NetworkInterfaceSocket::SetDataSocket(CSocket socket) {
-    const std::lock_guard lock(m_dataLock);
-    m_data = std::move(socket);
+std::unique_ptr<IDataLink> _NetworkInterfaceSocket::MakeLink(WSAEVENT dataEvent) {
+    return std::make_unique<CTcpLink>(dataEvent);
 }

@@ -1,10 +1,13 @@
 #pragma once
 #include <winsock2.h>
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include "net/ConnectPlan.h"
+#include "net/DataLink.h"
 #include "net/HostLookup.h"
 #include "net/LineFramer.h"
 #include "net/NetworkInterfaceIO.h"
@@ -12,14 +15,6 @@
 
 // What the connection's thread does between connections.
 enum class ConnectActivity { Resolving, Connecting };
-
-// In ms.
-struct SocketLimits {
-    std::uint32_t attempt = 20'000;      // of an attempt to connect, shared by the addresses of the host, but
-    std::uint32_t address = 5000;        // at least this for each
-    std::uint32_t lookUp = 30'000;       // until a look-up counts as failed
-    std::uint32_t listenAgain = 30'000;  // between tries to listen after the first, quick ones
-};
 
 // TCP client (with reconnection) or one-peer server over Windows Sockets, event-select model, one thread per object.
 //
@@ -102,50 +97,17 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
 
     SocketLimits m_limits;  // changed before the thread starts
 
+    // What carries the bytes of the next connection of a client; it signals dataEvent. On the connection's thread. The
+    // default: a plain socket.
+    virtual std::unique_ptr<IDataLink> MakeLink(WSAEVENT dataEvent);
+
   private:
-    struct Loop;  // what the loop holds while it runs
-    enum class Step { Continue, Stopped, Failed };
-    enum class Reception { Data, Nothing, TooLong, Failed };
+    class CLoop;        // what the thread runs (SocketLoop.h):
+    class CClientLoop;  // a client's
+    class CServerLoop;  // or a server's
 
     bool PrepareStart();
     void Launch();
-    void SetDataSocket(CSocket socket);
-    void CloseDataSocket(Loop& loop);
-
-    // The loop's steps, on the connection's thread.
-    Step Pass(Loop& loop);
-    Step EventsMissing(Loop& loop);
-    Step OutOfMemory(Loop& loop);
-    DWORD WaitTime(const Loop& loop);
-    Step WaitForEvent(Loop& loop);
-    Step Pause(std::uint32_t milliseconds);
-
-    Step OnDataEvent(Loop& loop);
-    Step OnReadEvent(Loop& loop, std::uint32_t error);
-    Step OnCloseEvent(Loop& loop, std::uint32_t error);
-    Step LineTooLong(Loop& loop);
-    Reception Receive(Loop& loop);
-    Reception Deliver(Loop& loop, std::span<char> bytes);
-
-    // Client.
-    Step ConnectNext(Loop& loop);
-    Step ResolveHost(Loop& loop);
-    std::uint32_t Connect(Loop& loop, const HostAddress& address);
-    void Connected(Loop& loop);
-    Step AddressFailed(Loop& loop, const char* text, std::uint32_t error);
-    Step AttemptFailed(Loop& loop, const char* text, std::uint32_t error);
-    Step ConnectionLost(Loop& loop, std::uint32_t error);
-    Step ConnectionEnded(Loop& loop, const char* text, std::uint32_t error);
-    Step Dropped(Loop& loop);
-
-    // Server.
-    Step OnListenEvent(Loop& loop);
-    Step Listen(Loop& loop);
-    std::optional<std::uint32_t> FindListenAddress(std::uint32_t& address);
-    void ListenAnew(Loop& loop, std::uint32_t error);
-    void TellListening(Loop& loop, std::uint32_t error);
-    Step AcceptPeer(Loop& loop);
-    Step PeerDropped(Loop& loop);
 
     struct Drop {
         std::string text;
@@ -159,12 +121,10 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     char m_delimiter = '\n';
     std::size_t m_lineLimit = kMaximumPendingBytes;
 
-    // Held by a sender from its send call until OnDataSent has returned, and by the thread while it exchanges the socket, so
-    // that no text is ever written to a handle that was closed and given to something else meanwhile. The thread itself
-    // reads m_data without it. One sender at a time: Wine answers the second of two simultaneous sends on a non-blocking
-    // socket with WSAEWOULDBLOCK.
+    // Held by a sender from its send call until OnDataSent has returned, and by the thread while it exchanges the link, so
+    // that no text is ever written to a link that has gone. The thread itself reads m_link without it. One sender at a time:
+    // Wine answers the second of two simultaneous sends on a non-blocking socket with WSAEWOULDBLOCK.
     std::mutex m_dataLock;
-    CSocket m_data;
-    CSocket m_listening;
-    std::optional<Drop> m_drop;  // the thread's own
+    std::unique_ptr<IDataLink> m_link;  // null: there is no connection
+    std::optional<Drop> m_drop;         // the thread's own
 };

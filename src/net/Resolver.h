@@ -30,6 +30,16 @@ struct ResolveResult {
     std::vector<HostAddress> addresses;  // in the order in which the system would try them
 };
 
+// The resolver asks to be asked again (WSATRY_AGAIN).
+inline constexpr std::uint32_t kResolverTryAgain = 11002;
+
+// What a connection learns of a look-up.
+struct LookUpAnswer {
+    std::uint32_t error = 0;             // 0 or a Windows Sockets code
+    bool timedOut = false;               // the resolver did not answer in time; error is kResolverTryAgain
+    std::vector<HostAddress> addresses;  // with an error: what an earlier look-up of this host found, if any
+};
+
 // Blocking name look-up (both families, stream, TCP). Called on threads that may outlive the connection that asked.
 class IResolver {
   public:

@@ -1,0 +1,37 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+#include "net/Resolver.h"
+
+// What has happened to a link since it was asked last; each with a Windows Sockets code, 0: none.
+struct LinkEvents {
+    std::optional<std::uint32_t> failed;     // it cannot be asked any more
+    std::optional<std::uint32_t> connected;  // the end of Connect
+    std::optional<std::uint32_t> readable;
+    std::optional<std::uint32_t> closed;  // by the other side, or broken; there may still be something to receive
+};
+
+struct LinkTransfer {
+    std::uint32_t error = 0;
+    std::size_t bytes = 0;  // without an error: 0 received means that there is nothing now
+};
+
+// One connection's way for bytes, from its beginning to its end, which its destruction is. What carries them (a plain
+// socket, an encrypted one) is its own affair. It signals the event that it was made with when there are Events to take.
+//
+// The connection's thread: everything but Send. Send: any thread, one at a time and not during Connect or destruction; also
+// while the connection's thread receives. Nothing here blocks.
+class IDataLink {
+  public:
+    virtual ~IDataLink() = default;
+    // Begins; once. 0, or why it cannot.
+    virtual std::uint32_t Connect(const HostAddress& address, std::uint32_t port) = 0;
+    virtual LinkEvents TakeEvents() = 0;
+    virtual LinkTransfer Receive(std::span<char> area) = 0;
+    // All in one call; short sends are not repeated.
+    virtual LinkTransfer Send(std::string_view bytes) = 0;
+};
