@@ -62,19 +62,7 @@ std::wstring BareReason(std::wstring_view reason) {
 }
 
 const wchar_t* ModeName(ProtocolMode mode) {
-    switch (mode) {
-        case ProtocolMode::EthProxy:
-            return L"eth-proxy";
-        case ProtocolMode::Plain:
-            return L"stratum";
-        case ProtocolMode::NiceHash:
-            return L"NiceHash stratum";
-        case ProtocolMode::Host:
-            return L"stratum with host";
-        case ProtocolMode::None:
-            break;
-    }
-    return L"";
+    return mode == ProtocolMode::None ? L"" : DialectOf(mode).name;
 }
 
 }  // namespace

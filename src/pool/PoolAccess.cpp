@@ -140,20 +140,27 @@ bool CPoolAccess::IsTurnOver(TimeSpan now) const {
     return now - m_turnSince >= (m_turns >= m_pools.size() ? kLaterTurn : kFirstTurn);
 }
 
+// True: that was the last one, the first has its turn again.
+bool CPoolAccess::NextOf(Pool& pool) {
+    const ProtocolMode next = DialectOf(pool.next).next;
+    const bool isOver = next == ProtocolMode::None;
+    pool.next = isOver ? pool.first : next;
+    return isOver;
+}
+
 // True: every mode of the round has failed.
 bool CPoolAccess::ModeFailed() {
     Pool& pool = Current();
     if (pool.settled != ProtocolMode::None) {
         if (pool.losses % kLossesPerOtherMode == 0) {
-            pool.next = pool.next == ProtocolMode::Host ? pool.first : NextMode(pool.next);
+            NextOf(pool);
             m_mode = pool.next;
         } else {
             m_mode = pool.settled;
         }
         return false;
     }
-    const bool isRoundOver = pool.next == ProtocolMode::Host;
-    pool.next = isRoundOver ? pool.first : NextMode(pool.next);
+    const bool isRoundOver = NextOf(pool);
     if (isRoundOver) ++pool.rounds;
     m_mode = pool.next;
     return isRoundOver;

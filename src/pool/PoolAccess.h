@@ -55,6 +55,7 @@ class CPoolAccess {
     Pool& Current() { return m_pools[m_index]; }
     void ChooseMode();
     bool ModeFailed();
+    static bool NextOf(Pool& pool);
     void BeginOutage(TimeSpan now);
     bool IsTurnOver(TimeSpan now) const;
     Verdict Change(TimeSpan now);

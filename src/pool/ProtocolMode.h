@@ -8,7 +8,16 @@ constexpr std::int32_t ModeNumber(ProtocolMode mode) {
     return static_cast<std::int32_t>(mode);
 }
 
-// The mode tried after this one; Host is the last.
-constexpr ProtocolMode NextMode(ProtocolMode mode) {
-    return mode == ProtocolMode::Host ? mode : static_cast<ProtocolMode>(ModeNumber(mode) + 1);
-}
+// All that makes one mode differ from another. In the requests' bodies {client} is "name/version", {server} and {port} are
+// the pool's, {wallet}, {worker} and {password} the login's.
+struct ProtocolDialect {
+    const wchar_t* name;    // shown to people
+    const char* subscribe;  // body of the first request, the login in some
+    const char* authorize;  // body of the request that follows its answer; null: there is none, the pool has logged in
+    bool fetchesWork;       // work is asked for after the login
+    bool wantsExtranonce;   // the subscribe's answer brings one, and its changes are subscribed to
+    ProtocolMode next;      // tried after this one; None: it is the last
+};
+
+// mode: not None.
+const ProtocolDialect& DialectOf(ProtocolMode mode);

@@ -36,6 +36,11 @@ std::optional<double> NumberOf(const JsonValue& value) {
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
+// Such a pool knows no authorisation; what it sends under that id answers nothing.
+bool LogsInAtOnce(ProtocolMode mode) {
+    return mode != ProtocolMode::None && DialectOf(mode).authorize == nullptr;
+}
+
 void Increment(std::uint64_t& counter) {
     std::atomic_ref(counter).fetch_add(1, std::memory_order_relaxed);
 }
@@ -66,7 +71,7 @@ void CStratumSession::LineReceived(std::string_view line) {
             SubscribeReply(message, error);
             break;
         case kIdAuthorize:
-            if (ActiveMode() != ProtocolMode::EthProxy) AuthorizeReply(message, error);
+            if (!LogsInAtOnce(ActiveMode())) AuthorizeReply(message, error);
             break;
         case kIdExtranonceSubscribe:
         case kIdReserved:
@@ -99,12 +104,12 @@ void CStratumSession::SubscribeReply(const CStratumMessage& message, PoolError& 
     // A difficulty that came on this connection before the answer holds.
     if (!m_difficultyHere) ClearTarget();
     PostWork(QV_MSG_LOGGED_IN);
-    if (m_access.Mode() == ProtocolMode::EthProxy) {
-        BecomeReady();
-        m_output.SendText(GetWorkRequest());
-        return;
-    }
-    if (m_access.Mode() == ProtocolMode::NiceHash) {
+    const ProtocolDialect& dialect = DialectOf(m_access.Mode());
+    const bool logsInAtOnce = LogsInAtOnce(m_access.Mode());
+    if (logsInAtOnce) BecomeReady();
+    if (dialect.fetchesWork) m_output.SendText(GetWorkRequest());
+    if (logsInAtOnce) return;
+    if (dialect.wantsExtranonce) {
         TakeExtranonce(message);
         m_output.SendText(ExtranonceSubscribeRequest());
     }

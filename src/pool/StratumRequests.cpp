@@ -1,53 +1,70 @@
 #include "pool/StratumRequests.h"
-#include <initializer_list>
+#include <iterator>
 #include "common/CodePage.h"
 #include "common/Version.h"
 
 namespace {
 
-std::string Join(std::initializer_list<std::string_view> parts) {
-    std::string text;
-    for (const std::string_view part : parts)
-        text += part;
-    return text;
+#define QV_AUTHORIZE R"("method":"mining.authorize","params":[")"
+constexpr ProtocolDialect kDialects[] = {
+    {.name = L"eth-proxy",
+     .subscribe = R"("method":"eth_submitLogin","worker":"{worker}","params":["{wallet}"])",
+     .authorize = nullptr,
+     .fetchesWork = true,
+     .wantsExtranonce = false,
+     .next = ProtocolMode::Plain},
+    {.name = L"stratum",
+     .subscribe = R"("jsonrpc":"2.0","method":"mining.subscribe","params":[])",
+     .authorize = R"("jsonrpc":"2.0",)" QV_AUTHORIZE R"({wallet}.{worker}","{password}"])",
+     .fetchesWork = false,
+     .wantsExtranonce = false,
+     .next = ProtocolMode::NiceHash},
+    {.name = L"NiceHash stratum",
+     .subscribe = R"("method":"mining.subscribe","params":["{client}","EthereumStratum/1.0.0"])",
+     .authorize = QV_AUTHORIZE R"({wallet}.{worker}","{password}"])",
+     .fetchesWork = false,
+     .wantsExtranonce = true,
+     .next = ProtocolMode::Host},
+    {.name = L"stratum with host",
+     .subscribe = R"("method":"mining.subscribe","params":["{client}",null,"{server}","{port}"])",
+     .authorize = QV_AUTHORIZE R"({wallet}","{password}"])",
+     .fetchesWork = false,
+     .wantsExtranonce = false,
+     .next = ProtocolMode::None},
+};
+#undef QV_AUTHORIZE
+
+std::string ValueOf(std::string_view name, const LoginFields& login) {
+    if (name == "client") return std::string(kApplicationNameNarrow) + "/" + kVersionText;
+    if (name == "server") return WideToNarrow(login.server);
+    if (name == "port") return std::to_string(login.port);
+    if (name == "wallet") return WideToNarrow(login.wallet);
+    if (name == "worker") return WideToNarrow(login.worker);
+    return WideToNarrow(login.password);
 }
 
-std::string Request(std::uint32_t id, std::string_view body) {
-    return Join({"{\"id\":", std::to_string(id), ",", body, "}\n"});
-}
-
-// "name/version".
-std::string ClientText() {
-    return Join({kApplicationNameNarrow, "/", kVersionText});
-}
-
-std::string SubscribeBody(ProtocolMode mode, const LoginFields& login) {
-    switch (mode) {
-        case ProtocolMode::Plain:
-            return R"("jsonrpc":"2.0","method":"mining.subscribe","params":[])";
-        case ProtocolMode::NiceHash:
-            return Join({R"("method":"mining.subscribe","params":[")", ClientText(), R"(","EthereumStratum/1.0.0"])"});
-        case ProtocolMode::Host:
-            return Join({R"("method":"mining.subscribe","params":[")", ClientText(), R"(",null,")",
-                         WideToNarrow(login.server), R"(",")", std::to_string(login.port), R"("])"});
-        default:
-            return Join({R"("method":"eth_submitLogin","worker":")", WideToNarrow(login.worker), R"(","params":[")",
-                         WideToNarrow(login.wallet), R"("])"});
+std::string Request(std::uint32_t id, std::string_view body, const LoginFields& login = {}) {
+    std::string text = "{\"id\":" + std::to_string(id) + ",";
+    for (std::size_t open = body.find('{'); open != body.npos; open = body.find('{')) {
+        const std::size_t close = body.find('}', open);
+        text.append(body.substr(0, open)).append(ValueOf(body.substr(open + 1, close - open - 1), login));
+        body.remove_prefix(close + 1);
     }
+    return text.append(body).append("}\n");
 }
 
 }  // namespace
 
+const ProtocolDialect& DialectOf(ProtocolMode mode) {
+    return kDialects[static_cast<std::size_t>(ModeNumber(mode))];
+}
+
 std::string SubscribeRequest(ProtocolMode mode, const LoginFields& login) {
-    return Request(kIdSubscribe, SubscribeBody(mode, login));
+    return Request(kIdSubscribe, DialectOf(mode).subscribe, login);
 }
 
 std::string AuthorizeRequest(ProtocolMode mode, const LoginFields& login) {
-    std::string user = WideToNarrow(login.wallet);
-    if (mode != ProtocolMode::Host) user = Join({user, ".", WideToNarrow(login.worker)});
-    return Request(kIdAuthorize, Join({mode == ProtocolMode::Plain ? R"("jsonrpc":"2.0",)" : "",
-                                       R"("method":"mining.authorize","params":[")", user, R"(",")",
-                                       WideToNarrow(login.password), R"("])"}));
+    return Request(kIdAuthorize, DialectOf(mode).authorize, login);
 }
 
 std::string ExtranonceSubscribeRequest() {
