@@ -4,6 +4,7 @@
 #include "common/CodePage.h"
 #include "common/Hex.h"
 #include "config/ConfigurationXml.h"
+#include "config/PoolFields.h"
 #include "support/XmlAttributes.h"
 
 namespace {
@@ -72,18 +73,21 @@ class CConfigurationReader {
         PoolEntry pool;
         ReadNumber(element, "ID", pool.ID, ParseId);
         const std::wstring owner = std::wstring(L"pool ").append(std::to_wstring(static_cast<std::int32_t>(pool.ID)));
-        m_report.CheckNames(element, {"ID", "Name", "Server", "Port", "WalletUser", "Password", "WorkerOverride", "Algo"},
-                            {}, owner);
-        ReadText(element, "Name", pool.Name, owner);
-        ReadText(element, "Server", pool.Server, owner);
+        std::vector<std::string_view> known;
+        for (const PoolFieldSpec& spec : kPoolFields)
+            known.emplace_back(spec.attribute);
+        m_report.CheckNames(element, known, {}, owner);
+        for (const PoolFieldSpec& spec : kPoolFields) {
+            if (spec.kind == PoolFieldKind::Text) ReadText(element, spec.attribute, TextOf(pool, spec.field), owner);
+        }
         ReadNumber(element, "Port", pool.Port, ParseUInt32);
-        ReadText(element, "WalletUser", pool.WalletUser, owner);
-        ReadText(element, "Password", pool.Password, owner);
-        ReadText(element, "WorkerOverride", pool.WorkerOverride, owner);
         ReadNumber(element, "Algo", pool.Algo, ParseInt32);
-        CheckNumber<std::int32_t>(element, "ID", owner);
-        m_report.CheckNumber(element, "Port", 1, kMost<std::uint16_t>, owner);
-        CheckNumber<std::int32_t>(element, "Algo", owner);
+        for (const PoolFieldSpec& spec : kPoolFields) {
+            if (spec.kind == PoolFieldKind::Port)
+                m_report.CheckNumber(element, spec.attribute, 1, kMost<std::uint16_t>, owner);
+            else if (spec.kind != PoolFieldKind::Text)
+                CheckNumber<std::int32_t>(element, spec.attribute, owner);
+        }
         if (m_builder.AddPool(pool) == nullptr) m_report.Dropped(std::wstring(L"another ").append(owner));
     }
 

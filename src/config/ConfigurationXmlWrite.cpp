@@ -3,6 +3,7 @@
 #include "common/CodePage.h"
 #include "common/Hex.h"
 #include "config/ConfigurationXml.h"
+#include "config/PoolFields.h"
 #include "support/XmlAttributes.h"
 
 namespace {
@@ -17,14 +18,22 @@ void SetId(XML_NODE& element, std::string_view name, std::uint32_t id) {
 }
 
 void WritePool(const PoolEntry& pool, XML_NODE& element) {
-    SetId(element, "ID", pool.ID);
-    SetText(element, "Name", pool.Name);
-    SetText(element, "Server", pool.Server);
-    SetAttribute(element, "Port", pool.Port);
-    SetText(element, "WalletUser", pool.WalletUser);
-    SetText(element, "Password", pool.Password);
-    SetText(element, "WorkerOverride", pool.WorkerOverride);
-    SetAttribute(element, "Algo", pool.Algo);
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        switch (spec.kind) {
+            case PoolFieldKind::Id:
+                SetId(element, spec.attribute, pool.ID);
+                break;
+            case PoolFieldKind::Port:
+                SetAttribute(element, spec.attribute, pool.Port);
+                break;
+            case PoolFieldKind::Number:
+                SetAttribute(element, spec.attribute, pool.Algo);
+                break;
+            case PoolFieldKind::Text:
+                SetText(element, spec.attribute, TextOf(pool, spec.field));
+                break;
+        }
+    }
 }
 
 void WriteGpu(std::span<const std::uint8_t, QV_UUID_BYTES> uuid, std::int32_t NGM, std::uint64_t NGTO, XML_NODE& gpus) {

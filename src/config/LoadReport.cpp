@@ -32,7 +32,7 @@ bool IsNumber(std::string_view text, std::int64_t least, std::int64_t most) {
     return error == std::errc() && end == text.data() + text.size() && value >= least && value <= most;
 }
 
-bool IsOneOf(std::initializer_list<std::string_view> known, std::string_view name) {
+bool IsOneOf(std::span<const std::string_view> known, std::string_view name) {
     return std::ranges::find(known, name) != known.end();
 }
 
@@ -51,8 +51,8 @@ std::wstring CLoadReport::Text() const {
     return text;
 }
 
-void CLoadReport::CheckNames(const XML_NODE& element, std::initializer_list<std::string_view> attributes,
-                             std::initializer_list<std::string_view> children, std::wstring_view owner) {
+void CLoadReport::CheckNames(const XML_NODE& element, std::span<const std::string_view> attributes,
+                             std::span<const std::string_view> children, std::wstring_view owner) {
     const auto drop = [&](const wchar_t* kind, std::string_view name) {
         Dropped(std::wstring(kind).append(Shown(name)).append(L" of ").append(owner));
     };

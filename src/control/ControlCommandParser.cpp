@@ -5,6 +5,7 @@
 #include <span>
 #include "common/CodePage.h"
 #include "common/Utf8.h"
+#include "config/PoolFields.h"
 
 namespace {
 
@@ -109,20 +110,32 @@ std::optional<WorkerNameField> ReadWorkerName(const Value& params) {
     return ReadField(params, "workername", field) ? std::optional(field) : std::nullopt;
 }
 
+template <typename Number>
+bool Take(const std::optional<Number>& value, Number& field) {
+    if (value) field = *value;
+    return value.has_value();
+}
+
+bool ReadPoolField(const Value& element, const PoolFieldSpec& spec, PoolEntry& pool) {
+    switch (spec.kind) {
+        case PoolFieldKind::Id:
+            return Take(ReadId(element, spec.member), pool.ID);
+        case PoolFieldKind::Port:
+            return Take(ReadUnsigned(element, spec.member), pool.Port);
+        case PoolFieldKind::Number:
+            return Take(ReadSigned(element, spec.member), pool.Algo);
+        case PoolFieldKind::Text:
+            break;
+    }
+    return ReadField(element, spec.member, TextOf(pool, spec.field));
+}
+
 std::optional<PoolEntry> ReadPool(const Value& element) {
     if (!element.IsObject()) return std::nullopt;
     PoolEntry pool;
-    const auto id = ReadId(element, "id");
-    const auto port = ReadUnsigned(element, "port");
-    const auto algorithm = ReadSigned(element, "algo");
-    const bool hasTexts = ReadField(element, "name", pool.Name) && ReadField(element, "server", pool.Server) &&
-                          ReadField(element, "wallet", pool.WalletUser);
-    if (!id || !port || !algorithm || !hasTexts) return std::nullopt;
-    pool.ID = *id;
-    pool.Port = *port;
-    pool.Algo = *algorithm;
-    ReadField(element, "password", pool.Password);
-    ReadField(element, "workeroverride", pool.WorkerOverride);
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        if (!ReadPoolField(element, spec, pool) && spec.isRequired) return std::nullopt;
+    }
     return pool;
 }
 

@@ -1,6 +1,5 @@
 #include "gui/PoolDraft.h"
 
-#include <iterator>
 #include <limits>
 
 #include "common/CodePage.h"
@@ -10,70 +9,68 @@
 
 namespace {
 
-template <std::size_t Size>
-constexpr std::size_t Room(const wchar_t (&)[Size]) {
-    return Size - 1;
-}
-
 std::wstring SentenceStart(std::wstring text) {
     if (!text.empty() && text[0] >= L'a' && text[0] <= L'z') text[0] = static_cast<wchar_t>(text[0] - L'a' + L'A');
     return text;
 }
 
-std::wstring CheckRequired(const std::wstring& text, std::size_t maxChars, const wchar_t* whenEmpty) {
-    return text.empty() ? whenEmpty : CheckFieldText(text, maxChars);
-}
-
-std::wstring CheckServer(const std::wstring& server, std::size_t maxChars) {
-    if (server.find_first_of(L" \t\u00A0") != std::wstring::npos) return L"No spaces, please";
-    std::wstring reason = CheckRequired(server, maxChars, L"Enter a server");
-    return reason.empty() ? SentenceStart(NarrowToWide(ParsePoolAddress(WideToUtf8(server)).reason)) : reason;
-}
-
 void TakeServerApart(PoolDraft& draft) {
+    std::wstring& server = draft[PoolField::Server];
     // What the code page lacks would not come back.
-    if (!CheckFieldText(draft.server, std::numeric_limits<std::size_t>::max()).empty()) return;
-    const PoolAddress address = ParsePoolAddress(WideToUtf8(draft.server));
+    if (!CheckFieldText(server, std::numeric_limits<std::size_t>::max()).empty()) return;
+    const PoolAddress address = ParsePoolAddress(WideToUtf8(server));
     if (!address.reason.empty()) return;
-    draft.server = NarrowToWide(Utf8ToNarrow(address.host, nullptr));
-    if (address.port) draft.port = std::to_wstring(*address.port);
+    server = NarrowToWide(Utf8ToNarrow(address.host, nullptr));
+    if (address.port) draft[PoolField::Port] = std::to_wstring(*address.port);
+}
+
+std::wstring CheckText(const PoolFieldSpec& spec, const std::wstring& text, std::size_t room) {
+    if (spec.field == PoolField::Server && text.find_first_of(L" \t\u00A0") != std::wstring::npos)
+        return L"No spaces, please";
+    if (text.empty()) return spec.ask != nullptr ? spec.ask : L"";
+    std::wstring reason = CheckFieldText(text, room - 1);
+    if (!reason.empty() || spec.field != PoolField::Server) return reason;
+    return SentenceStart(NarrowToWide(ParsePoolAddress(WideToUtf8(text)).reason));
 }
 
 }  // namespace
 
 PoolDraft MakePoolDraft(const PoolEntry& pool) {
-    return {pool.Name,           pool.Server, std::to_wstring(pool.Port), pool.WalletUser, pool.Password,
-            pool.WorkerOverride, pool.Algo};
+    PoolDraft draft;
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        if (spec.kind == PoolFieldKind::Text) draft[spec.field] = TextOf(pool, spec.field);
+    }
+    draft[PoolField::Port] = std::to_wstring(pool.Port);
+    draft.algorithm = pool.Algo;
+    return draft;
 }
 
 PoolDraft TidyPoolDraft(PoolDraft draft) {
-    for (std::wstring* text : {&draft.name, &draft.server, &draft.walletUser, &draft.workerOverride})
-        *text = Trimmed(*text);
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        if (spec.isTrimmed) draft[spec.field] = Trimmed(draft[spec.field]);
+    }
     TakeServerApart(draft);
     return draft;
 }
 
 PoolFieldReasons CheckPoolDraft(const PoolDraft& draft) {
-    const PoolEntry limits;
+    PoolEntry limits;
     PoolFieldReasons reasons;
-    const auto note = [&reasons](PoolField field, std::wstring reason) {
-        if (!reason.empty()) reasons.push_back({field, std::move(reason)});
-    };
-    note(PoolField::Name, CheckRequired(draft.name, Room(limits.Name), L"Enter a name"));
-    note(PoolField::Server, CheckServer(draft.server, Room(limits.Server)));
-    note(PoolField::Port, ParsePort(draft.port).reason);
-    note(PoolField::WalletUser, CheckRequired(draft.walletUser, Room(limits.WalletUser), L"Enter a wallet or user"));
-    note(PoolField::Password, CheckFieldText(draft.password, Room(limits.Password)));
-    note(PoolField::WorkerOverride, CheckFieldText(draft.workerOverride, Room(limits.WorkerOverride)));
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        std::wstring reason;
+        if (spec.kind == PoolFieldKind::Text)
+            reason = CheckText(spec, draft[spec.field], TextOf(limits, spec.field).size());
+        else if (spec.kind == PoolFieldKind::Port)
+            reason = ParsePort(draft[spec.field]).reason;
+        if (!reason.empty()) reasons.push_back({spec.field, std::move(reason)});
+    }
     return reasons;
 }
 
 void ApplyPoolDraft(const PoolDraft& draft, PoolEntry& pool) {
-    CopyToField(draft.name, pool.Name);
-    CopyToField(draft.server, pool.Server);
-    pool.Port = ParsePort(draft.port).port;
-    CopyToField(draft.walletUser, pool.WalletUser);
-    CopyToField(draft.password, pool.Password);
-    CopyToField(draft.workerOverride, pool.WorkerOverride);
+    for (const PoolFieldSpec& spec : kPoolFields) {
+        if (spec.kind == PoolFieldKind::Text) CopyToField(draft[spec.field], TextOf(pool, spec.field));
+    }
+    pool.Port = ParsePort(draft[PoolField::Port]).port;
     pool.Algo = draft.algorithm;
 }

@@ -1,17 +1,19 @@
 #pragma once
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
-#include "config/PoolEntry.h"
+#include "config/PoolFields.h"
 
-// What the user typed for a pool. Portable; one thread.
+// What the user typed for a pool: a text for each field but the algorithm, which is chosen. Portable; one thread.
 struct PoolDraft {
-    std::wstring name, server, port, walletUser, password, workerOverride;
+    std::array<std::wstring, kPoolFields.size()> texts;
     std::int32_t algorithm = 0;
+
+    std::wstring& operator[](PoolField field) { return texts[static_cast<std::size_t>(field)]; }
+    const std::wstring& operator[](PoolField field) const { return texts[static_cast<std::size_t>(field)]; }
     bool operator==(const PoolDraft&) const = default;
 };
-
-enum class PoolField { Name, Server, Port, Algorithm, WalletUser, Password, WorkerOverride };
 
 // Why a field cannot be taken over; short, for the user.
 struct PoolFieldReason {

@@ -26,7 +26,7 @@ PoolFieldReasons CPoolEditModel::Check(const PoolDraft& draft, std::optional<std
     if (index && draft == MakePoolDraft(Pool(*index))) return {};
     const PoolDraft tidy = TidyPoolDraft(draft);
     PoolFieldReasons reasons = CheckPoolDraft(tidy);
-    if (IsNameTaken(tidy.name, index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
+    if (IsNameTaken(tidy[PoolField::Name], index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
     std::wstring reason = CheckAlgorithm(tidy.algorithm, index);
     if (!reason.empty()) reasons.push_back({PoolField::Algorithm, std::move(reason)});
     return reasons;

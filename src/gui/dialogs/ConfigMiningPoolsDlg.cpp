@@ -124,12 +124,9 @@ void CConfigMiningPoolsDlg::FillFields() {
     m_filling = true;
     const bool any = m_isNew || m_current;
     const PoolDraft draft = m_current ? MakePoolDraft(m_model.Pool(*m_current)) : any ? m_model.NewDraft() : PoolDraft();
-    SetItemText(IDC_POOLEDIT_NAME, draft.name);
-    SetItemText(IDC_POOLEDIT_SERVER, draft.server);
-    SetItemText(IDC_POOLEDIT_POOL_PORT, draft.port);
-    SetItemText(IDC_POOLEDIT_WALLET, draft.walletUser);
-    SetItemText(IDC_POOLEDIT_PASSWORD, draft.password);
-    SetItemText(IDC_POOLEDIT_OVERRIDE, draft.workerOverride);
+    for (const FieldIds& field : kFields) {
+        if (field.field != PoolField::Algorithm) SetItemText(field.control, draft[field.field]);
+    }
     FillAlgorithms(draft.algorithm);
     for (const FieldIds& field : kFields)
         EnableItem(field.control, any);
@@ -151,12 +148,9 @@ void CConfigMiningPoolsDlg::FillAlgorithms(std::int32_t selected) {
 
 PoolDraft CConfigMiningPoolsDlg::Draft() const {
     PoolDraft draft;
-    draft.name = ItemText(IDC_POOLEDIT_NAME);
-    draft.server = ItemText(IDC_POOLEDIT_SERVER);
-    draft.port = ItemText(IDC_POOLEDIT_POOL_PORT);
-    draft.walletUser = ItemText(IDC_POOLEDIT_WALLET);
-    draft.password = ItemText(IDC_POOLEDIT_PASSWORD);
-    draft.workerOverride = ItemText(IDC_POOLEDIT_OVERRIDE);
+    for (const FieldIds& field : kFields) {
+        if (field.field != PoolField::Algorithm) draft[field.field] = ItemText(field.control);
+    }
     draft.algorithm = static_cast<std::int32_t>(m_algorithms.ItemData());
     return draft;
 }
@@ -168,10 +162,10 @@ void CConfigMiningPoolsDlg::OnFieldChanged() {
 // What was pasted stands where it belongs before the user goes on. A server that he did not touch stays as the file has it.
 void CConfigMiningPoolsDlg::OnServerLeft() {
     const PoolDraft draft = Draft();
-    if (m_current && draft.server == m_model.Pool(*m_current).Server) return;
+    if (m_current && draft[PoolField::Server] == m_model.Pool(*m_current).Server) return;
     const PoolDraft tidy = TidyPoolDraft(draft);
-    SetItemText(IDC_POOLEDIT_SERVER, tidy.server);
-    SetItemText(IDC_POOLEDIT_POOL_PORT, tidy.port);
+    SetItemText(IDC_POOLEDIT_SERVER, tidy[PoolField::Server]);
+    SetItemText(IDC_POOLEDIT_POOL_PORT, tidy[PoolField::Port]);
 }
 
 void CConfigMiningPoolsDlg::ShowReasons(const PoolFieldReasons& reasons) {

@@ -5,7 +5,7 @@
 namespace {
 
 PoolDraft GoodDraft() {
-    return {L"New", L"eu.pool.example", L"4444", L"0xwallet", L"x", L"", 3};
+    return {.texts = {L"", L"New", L"eu.pool.example", L"4444", L"0xwallet", L"x", L""}, .algorithm = 3};
 }
 
 std::vector<PoolField> Fields(const PoolFieldReasons& reasons) {
@@ -37,27 +37,31 @@ TEST(PoolEditModel, ChecksEveryField) {
         std::vector<PoolField> refused;
     } cases[] = {
         {"good", GoodDraft(), {}},
-        {"no name", with([](PoolDraft& d) { d.name = L"  "; }), {PoolField::Name}},
-        {"taken name, with spaces around it", with([](PoolDraft& d) { d.name = L" Two "; }), {PoolField::Name}},
-        {"longest name", with([&](PoolDraft& d) { d.name = text(63); }), {}},
-        {"longer name", with([&](PoolDraft& d) { d.name = text(64); }), {PoolField::Name}},
-        {"letter that survives", with([](PoolDraft& d) { d.name = L"Gr\u00F6\u00DFe"; }), {}},
-        {"letter that the code page lacks", with([](PoolDraft& d) { d.name = L"\u0416"; }), {PoolField::Name}},
-        {"letter with a similar one", with([](PoolDraft& d) { d.walletUser = L"\u0101"; }), {PoolField::WalletUser}},
-        {"control character", with([](PoolDraft& d) { d.password = L"a\tb"; }), {PoolField::Password}},
-        {"no server", with([](PoolDraft& d) { d.server = L""; }), {PoolField::Server}},
-        {"server that needs encryption", with([](PoolDraft& d) { d.server = L"ssl://a.example"; }), {PoolField::Server}},
-        {"server with a space", with([](PoolDraft& d) { d.server = L"a b"; }), {PoolField::Server}},
-        {"pasted server", with([](PoolDraft& d) { d.server = L" a.example\r\n"; }), {}},
-        {"longest server", with([&](PoolDraft& d) { d.server = text(259); }), {}},
-        {"longer server", with([&](PoolDraft& d) { d.server = text(260); }), {PoolField::Server}},
-        {"port 0", with([](PoolDraft& d) { d.port = L"0"; }), {PoolField::Port}},
-        {"no wallet", with([](PoolDraft& d) { d.walletUser = L""; }), {PoolField::WalletUser}},
-        {"longer wallet", with([&](PoolDraft& d) { d.walletUser = text(260); }), {PoolField::WalletUser}},
-        {"no password", with([](PoolDraft& d) { d.password = L""; }), {}},
-        {"longer password", with([&](PoolDraft& d) { d.password = text(64); }), {PoolField::Password}},
-        {"longest worker", with([&](PoolDraft& d) { d.workerOverride = text(31); }), {}},
-        {"longer worker", with([&](PoolDraft& d) { d.workerOverride = text(32); }), {PoolField::WorkerOverride}},
+        {"no name", with([](PoolDraft& d) { d[PoolField::Name] = L"  "; }), {PoolField::Name}},
+        {"taken name, with spaces around it", with([](PoolDraft& d) { d[PoolField::Name] = L" Two "; }), {PoolField::Name}},
+        {"longest name", with([&](PoolDraft& d) { d[PoolField::Name] = text(63); }), {}},
+        {"longer name", with([&](PoolDraft& d) { d[PoolField::Name] = text(64); }), {PoolField::Name}},
+        {"letter that survives", with([](PoolDraft& d) { d[PoolField::Name] = L"Gr\u00F6\u00DFe"; }), {}},
+        {"letter that the code page lacks", with([](PoolDraft& d) { d[PoolField::Name] = L"\u0416"; }), {PoolField::Name}},
+        {"letter with a similar one",
+         with([](PoolDraft& d) { d[PoolField::WalletUser] = L"\u0101"; }),
+         {PoolField::WalletUser}},
+        {"control character", with([](PoolDraft& d) { d[PoolField::Password] = L"a\tb"; }), {PoolField::Password}},
+        {"no server", with([](PoolDraft& d) { d[PoolField::Server] = L""; }), {PoolField::Server}},
+        {"server that needs encryption",
+         with([](PoolDraft& d) { d[PoolField::Server] = L"ssl://a.example"; }),
+         {PoolField::Server}},
+        {"server with a space", with([](PoolDraft& d) { d[PoolField::Server] = L"a b"; }), {PoolField::Server}},
+        {"pasted server", with([](PoolDraft& d) { d[PoolField::Server] = L" a.example\r\n"; }), {}},
+        {"longest server", with([&](PoolDraft& d) { d[PoolField::Server] = text(259); }), {}},
+        {"longer server", with([&](PoolDraft& d) { d[PoolField::Server] = text(260); }), {PoolField::Server}},
+        {"port 0", with([](PoolDraft& d) { d[PoolField::Port] = L"0"; }), {PoolField::Port}},
+        {"no wallet", with([](PoolDraft& d) { d[PoolField::WalletUser] = L""; }), {PoolField::WalletUser}},
+        {"longer wallet", with([&](PoolDraft& d) { d[PoolField::WalletUser] = text(260); }), {PoolField::WalletUser}},
+        {"no password", with([](PoolDraft& d) { d[PoolField::Password] = L""; }), {}},
+        {"longer password", with([&](PoolDraft& d) { d[PoolField::Password] = text(64); }), {PoolField::Password}},
+        {"longest worker", with([&](PoolDraft& d) { d[PoolField::WorkerOverride] = text(31); }), {}},
+        {"longer worker", with([&](PoolDraft& d) { d[PoolField::WorkerOverride] = text(32); }), {PoolField::WorkerOverride}},
         {"unknown algorithm", with([](PoolDraft& d) { d.algorithm = 99; }), {PoolField::Algorithm}},
         {"nothing",
          PoolDraft(),
@@ -87,10 +91,10 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
     };
     for (const auto& c : cases) {
         PoolDraft draft = GoodDraft();
-        draft.server = c.pasted;
+        draft[PoolField::Server] = c.pasted;
         const PoolDraft tidy = TidyPoolDraft(draft);
-        EXPECT_EQ(tidy.server, c.server) << c.pasted;
-        EXPECT_EQ(tidy.port, c.port) << c.pasted;
+        EXPECT_EQ(tidy[PoolField::Server], c.server) << c.pasted;
+        EXPECT_EQ(tidy[PoolField::Port], c.port) << c.pasted;
     }
     // What a file holds is neither changed nor refused before the user touches that pool.
     CGuiRig rig;
@@ -102,7 +106,7 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
     PoolDraft draft = MakePoolDraft(model.Pool(0));
     EXPECT_TRUE(model.Edit(0, draft).empty());
     EXPECT_FALSE(model.IsChanged());
-    draft.password = L"other";
+    draft[PoolField::Password] = L"other";
     EXPECT_EQ(Fields(model.Edit(0, draft)), std::vector{PoolField::Server});
 }
 
@@ -112,7 +116,7 @@ TEST(PoolEditModel, AddsWithAnUnusedId) {
     model.Remove(0);
     ASSERT_TRUE(model.Add(GoodDraft()).empty());
     PoolDraft second = GoodDraft();
-    second.name = L"New 2";
+    second[PoolField::Name] = L"New 2";
     ASSERT_TRUE(model.Add(second).empty());
     EXPECT_EQ(model.Pool(3).ID, 3u) << "a session may still mine on the removed pool 1";
     EXPECT_EQ(model.Pool(4).ID, 4u);
@@ -127,7 +131,7 @@ TEST(PoolEditModel, EditsOnePoolAndKeepsTheRest) {
     rig.records[2].NGTO = 99;
     CPoolEditModel model(rig.Current(), rig.algorithms);
     PoolDraft draft = MakePoolDraft(model.Pool(3));
-    draft.server = L"other.example";
+    draft[PoolField::Server] = L"other.example";
     EXPECT_TRUE(model.Edit(3, draft).empty()) << "an algorithm that no plug-in has stays";
     rig.Current()->pools[0]->lastError.Set({5, {1}, -1, "while the dialog was open"});
 
