@@ -5,7 +5,9 @@
 #include <charconv>
 #include <cstdlib>
 #include <limits>
+#include <span>
 #include <system_error>
+#include <variant>
 
 #include "support/XmlAttributes.h"
 
@@ -31,56 +33,11 @@ bool ScanSides(const char* text, std::array<std::int32_t, 4>& sides) {
     return true;
 }
 
-void ReadNumber(const XML_NODE& element, std::string_view name, std::int32_t& field) {
-    if (const std::string* value = FindAttribute(element, name)) field = ParseInt32(*value);
-}
-
-void ReadNumber(const XML_NODE& element, std::string_view name, std::uint32_t& field) {
-    if (const std::string* value = FindAttribute(element, name)) field = ParseUInt32(*value);
-}
-
 constexpr wchar_t kOwner[] = L"the settings";
+constexpr wchar_t kLoggingOwner[] = L"Logging";
 
-struct NumberRange {
-    std::string_view name;
-    std::int64_t least, most;
-};
+constexpr std::int64_t kInt32Least = std::numeric_limits<std::int32_t>::min();
 constexpr std::int64_t kInt32Most = std::numeric_limits<std::int32_t>::max();
-constexpr NumberRange kRanges[] = {
-    {"StartSolverOnStart", -kInt32Most - 1, kInt32Most},
-    {"HostIP", 0, std::numeric_limits<std::uint32_t>::max()},
-    {"HostPort", 1, std::numeric_limits<std::uint16_t>::max()},
-    {"ControlState", 0, 2},
-    {"LastControlState", 0, 1},
-    {"MiningState", 0, 2},
-    {"LastMiningState", 0, 1},
-    {"Theme", -kInt32Most - 1, kInt32Most},
-    {"HideMinimized", -kInt32Most - 1, kInt32Most},
-};
-
-void CheckSettings(const XML_NODE& root, CLoadReport& report) {
-    if (root.name != kRuntimeSettingsRoot) report.Dropped(L"the root element, which is no RuntimeSettings");
-    report.CheckNames(
-        root,
-        {"WindowPos", "ConfigWorkerPos", "ConfigMiningPoolsPos", "StartSolverOnStart", "HostIP", "HostPort", "ControlState",
-         "LastControlState", "MiningState", "LastMiningState", "Theme", "HideMinimized", "ControlToken"},
-        {"Logging"}, kOwner);
-    for (const NumberRange& range : kRanges)
-        report.CheckNumber(root, range.name, range.least, range.most, kOwner);
-    for (const std::string_view name : {"WindowPos", "ConfigWorkerPos", "ConfigMiningPoolsPos"}) {
-        const std::string* const text = FindAttribute(root, name);
-        std::array<std::int32_t, 4> sides = {};
-        if (text != nullptr && !ScanSides(text->c_str(), sides))
-            report.Dropped(std::wstring(name.begin(), name.end()).append(L" of ").append(kOwner));
-    }
-    const std::vector<const XML_NODE*> logging = CollectChildren(root, "Logging");
-    if (logging.size() > 1) report.Dropped(L"another Logging of the settings");
-    if (logging.empty()) return;
-    report.CheckNames(*logging[0], {"MainLog", "ConnectionLog", "LogDays"}, {}, L"Logging");
-    for (const std::string_view name : {"MainLog", "ConnectionLog"})
-        report.CheckNumber(*logging[0], name, -kInt32Most - 1, kInt32Most, L"Logging");
-    report.CheckNumber(*logging[0], "LogDays", 0, kInt32Most, L"Logging");
-}
 
 // What is no number of days is taken for the default.
 std::int32_t ParseLogDays(const std::string& text) {
@@ -88,6 +45,121 @@ std::int32_t ParseLogDays(const std::string& text) {
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, days);
     return error == std::errc() && stop == end && days >= 0 ? days : kDefaults.LogDays;
+}
+
+// Every setting, in the order of the file.
+struct RectangleSetting {
+    const char* name;
+    SettingsRect RuntimeSettings::*field;
+};
+constexpr RectangleSetting kRectangles[] = {
+    {"WindowPos", &RuntimeSettings::WindowPos},
+    {"ConfigWorkerPos", &RuntimeSettings::ConfigWorkerPos},
+    {"ConfigMiningPoolsPos", &RuntimeSettings::ConfigMiningPoolsPos},
+};
+
+enum class Presence { Always, UnlessDefault };
+template <typename Number>
+struct NumberSetting {
+    const char* name;
+    Number RuntimeSettings::*field;
+    Number (*parse)(const std::string&);
+    std::int64_t least, most;  // beyond them: read all the same, and reported
+    Presence presence = Presence::Always;
+};
+using AnySetting = std::variant<NumberSetting<std::int32_t>, NumberSetting<std::uint32_t>>;
+
+constexpr AnySetting Number(const char* name, std::int32_t RuntimeSettings::*field, std::int64_t least, std::int64_t most,
+                            Presence presence = Presence::Always) {
+    return NumberSetting<std::int32_t>{name, field, ParseInt32, least, most, presence};
+}
+constexpr AnySetting Number(const char* name, std::uint32_t RuntimeSettings::*field, std::int64_t least, std::int64_t most) {
+    return NumberSetting<std::uint32_t>{name, field, ParseUInt32, least, most};
+}
+constexpr AnySetting Flag(const char* name, std::int32_t RuntimeSettings::*field, Presence presence = Presence::Always) {
+    return Number(name, field, kInt32Least, kInt32Most, presence);
+}
+
+constexpr AnySetting kNumbers[] = {
+    Flag("StartSolverOnStart", &RuntimeSettings::StartSolverOnStart),
+    Number("HostIP", &RuntimeSettings::HostIP, 0, std::numeric_limits<std::uint32_t>::max()),
+    Number("HostPort", &RuntimeSettings::HostPort, 1, std::numeric_limits<std::uint16_t>::max()),
+    Number("ControlState", &RuntimeSettings::ControlState, 0, 2),
+    Number("LastControlState", &RuntimeSettings::LastControlState, 0, 1),
+    Number("MiningState", &RuntimeSettings::MiningState, 0, 2),
+    Number("LastMiningState", &RuntimeSettings::LastMiningState, 0, 1),
+    Flag("Theme", &RuntimeSettings::Theme, Presence::UnlessDefault),
+    Flag("HideMinimized", &RuntimeSettings::HideMinimized, Presence::UnlessDefault),
+};
+constexpr char kToken[] = "ControlToken";
+
+// In the child of that name.
+constexpr char kLogging[] = "Logging";
+constexpr AnySetting kLoggingNumbers[] = {
+    Flag("MainLog", &RuntimeSettings::MainLog),
+    Flag("ConnectionLog", &RuntimeSettings::ConnectionLog),
+    NumberSetting<std::int32_t>{"LogDays", &RuntimeSettings::LogDays, ParseLogDays, 0, kInt32Most, Presence::UnlessDefault},
+};
+
+void ReadNumbers(const XML_NODE& element, std::span<const AnySetting> settings, RuntimeSettings& record) {
+    for (const AnySetting& setting : settings) {
+        std::visit(
+            [&](const auto& number) {
+                if (const std::string* value = FindAttribute(element, number.name))
+                    record.*number.field = number.parse(*value);
+            },
+            setting);
+    }
+}
+
+void WriteNumbers(const RuntimeSettings& record, std::span<const AnySetting> settings, XML_NODE& element) {
+    for (const AnySetting& setting : settings) {
+        std::visit(
+            [&](const auto& number) {
+                const auto value = record.*number.field;
+                if (number.presence == Presence::UnlessDefault && value == kDefaults.*number.field) return;
+                SetAttribute(element, number.name, value);
+            },
+            setting);
+    }
+}
+
+void CheckNumbers(const XML_NODE& element, std::span<const AnySetting> settings, std::wstring_view owner,
+                  CLoadReport& report) {
+    for (const AnySetting& setting : settings) {
+        std::visit([&](const auto& number) { report.CheckNumber(element, number.name, number.least, number.most, owner); },
+                   setting);
+    }
+}
+
+std::vector<std::string_view> NamesOf(std::span<const AnySetting> settings) {
+    std::vector<std::string_view> names;
+    for (const AnySetting& setting : settings)
+        names.emplace_back(std::visit([](const auto& number) { return number.name; }, setting));
+    return names;
+}
+
+void CheckSettings(const XML_NODE& root, CLoadReport& report) {
+    if (root.name != kRuntimeSettingsRoot) report.Dropped(L"the root element, which is no RuntimeSettings");
+    std::vector<std::string_view> names = NamesOf(kNumbers);
+    names.emplace_back(kToken);
+    for (const RectangleSetting& rectangle : kRectangles)
+        names.emplace_back(rectangle.name);
+    constexpr std::string_view children[] = {kLogging};
+    report.CheckNames(root, names, children, kOwner);
+    CheckNumbers(root, kNumbers, kOwner, report);
+    for (const RectangleSetting& rectangle : kRectangles) {
+        const std::string* const text = FindAttribute(root, rectangle.name);
+        std::array<std::int32_t, 4> sides = {};
+        if (text == nullptr || ScanSides(text->c_str(), sides)) continue;
+        const std::string_view name = rectangle.name;
+        report.Dropped(std::wstring(name.begin(), name.end()).append(L" of ").append(kOwner));
+    }
+    const std::vector<const XML_NODE*> logging = CollectChildren(root, kLogging);
+    if (logging.size() > 1) report.Dropped(L"another Logging of the settings");
+    if (logging.empty()) return;
+    report.CheckNames(*logging[0], NamesOf(kLoggingNumbers), {}, kLoggingOwner);
+    CheckNumbers(*logging[0], kLoggingNumbers, kLoggingOwner, report);
 }
 
 }  // namespace
@@ -109,42 +181,17 @@ void WriteRectangle(XML_NODE& root, std::string_view name, const SettingsRect& r
 
 void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadReport& report) {
     CheckSettings(root, report);
-    ReadRectangle(root, "WindowPos", settings.WindowPos);
-    ReadRectangle(root, "ConfigWorkerPos", settings.ConfigWorkerPos);
-    ReadRectangle(root, "ConfigMiningPoolsPos", settings.ConfigMiningPoolsPos);
-    ReadNumber(root, "StartSolverOnStart", settings.StartSolverOnStart);
-    ReadNumber(root, "HostIP", settings.HostIP);
-    ReadNumber(root, "HostPort", settings.HostPort);
-    ReadNumber(root, "ControlState", settings.ControlState);
-    ReadNumber(root, "LastControlState", settings.LastControlState);
-    ReadNumber(root, "MiningState", settings.MiningState);
-    ReadNumber(root, "LastMiningState", settings.LastMiningState);
-    ReadNumber(root, "Theme", settings.Theme);
-    ReadNumber(root, "HideMinimized", settings.HideMinimized);
-    if (auto token = FindUtf8Attribute(root, "ControlToken")) settings.ControlToken = *std::move(token);
-    const XML_NODE* logging = FindChild(root, "Logging");
-    if (logging == nullptr) return;
-    ReadNumber(*logging, "MainLog", settings.MainLog);
-    ReadNumber(*logging, "ConnectionLog", settings.ConnectionLog);
-    if (const std::string* days = FindAttribute(*logging, "LogDays")) settings.LogDays = ParseLogDays(*days);
+    for (const RectangleSetting& rectangle : kRectangles)
+        ReadRectangle(root, rectangle.name, settings.*rectangle.field);
+    ReadNumbers(root, kNumbers, settings);
+    if (auto token = FindUtf8Attribute(root, kToken)) settings.ControlToken = *std::move(token);
+    if (const XML_NODE* logging = FindChild(root, kLogging)) ReadNumbers(*logging, kLoggingNumbers, settings);
 }
 
 void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
-    WriteRectangle(root, "WindowPos", settings.WindowPos);
-    WriteRectangle(root, "ConfigWorkerPos", settings.ConfigWorkerPos);
-    WriteRectangle(root, "ConfigMiningPoolsPos", settings.ConfigMiningPoolsPos);
-    SetAttribute(root, "StartSolverOnStart", settings.StartSolverOnStart);
-    SetAttribute(root, "HostIP", settings.HostIP);
-    SetAttribute(root, "HostPort", settings.HostPort);
-    SetAttribute(root, "ControlState", settings.ControlState);
-    SetAttribute(root, "LastControlState", settings.LastControlState);
-    SetAttribute(root, "MiningState", settings.MiningState);
-    SetAttribute(root, "LastMiningState", settings.LastMiningState);
-    if (settings.Theme != 0) SetAttribute(root, "Theme", settings.Theme);
-    if (settings.HideMinimized != 0) SetAttribute(root, "HideMinimized", settings.HideMinimized);
-    if (!settings.ControlToken.empty()) SetUtf8Attribute(root, "ControlToken", settings.ControlToken);
-    XML_NODE& logging = AddChild(root, "Logging");
-    SetAttribute(logging, "MainLog", settings.MainLog);
-    SetAttribute(logging, "ConnectionLog", settings.ConnectionLog);
-    if (settings.LogDays != kDefaults.LogDays) SetAttribute(logging, "LogDays", settings.LogDays);
+    for (const RectangleSetting& rectangle : kRectangles)
+        WriteRectangle(root, rectangle.name, settings.*rectangle.field);
+    WriteNumbers(settings, kNumbers, root);
+    if (!settings.ControlToken.empty()) SetUtf8Attribute(root, kToken, settings.ControlToken);
+    WriteNumbers(settings, kLoggingNumbers, AddChild(root, kLogging));
 }
