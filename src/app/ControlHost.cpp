@@ -8,7 +8,7 @@ void CControlHost::Post(unsigned message, WPARAM wParam, LPARAM lParam) const {
     if (window != nullptr) PostMessageW(window, message, wParam, lParam);
 }
 
-void CControlHost::ControlStateChanged(ControlChannelState state) {
+void CControlHost::ControlStateChanged(ControlState state) {
     Post(kMessageControlState, static_cast<WPARAM>(state));
 }
 

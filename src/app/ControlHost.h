@@ -25,7 +25,7 @@ class CControlHost final : public IControlHost {
     };
     explicit CControlHost(const Parts& parts) : m_parts(parts) {}
 
-    void ControlStateChanged(ControlChannelState state) override;
+    void ControlStateChanged(ControlState state) override;
     void SetWorkerName(std::wstring_view name) override;
     CConfigurationBuilder MakeBuilder() override { return m_parts.configuration.MakeBuilder(); }
     void PublishConfiguration(MinerConfiguration configuration) override;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "common/CodePage.h"
+#include "common/IpAddress.h"
 #include "common/SystemTime.h"
 #include "common/Version.h"
 #include "control/ControlSecurity.h"
@@ -71,7 +72,7 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
         view.state = SessionStateText(manager.State());
         view.message = MessageOf(manager, gpu, m_parts.troubles.Lasting());
         if (manager.HasFailed()) return view;
-        view.role = static_cast<MiningRole>(manager.CurrentRole());
+        view.role = manager.CurrentRole();
         const CStratumSession& session = manager.WorkSource();
         const JobInfo job = session.CurrentJob();
         view.job = {job.time, -1, job.id};
@@ -114,7 +115,9 @@ std::wstring CDialogHost::Diagnostics() const {
     const ConfigurationPointer configuration = m_parts.configuration.Current();
     const bool mining = IsRunning();
     const TimeSpan uptime = mining ? CurrentTime(TimeMode::Utc).ticks - m_miningStart.ticks : 0;
-    const std::uint32_t control = !IsControlOpen() ? 1U : m_parts.control.IsConnected() ? 3U : 2U;
+    const auto control = !IsControlOpen()                ? ControlState::Offline
+                         : m_parts.control.IsConnected() ? ControlState::Connected
+                                                         : ControlState::Listening;
     return DiagnosticsText({.version = NarrowToWide(kVersionText),
                             .system = SystemText(),
                             .driverVersion = m_parts.driverVersion,

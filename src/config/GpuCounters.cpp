@@ -1,15 +1,11 @@
 #include "config/GpuCounters.h"
 
 #include <algorithm>
-#include <atomic>
 #include <limits>
 
-namespace {
+#include "common/SharedWord.h"
 
-template <typename Word>
-Word Load(const Word& word) {
-    return std::atomic_ref(const_cast<Word&>(word)).load(std::memory_order_relaxed);
-}
+namespace {
 
 // Stays at the greatest number instead of starting again at 0: a plug-in may write anything.
 void Add(std::uint64_t& sum, std::uint64_t value) {
@@ -20,11 +16,11 @@ void Add(std::uint64_t& sum, std::uint64_t value) {
 
 GpuCounters ReadGpuCounters(const QvGpuRecord& gpu) {
     const CMiningStatistics& statistics = gpu.statistics;
-    return {Load(statistics.accepted),
-            Load(statistics.rejected),
-            Load(statistics.stale),
-            Load(statistics.hashSpeed),
-            {Load(statistics.lastTime)}};
+    return {ReadShared(statistics.accepted),
+            ReadShared(statistics.rejected),
+            ReadShared(statistics.stale),
+            ReadShared(statistics.hashSpeed),
+            {ReadShared(statistics.lastTime)}};
 }
 
 GpuCounters SumGpuCounters(GpuSpan gpus) {

@@ -1,7 +1,7 @@
 #pragma once
-#include <atomic>
 #include <cstdint>
 #include <optional>
+#include "common/SharedWord.h"
 #include "quorvel/plugin.h"
 
 // The fields of a GPU record that belong to the configuration. They change while other threads and plug-ins read them, so
@@ -15,24 +15,24 @@ struct GpuSetting {
 };
 
 inline std::int32_t ReadNGM(QvGpuRecord& gpu) {
-    return std::atomic_ref(gpu.NGM).load(std::memory_order_relaxed);
+    return ReadShared(gpu.NGM);
 }
 
 inline std::uint64_t ReadNGTO(QvGpuRecord& gpu) {
-    return std::atomic_ref(gpu.NGTO).load(std::memory_order_relaxed);
+    return ReadShared(gpu.NGTO);
 }
 
 inline void ApplyGpuSetting(const GpuSetting& settings) {
-    if (settings.NGM) std::atomic_ref(settings.gpu->NGM).store(*settings.NGM, std::memory_order_relaxed);
-    if (settings.NGTO) std::atomic_ref(settings.gpu->NGTO).store(*settings.NGTO, std::memory_order_relaxed);
+    if (settings.NGM) WriteShared(settings.gpu->NGM, *settings.NGM);
+    if (settings.NGTO) WriteShared(settings.gpu->NGTO, *settings.NGTO);
 }
 
 // The caller of ReadAssignedPool holds the published configuration from before the call for as long as it uses the pool, or
 // only compares the address.
 inline const PoolEntry* ReadAssignedPool(QvGpuRecord& gpu) {
-    return std::atomic_ref(gpu.assignedPool).load(std::memory_order_acquire);
+    return ReadShared(gpu.assignedPool, std::memory_order_acquire);
 }
 
 inline void AssignPool(QvGpuRecord& gpu, const PoolEntry& pool) {
-    std::atomic_ref(gpu.assignedPool).store(&pool, std::memory_order_release);
+    WriteShared(gpu.assignedPool, &pool, std::memory_order_release);
 }

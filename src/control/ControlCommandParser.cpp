@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <span>
 #include "common/CodePage.h"
+#include "common/TextCompare.h"
 #include "common/Utf8.h"
 #include "config/PoolFields.h"
 
@@ -202,14 +203,6 @@ constexpr CommandForm kForms[] = {
     {"start-mining", ReadStart},
     {"stop-mining", ReadStop},
 };
-
-constexpr char ToLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, ToLower, ToLower);
-}
 
 }  // namespace
 

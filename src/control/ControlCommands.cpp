@@ -1,4 +1,5 @@
 #include "control/ControlCommands.h"
+#include "common/TextCompare.h"
 #include "control/ApplyConfiguration.h"
 #include "control/ControlCommandParser.h"
 #include "control/ControlSecurity.h"
@@ -6,7 +7,7 @@
 CommandResult CControlCommands::Execute(std::string_view line) {
     const std::optional<ControlCommand> command = ParseCommand(line);
     if (!command) return CommandResult::Ignored;
-    if (!m_token.empty() && !(command->token && IsSameToken(*command->token, m_token))) return CommandResult::Refused;
+    if (!m_token.empty() && !(command->token && EqualSecrets(*command->token, m_token))) return CommandResult::Refused;
     return std::visit([this](const auto& body) { return Do(body); }, command->body);
 }
 

@@ -3,11 +3,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "common/Messages.h"
 #include "config/MinerConfiguration.h"
 #include "config/PoolError.h"
-
-// As the dialog's message kMessageControlState numbers them.
-enum class ControlChannelState : std::uint32_t { Offline = 1, Listening = 2, Connected = 3 };
 
 // What the control channel needs of the program around it; supplied by the application, outlives the channel.
 //
@@ -21,7 +19,7 @@ class IControlHost {
 
     // Connected when a controller was accepted, Listening when its connection has ended, Offline when the channel has ended
     // by itself. Close reports nothing: whoever calls it knows.
-    virtual void ControlStateChanged(ControlChannelState state) = 0;
+    virtual void ControlStateChanged(ControlState state) = 0;
     // Makes it the default worker name (at most 17 characters), saves the configuration and tells the dialog.
     virtual void SetWorkerName(std::wstring_view name) = 0;
     // A builder of an empty configuration with the present default worker name.

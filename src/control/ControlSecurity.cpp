@@ -1,21 +1,12 @@
 #include "control/ControlSecurity.h"
 #include <algorithm>
+#include "common/IpAddress.h"
 #include "common/Utf8.h"
 
 namespace {
 
-constexpr std::uint32_t kLoopbackNetwork = 127;
-
-constexpr std::uint32_t Octet(std::uint32_t address, unsigned place) {
-    return address >> (8 * place) & 0xFF;
-}
-
 std::wstring AddressText(std::uint32_t address) {
-    if (address == 0) return L"every address of this machine";
-    std::wstring text = std::to_wstring(Octet(address, 0));
-    for (unsigned place = 1; place < 4; ++place)
-        text.append(L".").append(std::to_wstring(Octet(address, place)));
-    return text;
+    return address == 0 ? L"every address of this machine" : Ipv4Text(address);
 }
 
 std::wstring EndpointText(std::uint32_t address, std::uint32_t port) {
@@ -59,19 +50,6 @@ std::wstring ShownText(std::string_view text) {
 }
 
 }  // namespace
-
-bool IsSameToken(std::string_view given, std::string_view expected) {
-    if (given.size() != expected.size()) return false;
-    // Volatile: the compiler is not to find out that the answer may be known before the end.
-    volatile unsigned difference = 0;
-    for (std::size_t i = 0; i < expected.size(); ++i)
-        difference = difference | (static_cast<unsigned char>(given[i]) ^ static_cast<unsigned char>(expected[i]));
-    return difference == 0;
-}
-
-bool IsLoopback(std::uint32_t address) {
-    return Octet(address, 0) == kLoopbackNetwork;
-}
 
 std::wstring ListenWarning(std::uint32_t address, std::uint32_t port, bool hasToken) {
     if (hasToken || IsLoopback(address)) return {};

@@ -124,11 +124,11 @@ std::uint32_t CSocketMiner::IoLoop(void* argument) {
 }
 
 void CSocketMiner::OnConnected(std::uint32_t) {
-    m_program.ControlStateChanged(ControlChannelState::Connected);
+    m_program.ControlStateChanged(ControlState::Connected);
 }
 
 void CSocketMiner::OnDisconnected(std::uint32_t) {
-    if (!m_closing) m_program.ControlStateChanged(ControlChannelState::Listening);
+    if (!m_closing) m_program.ControlStateChanged(ControlState::Listening);
 }
 
 void CSocketMiner::OnDataReceived(char* data, std::uint32_t length, ddt_datetime, std::uint32_t) {
@@ -180,7 +180,7 @@ void CSocketMiner::ListenChanged(std::uint32_t error) {
     } else if (error == 0 && hadFailed) {
         m_program.LogLine(L"The control channel listens now on " + PeerText(HostAddress::V4(m_address), m_port));
     }
-    m_program.ControlStateChanged(error != 0 ? ControlChannelState::Offline : ControlChannelState::Listening);
+    m_program.ControlStateChanged(error != 0 ? ControlState::Offline : ControlState::Listening);
 }
 
 void CSocketMiner::OnError(const char* operation, std::uint32_t code) {
@@ -197,5 +197,5 @@ void CSocketMiner::OnError(const char* operation, std::uint32_t code) {
 void CSocketMiner::OnStop() {
     if (m_closing) return;
     m_program.LogLine(L"The control channel has failed and listens no longer");
-    m_program.ControlStateChanged(ControlChannelState::Offline);
+    m_program.ControlStateChanged(ControlState::Offline);
 }

@@ -1,12 +1,12 @@
 #include "control/StatusReports.h"
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <charconv>
 #include <concepts>
 #include <cstring>
 #include "common/CodePage.h"
 #include "common/Hex.h"
+#include "common/SharedWord.h"
 #include "common/Version.h"
 
 namespace {
@@ -15,12 +15,6 @@ constexpr std::size_t kFrameBytes = 256;      // of a report without its GPUs
 constexpr std::size_t kGpuStaticBytes = 384;  // at most, of one GPU: numbers at their longest
 constexpr std::size_t kGpuDynamicBytes = 448;
 constexpr std::size_t kUuidDigits = std::size_t{2} * QV_UUID_BYTES;
-
-// Others write the field meanwhile.
-template <typename Number>
-Number Load(const Number& field) {
-    return std::atomic_ref(const_cast<Number&>(field)).load(std::memory_order_relaxed);
-}
 
 template <std::integral Number>
 void AppendNumber(std::string& out, Number value) {
@@ -91,21 +85,21 @@ void AppendDynamic(std::string& out, const QvGpuRecord& gpu) {
     out.push_back('{');
     AppendGpuId(out, gpu);
     out.append(",\"status\":\"OK\",");
-    AppendMember(out, "\"Temp\":", Load(gpu.temperature));
-    AppendMember(out, "\"Fan\":", Load(gpu.fanSpeed));
-    AppendMember(out, "\"MemInUse\":", Load(gpu.memoryUsed));
-    AppendMember(out, "\"CoreClk\":", Load(gpu.coreClock));
-    AppendMember(out, "\"MemClk\":", Load(gpu.memoryClock));
-    if (const std::uint32_t power = Load(gpu.powerUsage); power != 0) AppendMember(out, "\"Power\":", power);
+    AppendMember(out, "\"Temp\":", ReadShared(gpu.temperature));
+    AppendMember(out, "\"Fan\":", ReadShared(gpu.fanSpeed));
+    AppendMember(out, "\"MemInUse\":", ReadShared(gpu.memoryUsed));
+    AppendMember(out, "\"CoreClk\":", ReadShared(gpu.coreClock));
+    AppendMember(out, "\"MemClk\":", ReadShared(gpu.memoryClock));
+    if (const std::uint32_t power = ReadShared(gpu.powerUsage); power != 0) AppendMember(out, "\"Power\":", power);
 
     const CMiningStatistics& statistics = gpu.statistics;
-    AppendMember(out, "\"HashSpeed\":", Load(statistics.hashSpeed));
-    AppendMember(out, "\"SolSpeed\":", Load(statistics.solSpeed));
-    AppendMember(out, "\"SOK\":", Load(statistics.accepted));
-    AppendMember(out, "\"SS\":", Load(statistics.stale));
-    AppendMember(out, "\"SR\":", Load(statistics.rejected));
+    AppendMember(out, "\"HashSpeed\":", ReadShared(statistics.hashSpeed));
+    AppendMember(out, "\"SolSpeed\":", ReadShared(statistics.solSpeed));
+    AppendMember(out, "\"SOK\":", ReadShared(statistics.accepted));
+    AppendMember(out, "\"SS\":", ReadShared(statistics.stale));
+    AppendMember(out, "\"SR\":", ReadShared(statistics.rejected));
     out.append("\"ST\":");
-    AppendNumber(out, static_cast<std::uint64_t>(Load(statistics.lastTime)));
+    AppendNumber(out, static_cast<std::uint64_t>(ReadShared(statistics.lastTime)));
     out.append("},");
 }
 

@@ -1,6 +1,6 @@
 #include "gpu/GpuTelemetry.h"
 
-#include <atomic>
+#include "common/SharedWord.h"
 
 namespace {
 
@@ -8,13 +8,8 @@ constexpr std::uint32_t kMilliwattsPerWatt = 1000;
 // More than a PC can hold. NVML's own count would be no better: it tells neither which indices fail nor of lost cards.
 constexpr std::uint32_t kMostDevices = 64;
 
-template <class Value>
-void Store(Value& field, Value value) {
-    std::atomic_ref(field).store(value, std::memory_order_relaxed);
-}
-
 void StoreRead(std::uint32_t& field, std::optional<std::uint32_t> value) {
-    if (value) Store(field, *value);
+    if (value) WriteShared(field, *value);
 }
 
 }  // namespace
@@ -46,18 +41,18 @@ NvmlDevice FindDevice(INvml& nvml, const QvPciInfo& pci) {
 
 void StoreReading(QvGpuRecord& gpu, const SensorReading& reading) {
     StoreRead(gpu.temperature, reading.temperature);
-    if (reading.utilization) Store(gpu.gpuUtilization, reading.utilization->gpu);
+    if (reading.utilization) WriteShared(gpu.gpuUtilization, reading.utilization->gpu);
     StoreRead(gpu.coreClock, reading.coreClock);
     StoreRead(gpu.memoryClock, reading.memoryClock);
     StoreRead(gpu.fanSpeed, reading.fanSpeed);
-    if (reading.memory) Store(gpu.memoryUsed, reading.memory->used);
-    if (reading.powerUsage) Store(gpu.powerUsage, *reading.powerUsage / kMilliwattsPerWatt);
+    if (reading.memory) WriteShared(gpu.memoryUsed, reading.memory->used);
+    if (reading.powerUsage) WriteShared(gpu.powerUsage, *reading.powerUsage / kMilliwattsPerWatt);
     const auto state = reading.powerUsage ? TelemetryState::Read : TelemetryState::ReadWithoutPower;
-    Store(gpu.telemetryState, static_cast<std::uint32_t>(state));
+    WriteShared(gpu.telemetryState, static_cast<std::uint32_t>(state));
 }
 
 bool IsExcluded(QvGpuRecord& gpu) {
-    const std::uint32_t state = std::atomic_ref(gpu.telemetryState).load(std::memory_order_relaxed);
+    const std::uint32_t state = ReadShared(gpu.telemetryState);
     return state == static_cast<std::uint32_t>(TelemetryState::Excluded);
 }
 

@@ -79,7 +79,7 @@ class CDiagnosticsWriter {
             cuda == 0 ? L"none" : std::to_wstring(cuda / 1000).append(L".").append(std::to_wstring(cuda % 1000 / 10));
         Line(L"Driver: " + OrUnknown(m_input.driverVersion) + L", CUDA " + cudaText);
         Line(MiningStateLook(m_input.mining).text + (m_input.mining ? L" for " + SpanText(m_input.uptime) : L""));
-        Line(L"Control " + ControlStateLook(m_input.controlState, 0).text);
+        Line(L"Control " + ControlStateLook(static_cast<std::uint32_t>(m_input.controlState), 0).text);
         Line(std::wstring(L"Worker: ").append(m_input.configuration.DefaultWorkerName));
     }
 

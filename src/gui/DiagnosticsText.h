@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "common/Messages.h"
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
 #include "gui/TimeTextFunction.h"
@@ -19,7 +20,7 @@ struct DiagnosticsInput {
     TimeSpan uptime = 0;                 // of mining
     std::vector<std::wstring> messages;  // of the plug-ins, the latest last
     std::vector<std::wstring> events;    // the latest lines of the event log, the latest last
-    std::uint32_t controlState = 0;      // as the window message carries it
+    ControlState controlState = ControlState::Undefined;
     TimeTextFunction dateTimeText;
 };
 

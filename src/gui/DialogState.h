@@ -1,14 +1,12 @@
 #pragma once
 #include <cstdint>
 #include <optional>
+#include "common/Messages.h"
 #include "config/RuntimeSettings.h"
 #include "gui/Colors.h"
 #include "gui/MiningView.h"
 
 // The main dialog's states and start-up choices. Portable; any thread.
-
-// Of the control channel, as the window message carries it.
-enum class ControlState : std::uint32_t { Undefined = 0, Offline = 1, Listening = 2, Connected = 3 };
 
 // defaultBackground: of a label without a state, for any value that is no state.
 LabelLook ControlStateLook(std::uint32_t state, std::uint32_t defaultBackground);

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/IpAddress.h"
+
 namespace {
 
 // What the system recommends for a first try, and a bound for a list that keeps growing.
@@ -49,14 +51,10 @@ void Append(const IP_ADAPTER_ADDRESSES& adapter, std::vector<LocalInterface>& in
     const std::vector<std::uint32_t> addresses = AddressesOf(adapter);
     const std::wstring name = adapter.FriendlyName == nullptr ? L"" : adapter.FriendlyName;
     for (const std::uint32_t address : addresses) {
-        std::wstring text = name.empty() ? AddressText(address) : name;
-        if (!name.empty() && addresses.size() > 1) text.append(L" (").append(AddressText(address)).append(L")");
+        std::wstring text = name.empty() ? Ipv4Text(address) : name;
+        if (!name.empty() && addresses.size() > 1) text.append(L" (").append(Ipv4Text(address)).append(L")");
         interfaces.push_back({std::move(text), address});
     }
-}
-
-bool IsLoopback(const LocalInterface& entry) {
-    return (entry.address & 0xFF) == 127;
 }
 
 }  // namespace
@@ -68,6 +66,6 @@ std::vector<LocalInterface> LocalInterfaces() {
         if (adapter->OperStatus == IfOperStatusUp) Append(*adapter, interfaces);
     }
     std::stable_partition(interfaces.begin(), interfaces.end(),
-                          [](const LocalInterface& entry) { return !IsLoopback(entry); });
+                          [](const LocalInterface& entry) { return !IsLoopback(entry.address); });
     return interfaces;
 }

@@ -10,9 +10,6 @@ struct LocalInterface {
     bool operator==(const LocalInterface&) const = default;
 };
 
-// "127.0.0.1": the byte that is first in memory stands first. Portable.
-std::wstring AddressText(std::uint32_t address);
-
 // Those of adapters that are up, in the system's order, loopback last; empty when the system does not tell. An adapter with
 // several addresses has each in its text. Windows only; any thread; may take some milliseconds.
 std::vector<LocalInterface> LocalInterfaces();

@@ -4,10 +4,8 @@
 #include <string>
 #include <vector>
 #include "common/Time.h"
+#include "config/PoolEntry.h"
 #include "quorvel/plugin.h"
-
-// Which pool a session mines on; the numbers are the manager's.
-enum class MiningRole : std::int32_t { Primary = 0, Fee = 1, Backup = 2, FeeBackup = 3 };
 
 struct MiningJob {
     ddt_datetime time;            // UTC, when it came; unset: unknown
@@ -22,7 +20,7 @@ struct TimedMessage {
 
 // One mining session as it is at a moment.
 struct MiningSessionView {
-    std::optional<MiningRole> role;  // absent: it does not run
+    std::optional<PoolRole> role;  // absent: it does not run
     MiningJob job;
     double difficulty = 0.0;  // 0: none received
     std::wstring state;       // what it does now

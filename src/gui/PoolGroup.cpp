@@ -7,14 +7,14 @@
 
 namespace {
 
-std::optional<LabelLook> RoleLook(MiningRole role) {
+std::optional<LabelLook> RoleLook(PoolRole role) {
     switch (role) {
-        case MiningRole::Primary:
+        case PoolRole::Primary:
             return LabelLook{L"Primary", kGreen};
-        case MiningRole::Backup:
+        case PoolRole::Backup:
             return LabelLook{L"Backup", kGreen};
-        case MiningRole::Fee:
-        case MiningRole::FeeBackup:
+        case PoolRole::Fee:
+        case PoolRole::FeeBackup:
             return LabelLook{L"DEV", kBlue};
         default:
             return std::nullopt;

@@ -134,7 +134,7 @@ void CManagerCore::LogConnect(const PoolEntry& pool) {
 // ---- The developer fee
 // -----------------------------------------------------------------------------------------------------
 
-CManagerCore::PoolRole CManagerCore::CurrentRole() const {
+PoolRole CManagerCore::CurrentRole() const {
     if (m_mode == Mode::Fee) return Fee().PoolIndex() == 0 ? PoolRole::Fee : PoolRole::FeeBackup;
     return User().PoolIndex() == 0 ? PoolRole::Primary : PoolRole::Backup;
 }

@@ -35,8 +35,6 @@ class CManagerCore {
   public:
     // What feeds the plug-in.
     enum class Mode { User = 1, Fee = 2 };
-    // Which pool is mined on.
-    enum class PoolRole { Primary = 0, Fee = 1, Backup = 2, FeeBackup = 3 };
 
     // All of it outlives the core, which touches nothing of it before it is started.
     struct Parts {

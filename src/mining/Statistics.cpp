@@ -1,18 +1,14 @@
 #include "mining/Statistics.h"
 
-#include <atomic>
+#include "common/SharedWord.h"
 
 namespace {
 
-void Store(std::uint64_t& word) {
-    std::atomic_ref(word).store(0, std::memory_order_relaxed);
-}
-
 void Clear(QvHistory& history) {
     for (std::uint64_t& value : history.values)
-        Store(value);
+        WriteShared(value, 0);
     for (std::uint64_t& word : history.bookkeeping)
-        Store(word);
+        WriteShared(word, 0);
 }
 
 }  // namespace
@@ -20,10 +16,10 @@ void Clear(QvHistory& history) {
 void ClearStatistics(CMiningStatistics& statistics) {
     for (std::uint64_t* word : {&statistics.reserved0, &statistics.accepted, &statistics.rejected, &statistics.stale,
                                 &statistics.solSpeed, &statistics.hashSpeed}) {
-        Store(*word);
+        WriteShared(*word, 0);
     }
-    std::atomic_ref(statistics.lastTime).store(0, std::memory_order_relaxed);
-    std::atomic_ref(statistics.paused).store(0, std::memory_order_relaxed);
+    WriteShared(statistics.lastTime, 0);
+    WriteShared(statistics.paused, 0);
     Clear(statistics.hashHistory);
     Clear(statistics.solHistory);
 }

@@ -1,28 +1,8 @@
 #pragma once
-#include <array>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
-
-// An IP address of either family, in network byte order.
-struct HostAddress {
-    bool isV6 = false;
-    std::array<std::uint8_t, 16> bytes = {};  // IPv4: the first four
-    std::uint32_t scope = 0;                  // IPv6: the interface of a link-local address
-
-    static HostAddress V4(std::uint32_t word) {
-        HostAddress address;
-        std::memcpy(address.bytes.data(), &word, sizeof word);
-        return address;
-    }
-    std::uint32_t V4Word() const {
-        std::uint32_t word = 0;
-        std::memcpy(&word, bytes.data(), sizeof word);
-        return word;
-    }
-    bool operator==(const HostAddress&) const = default;
-};
+#include "common/IpAddress.h"
 
 // Answer of a name look-up. error: 0, or the resolver's Windows Sockets code (11002 try again, 11001 not found, ...).
 struct ResolveResult {

@@ -4,11 +4,12 @@
 #include <system_error>
 #include <utility>
 #include "common/CodePage.h"
+#include "common/SharedWord.h"
+#include "common/TextCompare.h"
 #include "pool/PoolErrorParser.h"
 #include "pool/ShareTarget.h"
 #include "pool/StratumMessage.h"
 #include "pool/StratumSession.h"
-#include "pool/TextCompare.h"
 #include "pool/WorkBlock.h"
 
 namespace {
@@ -39,10 +40,6 @@ std::optional<double> NumberOf(const JsonValue& value) {
 // Such a pool knows no authorisation; what it sends under that id answers nothing.
 bool LogsInAtOnce(ProtocolMode mode) {
     return mode != ProtocolMode::None && DialectOf(mode).authorize == nullptr;
-}
-
-void Increment(std::uint64_t& counter) {
-    std::atomic_ref(counter).fetch_add(1, std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -182,7 +179,7 @@ void CStratumSession::ShareReply(const CStratumMessage& message, PoolError& erro
     const bool isAccepted = message.IsResultTrue();
     if (!isAccepted) error.gpuIndex = gpu;
     if (statistics->paused != 0) return;
-    Increment(isAccepted ? statistics->accepted : statistics->rejected);
+    AddShared(isAccepted ? statistics->accepted : statistics->rejected, 1);
     ++(isAccepted ? m_accepted : m_rejected);
 }
 

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 #include "common/CodePage.h"
+#include "common/SharedWord.h"
 #include "net/HostText.h"
 #include "pool/ClientId.h"
 #include "pool/StratumMessage.h"
@@ -29,16 +30,6 @@ constexpr std::uint32_t kLastResolverCode = 11004;
 // Algorithms whose pools never speak eth-proxy.
 constexpr bool StartsPlain(std::int32_t algorithm) {
     return algorithm == 7 || algorithm == 8;
-}
-
-// A word of the work block that other threads read while it is written.
-template <typename T>
-T LoadWord(const T& word) {
-    return std::atomic_ref(const_cast<T&>(word)).load(std::memory_order_acquire);
-}
-
-void StoreText(const wchar_t*& word, const wchar_t* text) {
-    std::atomic_ref(word).store(text, std::memory_order_release);
 }
 
 std::uint32_t Milliseconds(TimeSpan span) {
@@ -115,8 +106,8 @@ void CStratumSession::Reset() {
     SetPhase(ConnectionPhase::Idle);
 
     const PoolPointer pool = CurrentPool();
-    StoreText(m_block.walletUser, pool ? pool->WalletUser : L"");
-    StoreText(m_block.password, pool ? pool->Password : L"");
+    WriteShared(m_block.walletUser, pool ? pool->WalletUser : L"", std::memory_order_release);
+    WriteShared(m_block.password, pool ? pool->Password : L"", std::memory_order_release);
     m_loginPool = pool;
     m_loginIndex = m_poolIndex;
     TakeWorkerName();
@@ -315,7 +306,7 @@ void CStratumSession::CountStale(const std::vector<std::int32_t>& gpus) {
     m_output.LogText(std::to_string(gpus.size()) + " share(s) held back could not be sent in time; counted as stale");
     for (const std::int32_t gpu : gpus) {
         CMiningStatistics* const statistics = gpu >= 0 ? m_host.FindStatistics(gpu) : nullptr;
-        if (statistics != nullptr) std::atomic_ref(statistics->stale).fetch_add(1, std::memory_order_relaxed);
+        if (statistics != nullptr) AddShared(statistics->stale, 1);
     }
 }
 
@@ -346,7 +337,7 @@ void CStratumSession::PostWork(unsigned message) {
 }
 
 bool CStratumSession::PrefixFlag() const {
-    return LoadWord(m_block.prefixFlag) != 0;
+    return ReadShared(m_block.prefixFlag, std::memory_order_acquire) != 0;
 }
 
 std::wstring CStratumSession::HashRateId() const {
@@ -354,11 +345,11 @@ std::wstring CStratumSession::HashRateId() const {
 }
 
 ProtocolMode CStratumSession::ActiveMode() const {
-    return static_cast<ProtocolMode>(LoadWord(m_block.protocolMode));
+    return static_cast<ProtocolMode>(ReadShared(m_block.protocolMode, std::memory_order_acquire));
 }
 
 void CStratumSession::SetActiveMode(ProtocolMode mode) {
-    std::atomic_ref(m_block.protocolMode).store(ModeNumber(mode), std::memory_order_release);
+    WriteShared(m_block.protocolMode, ModeNumber(mode), std::memory_order_release);
 }
 
 void CStratumSession::ClearTarget() {
@@ -380,7 +371,7 @@ LoginFields CStratumSession::Login() const {
 void CStratumSession::TakeWorkerName() {
     const bool isOverridden = m_loginPool && m_loginPool->WorkerOverride[0] != L'\0';
     const wchar_t* const name = KeepText(isOverridden ? m_loginPool->WorkerOverride : m_host.DefaultWorkerName());
-    std::atomic_ref(m_block.workerName).store(name, std::memory_order_release);
+    WriteShared(m_block.workerName, name, std::memory_order_release);
 }
 
 const wchar_t* CStratumSession::KeepText(std::wstring text) {

@@ -1,11 +1,11 @@
 #include "pool/WorkBlock.h"
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <charconv>
 #include <cstring>
 #include <span>
 #include "common/CodePage.h"
+#include "common/SharedWord.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ void PointToBareJobId(StratumWorkBlock& block) {
 
 void SetPrefixFlag(StratumWorkBlock& block) {
     // The GUI thread reads it while it is written.
-    std::atomic_ref(block.prefixFlag).store(std::strstr(block.jobId, "0x") != nullptr, std::memory_order_relaxed);
+    WriteShared(block.prefixFlag, std::strstr(block.jobId, "0x") != nullptr);
 }
 
 template <std::size_t Slots, std::size_t Bytes>

@@ -1,6 +1,7 @@
 // What each line of a controller leads to.
 #include <gtest/gtest.h>
 #include "RecordingHost.h"
+#include "common/IpAddress.h"
 #include "control/ControlCommandParser.h"
 #include "control/ControlCommands.h"
 #include "control/ControlSecurity.h"

@@ -24,7 +24,7 @@ class CRecordingHost final : public IControlHost {
         HexDecode(kGpuA, A().uuid);
         HexDecode(kGpuB, B().uuid);
     }
-    void ControlStateChanged(ControlChannelState state) override {
+    void ControlStateChanged(ControlState state) override {
         Record("state " + std::to_string(static_cast<std::uint32_t>(state)));
     }
     void SetWorkerName(std::wstring_view name) override { Record("worker " + WideToUtf8(name)); }

@@ -28,7 +28,7 @@ TEST(DiagnosticsText, TellsEverythingButSecrets) {
                                                .uptime = 61 * kTicksPerSecond,
                                                .messages = {L"Etchash: GPU 0: lost", L"Etchash: GPU 0: back"},
                                                .events = {L"pool\tOne\tLogin refused: secret"},
-                                               .controlState = 2,
+                                               .controlState = ControlState::Listening,
                                                .dateTimeText = TestTime});
     for (const wchar_t* part : {
              L"Quorvel-Miner 1.2.3.4\r\n",

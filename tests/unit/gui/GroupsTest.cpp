@@ -117,7 +117,7 @@ TEST_F(CGroups, SumThePoolGroupOverTheConfiguration) {
     SetCounters(2, 99, 99, 99, 99, kNow.ticks);
     rig.Current()->pools[0]->lastError.Set({23, kNow, -1, "Low difficulty share"});
     CMiningFake mining;
-    mining.session = {MiningRole::Backup, {{3 * kTicksPerDay}, 4, "0xab"}, 4e9, L"mining at 1.2.3.4:5", {}};
+    mining.session = {PoolRole::Backup, {{3 * kTicksPerDay}, 4, "0xab"}, 4e9, L"mining at 1.2.3.4:5", {}};
     const PoolGroup group = MakePoolGroup(Source(), rig.gpus[0], mining, TestTime);
     EXPECT_EQ(group.name, L"One");
     EXPECT_EQ(group.server, L"pool.example:4001");
@@ -157,7 +157,7 @@ TEST_F(CGroups, NameEachRoleAndLeaveTheLabelAtOthers) {
     };
     CMiningFake mining;
     for (const auto& c : cases) {
-        mining.session = {static_cast<MiningRole>(c.role), {}, 0.0, {}, {}};
+        mining.session = {static_cast<PoolRole>(c.role), {}, 0.0, {}, {}};
         EXPECT_EQ(MakePoolGroup(Source(), rig.gpus[0], mining, TestTime).role, c.look) << c.role;
     }
     mining.session.reset();

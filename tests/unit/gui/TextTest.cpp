@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "common/IpAddress.h"
 #include "gui/DialogState.h"
 #include "gui/LocalInterfaces.h"
 #include "gui/PortText.h"
@@ -74,8 +75,8 @@ TEST(NoteColor, CanBeReadOnEveryGround) {
 }
 
 TEST(AddressText, WritesTheFirstByteInMemoryFirst) {
-    EXPECT_EQ(AddressText(16777343), L"127.0.0.1");
-    EXPECT_EQ(AddressText(0xFE01A8C0), L"192.168.1.254");
+    EXPECT_EQ(Ipv4Text(16777343), L"127.0.0.1");
+    EXPECT_EQ(Ipv4Text(0xFE01A8C0), L"192.168.1.254");
 }
 
 TEST(DialogState, PaintsEachControlState) {

@@ -48,7 +48,7 @@ class CFakeConnection final : public IPoolConnection, public IStratumOutput {
 };
 
 using Mode = CManagerCore::Mode;
-using Role = CManagerCore::PoolRole;
+using Role = PoolRole;
 
 class ManagerCore : public testing::Test, protected IManagerShell, protected IEventSink {
   protected:

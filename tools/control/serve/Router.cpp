@@ -10,6 +10,7 @@
 #include "Metrics.h"
 #include "StaticFiles.h"
 #include "Token.h"
+#include "common/TextCompare.h"
 
 namespace {
 
@@ -97,7 +98,7 @@ HttpReply CRouter::Command(std::string_view path, const HttpRequest& request) {
     constexpr std::string_view kPrefix = "/api/rigs/";
     constexpr std::string_view kBearer = "Bearer ";
     const std::string_view given = request.authorization;
-    if (!given.starts_with(kBearer) || !EqualInConstantTime(given.substr(kBearer.size()), m_token))
+    if (!given.starts_with(kBearer) || !EqualSecrets(given.substr(kBearer.size()), m_token))
         return Plain(401, "Commands need the token that was shown at the first start.");
     if (!request.contentType.starts_with("application/json")) return Plain(415, "Commands are sent as application/json.");
     if (!path.starts_with(kPrefix)) return Plain(404, "There is no such command.");

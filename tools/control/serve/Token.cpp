@@ -34,14 +34,6 @@ std::string NewToken() {
     return HexText(bytes);
 }
 
-bool EqualInConstantTime(std::string_view first, std::string_view second) noexcept {
-    if (first.size() != second.size()) return false;
-    volatile unsigned char difference = 0;
-    for (std::size_t i = 0; i < first.size(); ++i)
-        difference = static_cast<unsigned char>(difference | (first[i] ^ second[i]));
-    return difference == 0;
-}
-
 WebToken LoadWebToken(const CStateFolder& state, bool makeNew) {
     const auto stored = ReadWholeFile(state.TokenFile(), 4096);
     const std::string_view known = stored ? Trimmed(*stored) : std::string_view();

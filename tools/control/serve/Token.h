@@ -7,9 +7,6 @@
 // 32 bytes from the system's random source as 64 hexadecimal digits. Throws std::runtime_error when there are none.
 std::string NewToken();
 
-// Takes the same time wherever the texts differ; only the lengths show.
-bool EqualInConstantTime(std::string_view first, std::string_view second) noexcept;
-
 struct WebToken {
     std::string text;
     bool fresh = false;  // made now, so to be shown
