@@ -19,7 +19,7 @@ common_arguments=(--quiet --extra-arg=-Wno-unknown-warning-option --extra-arg=-W
 
 compiled() { # preset: the sources that it compiles
     sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$1/compile_commands.json" |
-        grep -E "^(src|plugins|sim|tools)/" | grep -v '^sim/kernels/' | sort -u # Clang 14 has no std::source_location
+        grep -E "^(src|plugins|sim|tools|controller)/" | grep -v '^sim/kernels/' | sort -u # Clang 14 has no std::source_location
 }
 
 tidy() { # preset, further arguments; the sources come on standard input
@@ -37,7 +37,7 @@ echo "cppcheck"
 cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
     --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \
     -U QV_FEE_POOL_TABLE \
-    -I src -I sdk/include -I plugins -I tools src plugins sim tools
+    -I src -I sdk/include -I plugins -I tools -I controller src plugins sim tools controller
 echo "registers of the GPU kernels"
 scripts/registers.sh || true # only where the assembler is installed; it says so itself
 echo "lint: clean"

@@ -4,8 +4,8 @@
 
 #include "common/CodePage.h"
 #include "control/ControlCommandParser.h"
-#include "quorvel_control/CleanText.h"
-#include "quorvel_control/Commands.h"
+#include "rig/CleanText.h"
+#include "rig/Commands.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "quorvel_control/GpuSelector.h"
-#include "quorvel_control/ReportParser.h"
-#include "quorvel_control/cli/Tables.h"
+#include "rig/GpuSelector.h"
+#include "rig/ReportParser.h"
+#include "show/Tables.h"
 
 namespace {
 
