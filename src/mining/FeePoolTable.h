@@ -2,7 +2,7 @@
 #include <cstdint>
 
 // Where the developer fee is mined to. This table is the one place to set an owner's hosts and wallets (or define
-// QV_FEE_POOL_TABLE to a header with the same three tables at build time). As shipped it pays nobody: the hosts are under
+// QV_FEE_POOL_TABLE to a header with the same four tables at build time). As shipped it pays nobody: the hosts are under
 // the reserved ".example" domain, which never resolves, and the wallets are all-zero addresses of the right form.
 struct FeePoolRow {
     const wchar_t* host;
@@ -36,6 +36,13 @@ inline constexpr FeePoolRow kUbiqFeePools[] = {
 inline constexpr FeePoolRow kEthereumClassicFeePools[] = {
     {L"etc-eu.fee.example", 4444, kZeroHexWallet},
     {L"etc-eu.fee.example", 14444, kZeroHexWallet},
+};
+
+// A coin of plain Ethash, not of Etchash, whose seeds belong to other epochs. Europe, then the same host again on another
+// port.
+inline constexpr FeePoolRow kEthashFeePools[] = {
+    {L"eth-eu.fee.example", 4444, kZeroHexWallet},
+    {L"eth-eu.fee.example", 14444, kZeroHexWallet},
 };
 
 #endif

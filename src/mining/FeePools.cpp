@@ -9,6 +9,9 @@ namespace {
 
 std::span<const FeePoolRow> RowsFor(std::int32_t algorithmId) {
     switch (algorithmId) {
+        case 3:
+        case 4:
+            return kEthashFeePools;
         case 7:
         case 8:
             return kBitcoinInterestFeePools;

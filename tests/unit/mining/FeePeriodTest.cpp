@@ -85,12 +85,15 @@ TEST_F(FeePeriodTest, PoolsAreOrderedOffTheGuiThreadAndALateOrderIsUsedAtTheNext
 TEST(FeePoolsTest, EveryAlgorithmHasItsPoolsAndNoIdIsGivenTwice) {
     struct Case {
         std::int32_t algorithm;
+        std::wstring coin;
         std::vector<std::uint32_t> ports;
         std::size_t walletLength;
     };
+    const std::vector<std::uint32_t> bitcoinInterest(3, 3910), ubiq(3, 10008), ethash{4444, 14444};
     const Case cases[] = {
-        {7, {3910, 3910, 3910}, 34},     {8, {3910, 3910, 3910}, 34}, {11, {10008, 10008, 10008}, 42},
-        {12, {10008, 10008, 10008}, 42}, {2, {4444, 14444}, 42},      {-1, {4444, 14444}, 42},
+        {1, L"etc-", ethash, 42}, {2, L"etc-", ethash, 42},          {3, L"eth-", ethash, 42},
+        {4, L"eth-", ethash, 42}, {7, L"bci-", bitcoinInterest, 34}, {8, L"bci-", bitcoinInterest, 34},
+        {11, L"ubq-", ubiq, 42},  {12, L"ubq-", ubiq, 42},           {-1, L"etc-", ethash, 42},
     };
     const CAlgorithmList algorithms;
     CFeePoolIds ids;
@@ -106,6 +109,7 @@ TEST(FeePoolsTest, EveryAlgorithmHasItsPoolsAndNoIdIsGivenTwice) {
             EXPECT_STREQ(pool->Password, L"");
             EXPECT_NE(pool->algorithm, nullptr);
             const std::wstring server = pool->Server;
+            EXPECT_TRUE(server.starts_with(value.coin));
             EXPECT_TRUE(server.ends_with(L".example")) << "as shipped, nobody is paid";
             EXPECT_EQ(std::wstring(pool->WalletUser).size(), value.walletLength);
         }
