@@ -44,6 +44,9 @@ class CEthashCache {
     // seed: the one of epoch.seedIndex. cancelled (may be null) is looked at now and then; null is returned when set.
     static std::shared_ptr<const CEthashCache> Make(EthashVariant variant, const EthashEpoch& epoch, const Hash256& seed,
                                                     const std::atomic<bool>* cancelled);
+    // Copied from one that exists; words: cacheBytes of them.
+    static std::shared_ptr<const CEthashCache> FromWords(const EthashEpoch& epoch, const Hash256& seed,
+                                                         std::span<const std::uint32_t> words);
     const EthashEpoch& Epoch() const;
     const Hash256& Seed() const;
     std::span<const std::uint32_t> Words() const;  // cacheBytes / 4 little-endian words; begins at a multiple of 64 bytes

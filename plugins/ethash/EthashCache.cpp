@@ -40,6 +40,13 @@ std::shared_ptr<const CEthashCache> CEthashCache::Make(EthashVariant variant, co
     return cache;
 }
 
+std::shared_ptr<const CEthashCache> CEthashCache::FromWords(const EthashEpoch& epoch, const Hash256& seed,
+                                                            std::span<const std::uint32_t> words) {
+    const std::shared_ptr<CEthashCache> cache(new CEthashCache(epoch, seed));
+    std::memcpy(cache->m_words, words.data(), epoch.cacheBytes);
+    return cache;
+}
+
 bool CEthashCache::Fill(bool blake, const std::atomic<bool>* cancelled) {
     const std::size_t rows = m_epoch.cacheBytes / kRowBytes;
     const auto giveUp = [&](std::size_t row) {

@@ -2,57 +2,170 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
-#include <span>
-#include <thread>
-
-#include "ethash/EthashItems.h"
-#include "ethash_cuda/CudaSearch.h"
-#include "ethash_kernels/KernelParameters.h"
+#include <iterator>
+#include <utility>
 
 namespace {
+
+constexpr CudaResult kInvalidValue = 1, kInvalidContext = 201, kInvalidHandle = 400, kFirstDeadly = 700;
+// How much later than the call a copy of the null stream arrives.
+constexpr CCardStream::Delay kStaged{5000};
 
 CFakeCudaDriver* g_fake = nullptr;
 constexpr const char* kKernels[] = {"ethash_build_dataset", "ethash_search_2", "ethash_search_4", "ethash_search_8"};
 
-template <class Handle>
-Handle* NewHandle() {
-    return reinterpret_cast<Handle*>(new char);
-}
-template <class Handle>
-void DeleteHandle(Handle* handle) {
-    delete reinterpret_cast<char*>(handle);
-}
-template <class Handle>
-CudaResult Create(Handle** handle, unsigned) {
-    *handle = NewHandle<Handle>();
-    return 0;
-}
-template <class Handle>
-CudaResult Destroy(Handle* handle) {
-    DeleteHandle(handle);
-    return 0;
-}
-
 }  // namespace
 
 struct FakeCudaCalls {
-    static CudaResult Allocate(CudaAddress* address, std::size_t bytes) {
-        std::vector<std::uint64_t> memory((bytes + 79) / 8);
-        const auto first = (reinterpret_cast<std::uint64_t>(memory.data()) + 63) / 64 * 64;  // as a card aligns
+    using Fake = CFakeCudaDriver;
+
+    static CudaResult CtxCreate(CudaContextObject** context, unsigned flags, CudaDevice device) {
+        if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
+        if ((flags & kCudaContextBlockingSync) == 0) g_fake->m_faults.Add("a context whose waits keep a CPU core busy");
+        auto made = std::make_unique<Fake::Context>();
+        made->device = device;
+        made->streams.push_back(std::make_shared<CCardStream>(CCardStream::Kind::Null));
+        *context = reinterpret_cast<CudaContextObject*>(made.get());
         const std::lock_guard lock(g_fake->m_lock);
-        g_fake->m_memory[first] = std::move(memory);
-        *address = first;
+        g_fake->m_current[std::this_thread::get_id()] = made.get();
+        g_fake->m_contexts[*context] = std::move(made);
+        return 0;
+    }
+    static CudaResult CtxDestroy(CudaContextObject* context) {
+        Fake& fake = *g_fake;
+        Fake::Context* closed = nullptr;
+        {
+            const std::lock_guard lock(fake.m_lock);
+            const auto found = fake.m_contexts.find(context);
+            if (found == fake.m_contexts.end()) return kInvalidContext;
+            closed = found->second.get();
+            std::erase_if(fake.m_current, [&](const auto& each) { return each.second == closed; });
+        }
+        for (const auto& stream : closed->streams) {
+            if (!closed->dead && !stream->AreGridsKnown()) fake.m_faults.Add("a context is destroyed while a grid may run");
+            stream->Wait(stream->Queued());
+        }
+        const std::lock_guard lock(fake.m_lock);
+        fake.m_contexts.erase(context);
+        return 0;
+    }
+
+    static CudaResult ModuleLoadDataEx(CudaModuleObject** module, const void* image, unsigned, CudaJitOption*, void**) {
+        *module = reinterpret_cast<CudaModuleObject*>(g_fake);
+        if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
+        return g_fake->Enter("cuModuleLoadDataEx");
+    }
+    static CudaResult ModuleGetFunction(CudaFunctionObject** function, CudaModuleObject*, const char* name) {
+        for (const char* const& kernel : kKernels) {
+            if (std::string_view(kernel) == name) {
+                *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
+                return g_fake->Enter("cuModuleGetFunction");
+            }
+        }
+        return 500;
+    }
+
+    static CudaResult MemAlloc(CudaAddress* address, std::size_t bytes) {
+        if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
+        *address = g_fake->m_memory.Allocate(bytes, false);
+        return 0;
+    }
+    static CudaResult MemHostAlloc(void** memory, std::size_t bytes, unsigned) {
+        if (const CudaResult result = g_fake->Enter("cuMemHostAlloc")) return result;
+        *memory = reinterpret_cast<void*>(g_fake->m_memory.Allocate(bytes, true));
         return 0;
     }
     static CudaResult MemFree(CudaAddress address) {
+        return g_fake->m_memory.Free(address, g_fake->IsDead()) ? 0 : kInvalidValue;
+    }
+    static CudaResult MemcpyDtoH(void* to, CudaAddress from, std::size_t bytes) {
+        if (const CudaResult result = g_fake->Enter("cuMemcpyDtoH")) return result;
+        const auto stream = g_fake->Find(nullptr);
+        if (stream == nullptr) return kInvalidContext;
+        const CardUse use{from, bytes, false, false, g_fake->Next(stream), "cuMemcpyDtoH"};
+        if (!g_fake->m_memory.Use(use)) return g_fake->Die(kFirstDeadly);
+        g_fake->QueueOn(stream, false, {}, [&] { g_fake->m_memory.Read(to, from, bytes); });
+        stream->Wait(use.point.place);
+        return 0;
+    }
+
+    static CudaResult StreamCreate(CudaStreamObject** stream, unsigned flags) {
+        const auto kind =
+            (flags & kCudaStreamNonBlocking) != 0 ? CCardStream::Kind::NonBlocking : CCardStream::Kind::Blocking;
+        auto made = std::make_shared<CCardStream>(kind);
         const std::lock_guard lock(g_fake->m_lock);
-        return g_fake->m_memory.erase(address) == 1 ? 0 : 1;
+        Fake::Context* const context = g_fake->CurrentLocked();
+        if (context == nullptr) return kInvalidContext;
+        *stream = reinterpret_cast<CudaStreamObject*>(made.get());
+        context->streams.push_back(made);
+        g_fake->m_streams[*stream] = std::move(made);
+        return 0;
+    }
+    // What is queued goes on.
+    static CudaResult StreamDestroy(CudaStreamObject* stream) {
+        const std::lock_guard lock(g_fake->m_lock);
+        return g_fake->m_streams.erase(stream) == 1 ? 0 : kInvalidHandle;
+    }
+    static CudaResult StreamQuery(CudaStreamObject* stream) {
+        if (const CudaResult result = g_fake->Enter("cuStreamQuery")) return result;
+        const auto found = g_fake->Find(stream);
+        if (found == nullptr) return kInvalidHandle;
+        const std::uint64_t queued = found->Queued();
+        if (!found->IsIdle()) return kCudaNotReady;
+        found->Know(queued);
+        return 0;
+    }
+
+    static CudaResult EventCreate(CudaEventObject** event, unsigned flags) {
+        *event = reinterpret_cast<CudaEventObject*>(new char);
+        const std::lock_guard lock(g_fake->m_lock);
+        g_fake->m_events[*event] = {(flags & kCudaEventBlockingSync) != 0, {}};
+        return 0;
+    }
+    static CudaResult EventDestroy(CudaEventObject* event) {
+        const std::lock_guard lock(g_fake->m_lock);
+        if (g_fake->m_events.erase(event) == 0) return kInvalidHandle;
+        delete reinterpret_cast<char*>(event);
+        return 0;
+    }
+    static CudaResult EventRecord(CudaEventObject* event, CudaStreamObject* stream) {
+        if (const CudaResult result = g_fake->Enter("cuEventRecord")) return result;
+        const auto found = g_fake->Find(stream);
+        const std::lock_guard lock(g_fake->m_lock);
+        const auto known = g_fake->m_events.find(event);
+        if (found == nullptr || known == g_fake->m_events.end()) return kInvalidHandle;
+        known->second.point = {found, found->Queued()};
+        return 0;
+    }
+    static CudaResult EventSynchronize(CudaEventObject* event) {
+        while (g_fake->stuck)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (const CudaResult result = g_fake->Enter("cuEventSynchronize")) return result;
+        Fake::Event known;
+        {
+            const std::lock_guard lock(g_fake->m_lock);
+            const auto found = g_fake->m_events.find(event);
+            if (found == g_fake->m_events.end()) return kInvalidHandle;
+            known = found->second;
+        }
+        if (!known.blocks) g_fake->m_faults.Add("an event whose wait keeps a CPU core busy");
+        if (known.point.stream == nullptr) return 0;
+        known.point.stream->Wait(known.point.place);
+        known.point.stream->Know(known.point.place);
+        return 0;
+    }
+
+    static CudaResult LaunchKernel(CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads,
+                                   unsigned, unsigned, unsigned, CudaStreamObject* stream, void** parameters, void**) {
+        if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
+        const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
+        return g_fake->Launch(kernel, parameters[0], blocks, threads, stream);
     }
 };
 
 CFakeCudaDriver::CFakeCudaDriver() {
     using Calls = FakeCudaCalls;
+    using Bytes = std::vector<std::uint8_t>;
     m_api = {
         .Init = [](unsigned) -> CudaResult { return g_fake->Enter("cuInit"); },
         .DriverGetVersion = [](std::int32_t* version) -> CudaResult {
@@ -73,107 +186,123 @@ CFakeCudaDriver::CFakeCudaDriver() {
             *value = 1;
             return g_fake->Enter("cuDeviceGetAttribute");
         },
-        .CtxCreate = [](CudaContextObject** context, unsigned, CudaDevice) -> CudaResult {
-            if (const CudaResult result = g_fake->Enter("cuCtxCreate")) return result;
-            *context = NewHandle<CudaContextObject>();
-            const std::lock_guard lock(g_fake->m_lock);
-            g_fake->m_contexts.insert(*context);
-            return 0;
-        },
-        .CtxDestroy = [](CudaContextObject* context) -> CudaResult {
-            const std::lock_guard lock(g_fake->m_lock);
-            if (g_fake->m_contexts.erase(context) == 0) return 201;
-            DeleteHandle(context);
-            return 0;
-        },
-        .CtxSetLimit = nullptr,
-        .ModuleLoadDataEx = [](CudaModuleObject** module, const void* image, unsigned, CudaJitOption*,
-                               void**) -> CudaResult {
-            *module = reinterpret_cast<CudaModuleObject*>(g_fake);
-            if (std::string_view(static_cast<const char*>(image)).find(".entry") == std::string_view::npos) return 218;
-            return g_fake->Enter("cuModuleLoadDataEx");
-        },
+        .CtxCreate = Calls::CtxCreate,
+        .CtxDestroy = Calls::CtxDestroy,
+        .CtxSetLimit = [](CudaLimit, std::size_t) -> CudaResult { return 0; },
+        .ModuleLoadDataEx = Calls::ModuleLoadDataEx,
         .ModuleUnload = [](CudaModuleObject*) -> CudaResult { return 0; },
-        .ModuleGetFunction = [](CudaFunctionObject** function, CudaModuleObject*, const char* name) -> CudaResult {
-            for (const char* const& kernel : kKernels) {
-                if (std::string_view(kernel) == name) {
-                    *function = reinterpret_cast<CudaFunctionObject*>(const_cast<const char**>(&kernel));
-                    return g_fake->Enter("cuModuleGetFunction");
-                }
-            }
-            return 500;
-        },
+        .ModuleGetFunction = Calls::ModuleGetFunction,
         .MemGetInfo = [](std::size_t* freeBytes, std::size_t* totalBytes) -> CudaResult {
             *totalBytes = 8ULL << 30;
             *freeBytes = g_fake->freeMemory;
             return g_fake->Enter("cuMemGetInfo");
         },
-        .MemAlloc = [](CudaAddress* address, std::size_t bytes) -> CudaResult {
-            if (const CudaResult result = g_fake->Enter("cuMemAlloc")) return result;
-            return Calls::Allocate(address, bytes);
-        },
+        .MemAlloc = Calls::MemAlloc,
         .MemFree = Calls::MemFree,
-        .MemHostAlloc = [](void** memory, std::size_t bytes, unsigned) -> CudaResult {
-            CudaAddress address = 0;
-            const CudaResult result = g_fake->Enter("cuMemHostAlloc");
-            if (result == 0) Calls::Allocate(&address, bytes);
-            *memory = reinterpret_cast<void*>(address);
-            return result;
-        },
+        .MemHostAlloc = Calls::MemHostAlloc,
         .MemHostGetDevicePointer = [](CudaAddress* address, void* memory, unsigned) -> CudaResult {
             *address = reinterpret_cast<CudaAddress>(memory);
             return g_fake->Enter("cuMemHostGetDevicePointer");
         },
         .MemFreeHost = [](void* memory) -> CudaResult { return Calls::MemFree(reinterpret_cast<CudaAddress>(memory)); },
         .MemcpyHtoD = [](CudaAddress to, const void* from, std::size_t bytes) -> CudaResult {
-            std::memcpy(reinterpret_cast<void*>(to), from, bytes);
-            return g_fake->Enter("cuMemcpyHtoD");
+            const auto* const first = static_cast<const std::uint8_t*>(from);
+            return g_fake->Store("cuMemcpyHtoD", to, Bytes(first, first + bytes), nullptr);
         },
-        .MemcpyHtoDAsync = [](CudaAddress to, const void* from, std::size_t bytes, CudaStreamObject*) -> CudaResult {
-            std::memcpy(reinterpret_cast<void*>(to), from, bytes);
-            return g_fake->Enter("cuMemcpyHtoDAsync");
+        .MemcpyHtoDAsync = [](CudaAddress to, const void* from, std::size_t bytes, CudaStreamObject* stream) -> CudaResult {
+            const auto* const first = static_cast<const std::uint8_t*>(from);
+            return g_fake->Store("cuMemcpyHtoDAsync", to, Bytes(first, first + bytes), stream);
         },
-        .MemcpyDtoH = [](void* to, CudaAddress from, std::size_t bytes) -> CudaResult {
-            std::memcpy(to, reinterpret_cast<const void*>(from), bytes);
-            return g_fake->Enter("cuMemcpyDtoH");
-        },
+        .MemcpyDtoH = Calls::MemcpyDtoH,
         .MemcpyDtoDAsync = nullptr,
         .MemsetD8 = [](CudaAddress address, std::uint8_t value, std::size_t bytes) -> CudaResult {
-            std::memset(reinterpret_cast<void*>(address), value, bytes);
-            return g_fake->Enter("cuMemsetD8");
+            return g_fake->Store("cuMemsetD8", address, Bytes(bytes, value), nullptr);
         },
-        .MemsetD8Async = [](CudaAddress address, std::uint8_t value, std::size_t bytes, CudaStreamObject*) -> CudaResult {
-            std::memset(reinterpret_cast<void*>(address), value, bytes);
-            return g_fake->Enter("cuMemsetD8Async");
-        },
-        .StreamCreate = Create<CudaStreamObject>,
-        .StreamDestroy = Destroy<CudaStreamObject>,
-        .StreamQuery = [](CudaStreamObject*) -> CudaResult { return g_fake->Enter("cuStreamQuery"); },
-        .EventCreate = Create<CudaEventObject>,
-        .EventDestroy = Destroy<CudaEventObject>,
-        .EventRecord = [](CudaEventObject*, CudaStreamObject*) -> CudaResult { return 0; },
-        .EventSynchronize = [](CudaEventObject*) -> CudaResult {
-            while (g_fake->stuck)
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            return g_fake->Enter("cuEventSynchronize");
-        },
-        .LaunchKernel = [](CudaFunctionObject* function, unsigned blocks, unsigned, unsigned, unsigned threads, unsigned,
-                           unsigned, unsigned, CudaStreamObject*, void** parameters, void**) -> CudaResult {
-            if (const CudaResult result = g_fake->Enter("cuLaunchKernel")) return result;
-            const std::string_view kernel = *reinterpret_cast<const char* const*>(function);
-            if (g_fake->run) {
-                g_fake->run(kernel, parameters[0], blocks, threads);
-            } else {
-                g_fake->RunOnCpu(kernel, parameters[0], blocks);
-            }
-            return 0;
-        }};
+        .MemsetD8Async = [](CudaAddress address, std::uint8_t value, std::size_t bytes, CudaStreamObject* stream)
+            -> CudaResult { return g_fake->Store("cuMemsetD8Async", address, Bytes(bytes, value), stream); },
+        .StreamCreate = Calls::StreamCreate,
+        .StreamDestroy = Calls::StreamDestroy,
+        .StreamQuery = Calls::StreamQuery,
+        .EventCreate = Calls::EventCreate,
+        .EventDestroy = Calls::EventDestroy,
+        .EventRecord = Calls::EventRecord,
+        .EventSynchronize = Calls::EventSynchronize,
+        .LaunchKernel = Calls::LaunchKernel};
     m_driver.api = &m_api;
     g_fake = this;
 }
 
 CFakeCudaDriver::~CFakeCudaDriver() {
+    m_contexts.clear();  // their threads use the rest
+    m_streams.clear();
+    m_searchStreams.clear();
     g_fake = nullptr;
+}
+
+CudaResult CFakeCudaDriver::Enter(const char* function) {
+    const std::lock_guard lock(m_lock);
+    ++m_calls[function];
+    const auto failing = m_failing.find(function);
+    const CudaResult result = failing == m_failing.end() ? 0 : failing->second;
+    Context* const context = CurrentLocked();
+    if (result >= kFirstDeadly && context != nullptr) context->dead = true;
+    return result;
+}
+
+CFakeCudaDriver::Context* CFakeCudaDriver::CurrentLocked() const {
+    const auto found = m_current.find(std::this_thread::get_id());
+    return found == m_current.end() ? nullptr : found->second;
+}
+
+bool CFakeCudaDriver::IsDead() const {
+    const std::lock_guard lock(m_lock);
+    const Context* const context = CurrentLocked();
+    return context != nullptr && context->dead;
+}
+
+CudaResult CFakeCudaDriver::Die(CudaResult result) {
+    const std::lock_guard lock(m_lock);
+    if (Context* const context = CurrentLocked()) context->dead = true;
+    return result;
+}
+
+CFakeCudaDriver::StreamPointer CFakeCudaDriver::Find(CudaStreamObject* stream) const {
+    const std::lock_guard lock(m_lock);
+    if (stream == nullptr) {
+        const Context* const context = CurrentLocked();
+        return context == nullptr ? nullptr : context->streams.front();
+    }
+    const auto found = m_streams.find(stream);
+    return found == m_streams.end() ? nullptr : found->second;
+}
+
+std::vector<CCardStream::Point> CFakeCudaDriver::After(const CCardStream& stream) const {
+    using enum CCardStream::Kind;
+    const std::lock_guard lock(m_lock);
+    const Context* const context = CurrentLocked();
+    if (context == nullptr || stream.KindOf() == NonBlocking) return {};
+    const auto other = stream.KindOf() == Null ? Blocking : Null;
+    std::vector<CCardStream::Point> points;
+    for (const StreamPointer& each : context->streams) {
+        if (each->KindOf() == other) points.push_back({each, each->Queued()});
+    }
+    return points;
+}
+
+void CFakeCudaDriver::QueueOn(const StreamPointer& stream, bool isGrid, CCardStream::Delay delay,
+                              std::function<void()> work) {
+    stream->Queue(std::move(work), isGrid, delay, After(*stream));
+}
+
+CudaResult CFakeCudaDriver::Store(const char* function, CudaAddress to, std::vector<std::uint8_t> bytes,
+                                  CudaStreamObject* stream) {
+    if (const CudaResult result = Enter(function)) return result;
+    const StreamPointer found = Find(stream);
+    if (found == nullptr) return kInvalidHandle;
+    if (!m_memory.Use({to, bytes.size(), true, false, Next(found), function})) return Die(kFirstDeadly);
+    QueueOn(found, false, stream == nullptr ? kStaged : CCardStream::Delay{},
+            [this, to, bytes = std::move(bytes)] { m_memory.Write(to, bytes.data(), bytes.size()); });
+    return 0;
 }
 
 void CFakeCudaDriver::Knows(std::shared_ptr<const CEthashCache> cache) {
@@ -186,14 +315,15 @@ void CFakeCudaDriver::Fail(const std::string& function, CudaResult result) {
     m_failing[function] = result;
 }
 
+CudaDevice CFakeCudaDriver::CurrentDevice() const {
+    const std::lock_guard lock(m_lock);
+    const Context* const context = CurrentLocked();
+    return context == nullptr ? 0 : context->device;
+}
+
 std::size_t CFakeCudaDriver::Contexts() const {
     const std::lock_guard lock(m_lock);
     return m_contexts.size();
-}
-
-std::size_t CFakeCudaDriver::Allocations() const {
-    const std::lock_guard lock(m_lock);
-    return m_memory.size();
 }
 
 unsigned CFakeCudaDriver::Calls(const std::string& function) const {
@@ -202,54 +332,7 @@ unsigned CFakeCudaDriver::Calls(const std::string& function) const {
     return found == m_calls.end() ? 0 : found->second;
 }
 
-CudaResult CFakeCudaDriver::Enter(const char* function) {
+std::size_t CFakeCudaDriver::SearchStreams() const {
     const std::lock_guard lock(m_lock);
-    ++m_calls[function];
-    const auto failing = m_failing.find(function);
-    return failing == m_failing.end() ? 0 : failing->second;
-}
-
-std::shared_ptr<const CEthashCache> CFakeCudaDriver::CacheOfRows(unsigned rows) {
-    const std::lock_guard lock(m_lock);
-    const auto found = std::find_if(m_caches.begin(), m_caches.end(),
-                                    [&](const auto& cache) { return cache->Epoch().cacheBytes / 64 == rows; });
-    return found == m_caches.end() ? nullptr : *found;
-}
-
-void CFakeCudaDriver::RunOnCpu(std::string_view kernel, const void* parameters, unsigned blocks) {
-    if (kernel == "ethash_build_dataset") {
-        const auto& build = *static_cast<const EthashBuildParameters*>(parameters);
-        const auto cache = CacheOfRows(build.cacheRows.value);
-        for (unsigned i = 0; i < build.itemCount; ++i) {
-            EthashItem item = DatasetItem(*cache, build.firstItem + i);
-            if (spoiledBuilds > 0) item.words[3] ^= 0x10000;
-            std::memcpy(static_cast<char*>(build.dataset) + (std::size_t{build.firstItem} + i) * 64, &item, sizeof item);
-        }
-        if (spoiledBuilds > 0) --spoiledBuilds;
-        return;
-    }
-    const auto& search = *static_cast<const EthashSearchParameters*>(parameters);
-    EthashSearchResults& results = *search.results;
-    if (*search.generationWord != search.generation) {
-        results.skippedBlocks = blocks;
-        return;
-    }
-    std::shared_ptr<const CEthashCache> cache;
-    {
-        const std::lock_guard lock(m_lock);
-        for (const auto& each : m_caches) {
-            if (each->Epoch().datasetBytes / 128 == search.pages.value) cache = each;
-        }
-    }
-    Hash256 header;
-    std::memcpy(header.data(), search.header, header.size());
-    for (unsigned i = 0; i < search.nonceCount; ++i) {
-        const std::uint64_t nonce = search.firstNonce + i;
-        EthashResult result;
-        HashimotoBatch(*cache, header, std::span(&nonce, 1), std::span(&result, 1));
-        const bool reported = wrongSolutions ? TopOf(result.final) > search.target : TopOf(result.final) <= search.target;
-        if (!reported) continue;
-        if (results.solutionCount < kEthashMaxSolutions) results.nonces[results.solutionCount] = nonce;
-        ++results.solutionCount;
-    }
+    return m_searchStreams.size();
 }
