@@ -1,5 +1,6 @@
 // A simulated nvcuda.dll: the device queries of the CUDA driver API, answered from SimGpus.ini. Whatever would compute is
-// refused with CUDA_ERROR_NOT_SUPPORTED. Numbers and shapes: CUDA Driver API reference.
+// refused with CUDA_ERROR_NOT_SUPPORTED, or with Computes=1 done by the CPU, for the kernels of this project alone. Numbers
+// and shapes: CUDA Driver API reference.
 #include <windows.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <iterator>
 
 #include "SimConfig.h"
+#include "cards/FakeCudaDriver.h"
 
 #define SIM_EXPORT extern "C" __declspec(dllexport)
 
@@ -16,6 +18,7 @@ namespace {
 enum CUresult : std::int32_t {
     CUDA_SUCCESS = 0,
     CUDA_ERROR_INVALID_VALUE = 1,
+    CUDA_ERROR_OUT_OF_MEMORY = 2,
     CUDA_ERROR_NOT_INITIALIZED = 3,
     CUDA_ERROR_NO_DEVICE = 100,
     CUDA_ERROR_INVALID_DEVICE = 101,
@@ -45,6 +48,7 @@ struct ErrorName {
 constexpr ErrorName kErrors[] = {
     {CUDA_SUCCESS, "CUDA_SUCCESS", "no error"},
     {CUDA_ERROR_INVALID_VALUE, "CUDA_ERROR_INVALID_VALUE", "invalid argument"},
+    {CUDA_ERROR_OUT_OF_MEMORY, "CUDA_ERROR_OUT_OF_MEMORY", "out of memory"},
     {CUDA_ERROR_NOT_INITIALIZED, "CUDA_ERROR_NOT_INITIALIZED", "initialization error"},
     {CUDA_ERROR_NO_DEVICE, "CUDA_ERROR_NO_DEVICE", "no CUDA-capable device is detected"},
     {CUDA_ERROR_INVALID_DEVICE, "CUDA_ERROR_INVALID_DEVICE", "invalid device ordinal"},
@@ -165,44 +169,104 @@ SIM_EXPORT CUresult cuGetErrorString(CUresult error, const char** text) {
     return FindError(error, &ErrorName::text, text);
 }
 
-// The x64 calling convention lets a function ignore its arguments.
+// ---- What computes -------------------------------------------------------------------------------------------------------
+
+namespace {
+
+// Never destroyed: at the end of the process its threads are gone already.
+CFakeCudaDriver& Cards() {
+    static CFakeCudaDriver& cards = *new CFakeCudaDriver;
+    return cards;
+}
+
+CUresult CheckComputes() {
+    if (!initialized) return CUDA_ERROR_NOT_INITIALIZED;
+    std::int32_t computes = 0;
+    return SimValue(L"Driver", L"Computes", computes) && computes == 1 ? CUDA_SUCCESS : CUDA_ERROR_NOT_SUPPORTED;
+}
+
+// Of one card. All cards' memory is counted together.
+CUresult FreeMemory(CUdevice device, std::uint64_t& freeBytes, std::uint64_t& totalBytes) {
+    std::uint64_t used = 0;
+    const std::wstring section = SimGpuSection(CardOf(device));
+    if (!SimValue(section, L"MemoryTotal", totalBytes) || !SimValue(section, L"MemoryUsed", used)) return CUDA_ERROR_UNKNOWN;
+    used += Cards().AllocatedBytes();
+    freeBytes = totalBytes - std::min(used, totalBytes);
+    return CUDA_SUCCESS;
+}
+
+}  // namespace
+
+SIM_EXPORT CUresult cuMemGetInfo_v2(std::size_t* freeBytes, std::size_t* totalBytes) {
+    const CUresult error = CheckComputes();
+    if (error != CUDA_SUCCESS) return error;
+    return FreeMemory(Cards().CurrentDevice(), *freeBytes, *totalBytes);
+}
+
+SIM_EXPORT CUresult cuMemAlloc_v2(CudaAddress* address, std::size_t bytes) {
+    const CUresult error = CheckComputes();
+    if (error != CUDA_SUCCESS) return error;
+    std::uint64_t freeBytes = 0, totalBytes = 0;
+    const CUresult known = FreeMemory(Cards().CurrentDevice(), freeBytes, totalBytes);
+    if (known != CUDA_SUCCESS) return known;
+    return freeBytes < bytes ? CUDA_ERROR_OUT_OF_MEMORY : static_cast<CUresult>(Cards().Api().MemAlloc(address, bytes));
+}
+
+#define SIM_COMPUTE(name, member, parameters, arguments)              \
+    SIM_EXPORT CUresult name parameters {                             \
+        const CUresult error = CheckComputes();                       \
+        if (error != CUDA_SUCCESS) return error;                      \
+        return static_cast<CUresult>(Cards().Api().member arguments); \
+    }
+
+SIM_COMPUTE(cuCtxCreate_v2, CtxCreate, (CudaContextObject * *context, unsigned flags, CudaDevice device),
+            (context, flags, device))
+SIM_COMPUTE(cuCtxDestroy_v2, CtxDestroy, (CudaContextObject * context), (context))
+SIM_COMPUTE(cuCtxSetLimit, CtxSetLimit, (CudaLimit limit, std::size_t value), (limit, value))
+SIM_COMPUTE(cuModuleLoadDataEx, ModuleLoadDataEx,
+            (CudaModuleObject * *module, const void* image, unsigned count, CudaJitOption* options, void** values),
+            (module, image, count, options, values))
+SIM_COMPUTE(cuModuleUnload, ModuleUnload, (CudaModuleObject * module), (module))
+SIM_COMPUTE(cuModuleGetFunction, ModuleGetFunction,
+            (CudaFunctionObject * *function, CudaModuleObject* module, const char* name), (function, module, name))
+SIM_COMPUTE(cuMemFree_v2, MemFree, (CudaAddress address), (address))
+SIM_COMPUTE(cuMemHostAlloc, MemHostAlloc, (void** memory, std::size_t bytes, unsigned flags), (memory, bytes, flags))
+SIM_COMPUTE(cuMemHostGetDevicePointer_v2, MemHostGetDevicePointer, (CudaAddress * address, void* memory, unsigned flags),
+            (address, memory, flags))
+SIM_COMPUTE(cuMemFreeHost, MemFreeHost, (void* memory), (memory))
+SIM_COMPUTE(cuMemcpyHtoD_v2, MemcpyHtoD, (CudaAddress to, const void* from, std::size_t bytes), (to, from, bytes))
+SIM_COMPUTE(cuMemcpyHtoDAsync_v2, MemcpyHtoDAsync,
+            (CudaAddress to, const void* from, std::size_t bytes, CudaStreamObject* stream), (to, from, bytes, stream))
+SIM_COMPUTE(cuMemcpyDtoH_v2, MemcpyDtoH, (void* to, CudaAddress from, std::size_t bytes), (to, from, bytes))
+SIM_COMPUTE(cuMemsetD8_v2, MemsetD8, (CudaAddress address, std::uint8_t value, std::size_t bytes), (address, value, bytes))
+SIM_COMPUTE(cuMemsetD8Async, MemsetD8Async,
+            (CudaAddress address, std::uint8_t value, std::size_t bytes, CudaStreamObject* stream),
+            (address, value, bytes, stream))
+SIM_COMPUTE(cuStreamCreate, StreamCreate, (CudaStreamObject * *stream, unsigned flags), (stream, flags))
+SIM_COMPUTE(cuStreamDestroy_v2, StreamDestroy, (CudaStreamObject * stream), (stream))
+SIM_COMPUTE(cuStreamQuery, StreamQuery, (CudaStreamObject * stream), (stream))
+SIM_COMPUTE(cuEventCreate, EventCreate, (CudaEventObject * *event, unsigned flags), (event, flags))
+SIM_COMPUTE(cuEventDestroy_v2, EventDestroy, (CudaEventObject * event), (event))
+SIM_COMPUTE(cuEventRecord, EventRecord, (CudaEventObject * event, CudaStreamObject* stream), (event, stream))
+SIM_COMPUTE(cuEventSynchronize, EventSynchronize, (CudaEventObject * event), (event))
+SIM_COMPUTE(cuLaunchKernel, LaunchKernel,
+            (CudaFunctionObject * function, unsigned gridX, unsigned gridY, unsigned gridZ, unsigned blockX, unsigned blockY,
+             unsigned blockZ, unsigned sharedBytes, CudaStreamObject* stream, void** parameters, void** extra),
+            (function, gridX, gridY, gridZ, blockX, blockY, blockZ, sharedBytes, stream, parameters, extra))
+
+// What no plug-in of this project calls. The x64 calling convention lets a function ignore its arguments.
 #define SIM_REFUSE(name)                                                            \
     SIM_EXPORT CUresult name() {                                                    \
         return initialized ? CUDA_ERROR_NOT_SUPPORTED : CUDA_ERROR_NOT_INITIALIZED; \
     }
 
-SIM_REFUSE(cuCtxCreate_v2)
-SIM_REFUSE(cuCtxDestroy_v2)
 SIM_REFUSE(cuCtxSetCurrent)
-SIM_REFUSE(cuCtxSetLimit)
 SIM_REFUSE(cuCtxSynchronize)
 SIM_REFUSE(cuDevicePrimaryCtxRetain)
 SIM_REFUSE(cuDevicePrimaryCtxRelease_v2)
 SIM_REFUSE(cuModuleLoadData)
-SIM_REFUSE(cuModuleLoadDataEx)
-SIM_REFUSE(cuModuleUnload)
-SIM_REFUSE(cuModuleGetFunction)
 SIM_REFUSE(cuModuleGetGlobal_v2)
-SIM_REFUSE(cuMemAlloc_v2)
-SIM_REFUSE(cuMemFree_v2)
-SIM_REFUSE(cuMemGetInfo_v2)
-SIM_REFUSE(cuMemHostAlloc)
-SIM_REFUSE(cuMemHostGetDevicePointer_v2)
-SIM_REFUSE(cuMemFreeHost)
-SIM_REFUSE(cuMemcpyHtoD_v2)
-SIM_REFUSE(cuMemcpyDtoH_v2)
 SIM_REFUSE(cuMemcpyDtoDAsync_v2)
-SIM_REFUSE(cuMemcpyHtoDAsync_v2)
 SIM_REFUSE(cuMemcpyDtoHAsync_v2)
 SIM_REFUSE(cuMemsetD32_v2)
-SIM_REFUSE(cuMemsetD8_v2)
-SIM_REFUSE(cuMemsetD8Async)
-SIM_REFUSE(cuStreamCreate)
-SIM_REFUSE(cuStreamDestroy_v2)
 SIM_REFUSE(cuStreamSynchronize)
-SIM_REFUSE(cuStreamQuery)
-SIM_REFUSE(cuEventCreate)
-SIM_REFUSE(cuEventDestroy_v2)
-SIM_REFUSE(cuEventRecord)
-SIM_REFUSE(cuEventSynchronize)
-SIM_REFUSE(cuLaunchKernel)
