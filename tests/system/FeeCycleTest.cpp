@@ -1,13 +1,17 @@
-// One whole fee cycle: real hashing, two local pools that verify every share, and a clock set by hand.
+// Whole fee cycles: real hashing, on the CPU or on simulated cards, two local pools that verify every share, and a clock set
+// by hand.
 #include <winsock2.h>
 
 #include <gtest/gtest.h>
+
+#include <mutex>
 
 #include "PoolProcess.h"
 #include "common/CodePage.h"
 #include "fixtures/HandClock.h"
 #include "fixtures/ScratchFolder.h"
 #include "mining/AlgorithmEnumeration.h"
+#include "mining/FeePools.h"
 #include "mining/Mining.h"
 
 extern "C" __declspec(dllexport) int QuorvelSend(void* session, const char* text, std::uint32_t length);
@@ -16,10 +20,20 @@ int QuorvelSend(void* session, const char* text, std::uint32_t length) {
 }
 
 namespace {
+std::mutex g_logLock;
+std::wstring g_log;
+}  // namespace
+
+extern "C" __declspec(dllexport) void QuorvelLog(const wchar_t* text);
+void QuorvelLog(const wchar_t* text) {
+    const std::lock_guard lock(g_logLock);
+    g_log.append(text) += L'\n';
+}
+
+namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kEtchashCpu = 2;
 constexpr DWORD kPatienceMs = 90000;
 
 class CHost final : public IStratumHost {
@@ -34,10 +48,10 @@ class CHost final : public IStratumHost {
     CMiningStatistics& m_statistics;
 };
 
-PoolPointer MakePool(const wchar_t* name, unsigned port) {
+PoolPointer MakePool(const wchar_t* name, unsigned port, std::int32_t algorithm) {
     auto pool = std::make_shared<PoolEntry>();
     pool->ID = port;
-    pool->Algo = kEtchashCpu;
+    pool->Algo = algorithm;
     pool->Port = port;
     CopyToField(name, pool->Name);
     CopyToField(L"127.0.0.1", pool->Server);
@@ -50,10 +64,35 @@ class CNoEvents final : public IEventSink {
     void Event(EventKind, std::wstring_view, std::wstring_view) override {}
 };
 
-class FeeCycleTest : public testing::Test {
+// What a user's pool of the plug-in's coin mines, and how many light caches the plug-in makes: one, and on cards the one of
+// the next epoch. The epochs are such that no other coin has them.
+struct PlugInRow {
+    std::int32_t id;
+    const char* library;
+    const char* coin;
+    std::size_t lightCaches;
+};
+constexpr char kEtchash[] = "--variant etchash --block 11700000", kEthash[] = "--variant ethash --block 0",
+               kUbqhash[] = "--variant ubqhash --block 660000";
+constexpr PlugInRow kPlugIns[] = {{1, "Etchash", kEtchash, 2},  {2, "EtchashCpu", kEtchash, 1},
+                                  {3, "Ethash", kEthash, 2},    {4, "EthashCpu", kEthash, 1},
+                                  {11, "Ubqhash", kUbqhash, 2}, {12, "UbqhashCpu", kUbqhash, 1}};
+
+std::size_t CountLogged(const std::wstring& text) {
+    const std::lock_guard lock(g_logLock);
+    std::size_t count = 0;
+    for (std::size_t at = g_log.find(text); at != g_log.npos; at = g_log.find(text, at + 1))
+        ++count;
+    return count;
+}
+
+class FeeCycleTest : public testing::TestWithParam<PlugInRow> {
   protected:
     FeeCycleTest() {
-        fs::copy_file(fs::path(QV_ALGOS) / "EtchashCpu.dll", m_folder.Path("EtchashCpu.dll"));
+        g_log.clear();
+        const std::string library = std::string(GetParam().library) + ".dll";
+        fs::copy_file(fs::path(QV_ALGOS) / library, m_folder.Path(library));
+        LoadSimulatedCards();
         CEventLog events;
         EnumerateAlgorithms(m_folder.Path(""), m_folder.Path("PlugIns.txt"), events, m_algorithms);
         m_mainLog.enabled = 0;
@@ -63,6 +102,28 @@ class FeeCycleTest : public testing::Test {
     ~FeeCycleTest() override {
         m_mining.Stop();
         WSACleanup();
+        if (m_cards != nullptr) FreeLibrary(m_cards);
+    }
+
+    // The plug-ins take the driver that the program has loaded.
+    void LoadSimulatedCards() {
+        const fs::path folder = m_folder.Path("driver");
+        fs::create_directory(folder);
+        fs::copy_file(fs::path(QV_SIM) / "nvcuda.dll", folder / "nvcuda.dll");
+        std::string text = FileBytes(fs::path(QV_SIM_INI));
+        for (const auto& [key, value] : {std::pair<std::string, char>("Computes=", '1'), {"MultiProcessors=", '1'}}) {
+            const std::size_t at = text.find("\n" + key) + 1 + key.size();
+            text.replace(at, text.find('\n', at) - at, 1, value);
+        }
+        WriteFileBytes((folder / "SimGpus.ini").wstring(), text);
+        m_cards = LoadLibraryW((folder / "nvcuda.dll").c_str());
+        EXPECT_NE(m_cards, nullptr);
+    }
+    // What a pool of the developer's first pool's coin mines.
+    std::string FeeCoin() const {
+        CFeePoolIds ids;
+        const std::wstring server = BuildFeePools(GetParam().id, m_algorithms, ids)[0]->Server;
+        return server.starts_with(L"etc-") ? kEtchash : server.starts_with(L"ubq-") ? kUbqhash : kEthash;
     }
 
     void Pump() {
@@ -75,7 +136,7 @@ class FeeCycleTest : public testing::Test {
     }
     CMiningManager& Start(unsigned userPort) {
         ConfigurationEntry entry;
-        entry.primaryPool = entry.secondaryPool = MakePool(L"User", userPort);
+        entry.primaryPool = entry.secondaryPool = MakePool(L"User", userPort, GetParam().id);
         entry.gpus = {&m_gpu};
         MinerConfiguration configuration;
         configuration.configurations = {entry};
@@ -89,6 +150,7 @@ class FeeCycleTest : public testing::Test {
         }
     }
     CScratchFolder m_folder;
+    HMODULE m_cards = nullptr;
     CHandSetClock m_clock;
     QvGpuRecord m_gpu = {};
     CHost m_host{m_gpu.statistics};
@@ -98,21 +160,22 @@ class FeeCycleTest : public testing::Test {
     CNoEvents m_events;
     CTroubleBoard m_troubles;
     CPlugInMessages m_plugInMessages;
-    MiningContext m_context{.algorithms = m_algorithms,
-                            .stratumHost = m_host,
-                            .clock = m_clock,
-                            .mainLog = m_mainLog,
-                            .events = m_events,
-                            .troubles = m_troubles,
-                            .plugInMessages = m_plugInMessages,
-                            .feePools = [this](std::int32_t) { return std::vector{MakePool(L"DevFee", m_feePort)}; }};
+    MiningContext m_context{
+        .algorithms = m_algorithms,
+        .stratumHost = m_host,
+        .clock = m_clock,
+        .mainLog = m_mainLog,
+        .events = m_events,
+        .troubles = m_troubles,
+        .plugInMessages = m_plugInMessages,
+        .feePools = [this](std::int32_t) { return std::vector{MakePool(L"DevFee", m_feePort, GetParam().id)}; }};
     CMining m_mining{m_context};
 };
 
-TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
-    const std::string options = "--difficulty 300 --interval 5 ";
-    CPoolProcess user(m_folder.Path(), "user", options + "--mode 0");
-    CPoolProcess fee(m_folder.Path(), "fee", options + "--mode 0");
+TEST_P(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
+    const std::string options = "--difficulty 60 --interval 5 --mode 0 ";
+    CPoolProcess user(m_folder.Path(), "user", options + GetParam().coin);
+    CPoolProcess fee(m_folder.Path(), "fee", options + FeeCoin());
     ASSERT_NE(user.Port() * fee.Port(), 0u);
     m_feePort = fee.Port();
     const auto accepted = [](const CPoolProcess& pool) { return pool.Count("share accepted"); };
@@ -142,17 +205,23 @@ TEST_F(FeeCycleTest, SharesGoToTheFeePoolForItsPeriodAndToTheUsersAgain) {
     EXPECT_LE(accepted(fee), ofFee + 1) << "the fee pool got shares after its period";
     EXPECT_EQ(user.Refused() + fee.Refused(), 0u) << user.Output() << fee.Output();
 
+    EXPECT_EQ(CountLogged(L"making the light cache of"), GetParam().lightCaches);
+    EXPECT_EQ(CountLogged(L"making the dataset of"), GetParam().lightCaches - 1) << "only cards have one";
+
     // The report of the hash rate, as the user's pool received it.
     ASSERT_TRUE(PumpUntil([&] { return m_gpu.statistics.hashSpeed > 0; }));
     SendMessageW(manager.Handle(), WM_TIMER, 1, 0);
     EXPECT_TRUE(PumpUntil([&] { return user.Count("hashrate client=") == 1; })) << user.Output();
     EXPECT_EQ(fee.Count("hashrate"), 0u);
-    const std::string output = user.Output();
-    const std::size_t line = output.find("hashrate client=");
-    std::printf("the pool received: %s\n", output.substr(line, output.find('\n', line) - line).c_str());
 }
 
-TEST_F(FeeCycleTest, BadFeePoolsNeverStopTheUsersMining) {
+INSTANTIATE_TEST_SUITE_P(EveryPlugIn, FeeCycleTest, testing::ValuesIn(kPlugIns),
+                         [](const auto& row) { return std::string(row.param.library); });
+
+class FeeFaultTest : public FeeCycleTest {};
+INSTANTIATE_TEST_SUITE_P(OnePlugIn, FeeFaultTest, testing::Values(PlugInRow{2, "EtchashCpu", "", 1}));
+
+TEST_P(FeeFaultTest, BadFeePoolsNeverStopTheUsersMining) {
     CPoolProcess user(m_folder.Path(), "user", "--difficulty 300 --interval 5 --mode 0");
     ASSERT_NE(user.Port(), 0u);
     const auto accepted = [&] { return user.Count("share accepted"); };
