@@ -140,7 +140,7 @@ void CCardMemory::Read(void* to, CudaAddress from, std::size_t bytes) const {
         if (region->memory != nullptr) std::memcpy(to, region->memory + offset, bytes);
         made.items = region->items;
     }
-    if (region->memory != nullptr && made.items.empty()) return;
+    if (region->memory != nullptr) return;
     const auto first = static_cast<std::uint32_t>(offset / kItemBytes);
     const std::vector<EthashItem> items = Compute(made, first, (offset + bytes + kItemBytes - 1) / kItemBytes - first);
     std::memcpy(to, reinterpret_cast<const char*>(items.data()) + (offset - first * kItemBytes), bytes);
@@ -187,6 +187,9 @@ void CCardMemory::MakeItems(const EthashBuildParameters& build, bool spoiled,
         }
     }
     target->items.insert_or_assign(build.firstItem, Items{build.itemCount, source->cache, spoiled});
+    if (target->memory == nullptr) return;
+    const std::vector<EthashItem> items = Compute(*target, build.firstItem, build.itemCount);
+    std::memcpy(target->memory + (dataset - base) + build.firstItem * kItemBytes, items.data(), items.size() * kItemBytes);
 }
 
 std::shared_ptr<const CEthashCache> CCardMemory::CacheOf(CudaAddress dataset, std::uint64_t bytes) const {
