@@ -104,7 +104,7 @@ bool CCardMemory::Use(CardUse use) {
         return false;
     }
     CheckLocked(*region, use);
-    region->uses.push_back(std::move(use));
+    if (use.lasts) region->uses.push_back(std::move(use));
     return true;
 }
 

@@ -31,6 +31,7 @@ struct CardUse {
     bool isGrid = false;
     CCardStream::Point point;
     std::string what;
+    bool lasts = true;  // false: the call waits for the end itself
 };
 
 // The memory of simulated cards. Small pieces are real; of a large one, which is a dataset, it is only known which items

@@ -82,7 +82,7 @@ struct FakeCudaCalls {
         if (const CudaResult result = g_fake->Enter("cuMemcpyDtoH")) return result;
         const auto stream = g_fake->Find(nullptr);
         if (stream == nullptr) return kInvalidContext;
-        const CardUse use{from, bytes, false, false, g_fake->Next(stream), "cuMemcpyDtoH"};
+        const CardUse use{from, bytes, false, false, g_fake->Next(stream), "cuMemcpyDtoH", false};
         if (!g_fake->m_memory.Use(use)) return g_fake->Die(kFirstDeadly);
         g_fake->QueueOn(stream, false, {}, [&] { g_fake->m_memory.Read(to, from, bytes); });
         stream->Wait(use.point.place);
