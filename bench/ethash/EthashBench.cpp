@@ -72,10 +72,11 @@ void HashBatch(benchmark::State& state) {
 }
 
 void LightCache(benchmark::State& state) {
-    const EthashEpoch epoch = EpochOfBlock(EthashVariant::Ethash, 0);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(CEthashCache::Make(EthashVariant::Ethash, epoch, SeedOfIndex(0), nullptr));
-    }
+    const auto number = static_cast<std::uint32_t>(state.range(0));
+    const EthashEpoch epoch = EpochOfBlock(EthashVariant::Ethash, std::uint64_t{number} * 30'000);
+    const Hash256 seed = SeedOfIndex(number);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(CEthashCache::Make(EthashVariant::Ethash, epoch, seed, nullptr));
 }
 
 // From the moment that a job is replaced to the moment that a hashing thread has left the batch of the old one.
@@ -113,7 +114,7 @@ BENCHMARK(ItemsInLockstep<DatasetItemsBaseline>)->Name("ItemsLockstepBaseline");
 BENCHMARK(ItemsInLockstep<DatasetItemsAvx2>)->Name("ItemsLockstepAvx2");
 BENCHMARK(HashPlain);
 BENCHMARK(HashBatch);
-BENCHMARK(LightCache)->Unit(benchmark::kMillisecond);
+BENCHMARK(LightCache)->Arg(0)->Arg(431)->Unit(benchmark::kMillisecond);
 BENCHMARK(JobPickup)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

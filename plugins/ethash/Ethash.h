@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <vector>
+#include "ethash/HashMemory.h"
 
 // The Ethash family: Ethash, Etchash and Ubqhash, from their public definition. Pure; any thread.
 
@@ -57,8 +57,8 @@ class CEthashCache {
 
     EthashEpoch m_epoch;
     Hash256 m_seed;
-    std::vector<std::uint32_t> m_storage;  // with room to move the first row to a cache line of its own
-    std::uint32_t* m_words = nullptr;
+    CHashMemory m_memory;
+    std::uint32_t* const m_words;
 };
 
 struct EthashResult {

@@ -2,6 +2,7 @@
 
 #include "ethash/Blake2b.h"
 #include "ethash/Ethash.h"
+#include "ethash/ItemLockstep.h"
 #include "ethash/Keccak.h"
 
 namespace {
@@ -26,11 +27,7 @@ void HashRow(std::uint32_t* row, bool blake) {
 }  // namespace
 
 CEthashCache::CEthashCache(const EthashEpoch& epoch, const Hash256& seed)
-    : m_epoch(epoch), m_seed(seed), m_storage(epoch.cacheBytes / sizeof(std::uint32_t) + kRowWords) {
-    void* first = m_storage.data();
-    std::size_t space = m_storage.size() * sizeof(std::uint32_t);
-    m_words = static_cast<std::uint32_t*>(std::align(kRowBytes, epoch.cacheBytes, first, space));
-}
+    : m_epoch(epoch), m_seed(seed), m_memory(epoch.cacheBytes), m_words(static_cast<std::uint32_t*>(m_memory.Data())) {}
 
 std::shared_ptr<const CEthashCache> CEthashCache::Make(EthashVariant variant, const EthashEpoch& epoch, const Hash256& seed,
                                                        const std::atomic<bool>* cancelled) {
@@ -61,12 +58,16 @@ bool CEthashCache::Fill(bool blake, const std::atomic<bool>* cancelled) {
         std::memcpy(rowAt(row), rowAt(row - 1), kRowBytes);
         HashRow(rowAt(row), blake);
     }
+    // The row that goes into another is told by that one's old content: it can be fetched while the row before is made.
+    const CFastRemainder remainder(static_cast<std::uint32_t>(rows));
+    const auto otherOf = [&](std::size_t row) { return rowAt(remainder(rowAt(row)[0])); };
     for (std::size_t step = 0; step < kRounds * rows; ++step) {
         if (giveUp(step)) return false;
         const std::size_t row = step % rows;
+        __builtin_prefetch(otherOf(row + 1 == rows ? 0 : row + 1));
         std::uint32_t* target = rowAt(row);
         const std::uint32_t* previous = rowAt(row == 0 ? rows - 1 : row - 1);
-        const std::uint32_t* other = rowAt(target[0] % rows);
+        const std::uint32_t* other = otherOf(row);
         for (std::size_t word = 0; word < kRowWords; ++word)
             target[word] = previous[word] ^ other[word];
         HashRow(target, blake);

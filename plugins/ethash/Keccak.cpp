@@ -10,8 +10,22 @@ static_assert(std::endian::native == std::endian::little, "states and words are 
 
 namespace {
 
-void Permute(std::uint64_t (&state)[25]) noexcept {
+// With an and-not of three operands and rotations that leave their source alone.
+__attribute__((target("bmi,bmi2"))) void PermuteBmi(std::uint64_t (&state)[25]) noexcept {
     KeccakPermute(state);
+}
+
+void PermuteBaseline(std::uint64_t (&state)[25]) noexcept {
+    KeccakPermute(state);
+}
+
+void Permute(std::uint64_t (&state)[25]) noexcept {
+    // Asked each time: a branch that is always predicted.
+    if (__builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2")) {
+        PermuteBmi(state);
+    } else {
+        PermuteBaseline(state);
+    }
 }
 
 void Absorb(std::uint64_t (&state)[25], const std::uint8_t* block, std::size_t rate) noexcept {
