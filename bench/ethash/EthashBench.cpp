@@ -7,10 +7,14 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <thread>
 #include <vector>
 
+#include "ethash/EthashDataset.h"
 #include "ethash/EthashItems.h"
+#include "ethash/Keccak.h"
 
 namespace {
 
@@ -57,18 +61,71 @@ void HashPlain(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void HashBatch(benchmark::State& state) {
-    const CEthashCache& cache = Cache();
+template <class Source>
+void HashBatches(benchmark::State& state, const Source& source) {
     std::array<std::uint64_t, kBatchNonces> nonces{};
     std::array<EthashResult, kBatchNonces> results{};
     std::uint64_t nonce = 0;
     for (auto _ : state) {
         for (auto& each : nonces)
             each = ++nonce;
-        HashimotoBatch(cache, kHeader, nonces, results);
+        HashimotoBatch(source, kHeader, nonces, results);
         benchmark::DoNotOptimize(results);
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kBatchNonces));
+}
+
+void HashBatch(benchmark::State& state) {
+    HashBatches(state, Cache());
+}
+
+std::shared_ptr<CEthashDataset> MakeDataset(unsigned threads) {
+    const std::atomic<bool> never{false};
+    const std::shared_ptr<const CEthashCache> cache(&Cache(), [](const auto*) {});
+    const auto dataset = CEthashDataset::Allocate(cache, never);
+    std::vector<std::jthread> makers;
+    for (unsigned i = 0; i < threads; ++i) {
+        makers.emplace_back([&] {
+            while (dataset->MakePart()) {
+            }
+        });
+    }
+    makers.clear();
+    return dataset;
+}
+
+void WholeDataset(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(MakeDataset(static_cast<unsigned>(state.range(0))));
+    state.SetItemsProcessed(state.iterations() *
+                            static_cast<std::int64_t>(Cache().Epoch().datasetBytes / sizeof(EthashItem)));
+}
+
+void HashBatchFromDataset(benchmark::State& state) {
+    static const auto dataset = MakeDataset(std::thread::hardware_concurrency());
+    HashBatches(state, *dataset);
+}
+
+// The light cache as it is defined: row after row, without a thought for memory.
+void LightCachePlain(benchmark::State& state) {
+    const EthashEpoch epoch = EpochOfBlock(EthashVariant::Ethash, static_cast<std::uint64_t>(state.range(0)) * 30'000);
+    const std::size_t rows = epoch.cacheBytes / sizeof(Hash512);
+    for (auto _ : state) {
+        std::vector<Hash512> cache(rows);
+        cache[0] = Keccak512(SeedOfIndex(epoch.seedIndex));
+        for (std::size_t row = 1; row < rows; ++row)
+            cache[row] = Keccak512(cache[row - 1]);
+        for (std::size_t step = 0; step < 3 * rows; ++step) {
+            const std::size_t row = step % rows;
+            std::uint32_t word;
+            std::memcpy(&word, cache[row].data(), sizeof word);
+            Hash512 mixed = cache[(row + rows - 1) % rows];
+            for (std::size_t i = 0; i < mixed.size(); ++i)
+                mixed[i] ^= cache[word % rows][i];
+            cache[row] = Keccak512(mixed);
+        }
+        benchmark::DoNotOptimize(cache.data());
+    }
 }
 
 void LightCache(benchmark::State& state) {
@@ -114,6 +171,9 @@ BENCHMARK(ItemsInLockstep<DatasetItemsBaseline>)->Name("ItemsLockstepBaseline");
 BENCHMARK(ItemsInLockstep<DatasetItemsAvx2>)->Name("ItemsLockstepAvx2");
 BENCHMARK(HashPlain);
 BENCHMARK(HashBatch);
+BENCHMARK(HashBatchFromDataset)->UseRealTime();
+BENCHMARK(WholeDataset)->Arg(1)->Arg(2)->Iterations(1)->UseRealTime()->Unit(benchmark::kSecond);
+BENCHMARK(LightCachePlain)->Arg(0)->Arg(431)->Unit(benchmark::kMillisecond);
 BENCHMARK(LightCache)->Arg(0)->Arg(431)->Unit(benchmark::kMillisecond);
 BENCHMARK(JobPickup)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
 

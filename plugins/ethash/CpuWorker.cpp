@@ -13,12 +13,14 @@ using SteadyClock = std::chrono::steady_clock;
 
 }  // namespace
 
-CCpuWorker::CCpuWorker(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host)
+CCpuWorker::CCpuWorker(const WorkerPlace& place, std::shared_ptr<const CJobBoard> board, IEngineHost& host,
+                       CDatasetStore* datasets)
     : m_board(std::move(board)),
       m_host(host),
       m_recorder(place.gpu.statistics),
       m_sender(place.gpu.cudaId, *m_board, host, m_recorder),
       m_cursor(*m_board, place.part, place.parts),
+      m_datasets(datasets != nullptr ? std::make_unique<CDatasetUser>(*datasets, host) : nullptr),
       m_thread([this] { Run(); }) {}
 
 CCpuWorker::~CCpuWorker() {
@@ -28,6 +30,13 @@ CCpuWorker::~CCpuWorker() {
 std::unique_ptr<IHashWorker> MakeCpuWorker(const WorkerPlace& place, const std::shared_ptr<const CJobBoard>& board,
                                            IEngineHost& host) {
     return std::make_unique<CCpuWorker>(place, board, host);
+}
+
+WorkerMaker CpuWorkersWithDatasets(DatasetRules rules) {
+    return [datasets = std::make_shared<CDatasetStore>(std::move(rules))](
+               const WorkerPlace& place, const std::shared_ptr<const CJobBoard>& board, IEngineHost& host) {
+        return std::make_unique<CCpuWorker>(place, board, host, datasets.get());
+    };
 }
 
 void CCpuWorker::Run() {
@@ -50,8 +59,7 @@ void CCpuWorker::HashBatch() {
     const std::size_t count = m_cursor.Take(nonces);
     const CJobBoard::View& view = m_cursor.View();
     const EthashWork& work = *view.work;
-    const EthashAbort abort{m_board->CleanGeneration(), view.clean};
-    if (!HashimotoBatch(*work.cache, work.job.header, std::span(nonces).first(count), results, &abort)) return;
+    if (!Hash(view, std::span(nonces).first(count), results)) return;
 
     const Hash256 target = work.job.target;
     std::uint64_t found = 0;
@@ -61,4 +69,12 @@ void CCpuWorker::HashBatch() {
         m_sender.Found(view, nonces[i], results[i]);
     }
     m_recorder.Hashed(count, found, SteadyClock::now());
+}
+
+bool CCpuWorker::Hash(const CJobBoard::View& view, std::span<const std::uint64_t> nonces, std::span<EthashResult> results) {
+    const EthashWork& work = *view.work;
+    const EthashAbort abort{m_board->CleanGeneration(), view.clean};
+    const CEthashDataset* const dataset = m_datasets != nullptr ? m_datasets->Of(work.cache) : nullptr;
+    return dataset != nullptr ? HashimotoBatch(*dataset, work.job.header, nonces, results, &abort)
+                              : HashimotoBatch(*work.cache, work.job.header, nonces, results, &abort);
 }

@@ -29,17 +29,6 @@ const CEthashCache& FirstCache() {
     return *cache;
 }
 
-TEST(Hash, KeccakWithTheOriginalPadding) {
-    EXPECT_EQ(Digits(Keccak256({})), "c5d2460186f7233c927e7db2dcc703c0e500b653ca82273b7bfad8045d85a470");
-    EXPECT_EQ(Digits(Keccak256(Text("abc"))), "4e03657aea45a94fc7d47ba826c8d667c0d1e6e33a64a036ec44f58fa12d6c45");
-    EXPECT_EQ(Digits(Keccak512({})),
-              "0eab42de4c3ceb9235fc91acffe746b29c29a8c366b7c60e4e67c466f36a4304"
-              "c00fa9caf9d87976ba469bcbe06713b435f091ef2769fb160cdab33d3670680e");
-    EXPECT_EQ(Digits(Keccak512(Text("abc"))),
-              "18587dc2ea106b9a1563e32b3312421ca164c7f1f07bc922a9c83d77cea3a1e5"
-              "d0c69910739025372dc14ac9642629379540c17e2a65b19d77aa511a9d00bb96");
-}
-
 TEST(Hash, Blake2b) {
     EXPECT_EQ(Digits(Blake2b512({})),
               "786a02f742015903c6c6fd852552d272912f4740e15847618a86e217f71f5419"
