@@ -13,7 +13,7 @@ build host-release stratum_bench ethash_bench control_bench devpool
 printf '\n== One mining.notify line: framing, parse, work block; beside a bare parse of the same line (native)\n'
 build/host-release/bench/stratum/stratum_bench
 
-printf '\n== Hashes from the light cache: items one at a time; beside several at a time (native)\n'
+printf '\n== Light cache, items and hashes on one core; beside the plain forms, one at a time (native)\n'
 build/host-release/bench/ethash/ethash_bench
 
 printf '\n== One update report for 16 GPUs; beside printf of the same numbers (native, goal: under 30 us)\n'

@@ -19,9 +19,10 @@
 using SharedCache = std::shared_ptr<const CEthashCache>;
 
 struct DatasetRules {
-    // How long work stays with an epoch before its dataset is made: a little, so that what ends soon is not slowed down by
-    // the making, and with a dataset at hand longer than any period of the developer's fee.
-    std::chrono::milliseconds first = std::chrono::seconds(10);
+    // How long work stays with an epoch before its dataset is made. The first time as long as it takes to make one on a
+    // small machine, which halves the speed meanwhile: what ends soon is not slowed down. With one at hand longer than any
+    // period of the developer's fee.
+    std::chrono::milliseconds first = std::chrono::seconds(30);
     std::chrono::milliseconds other = std::chrono::minutes(5);
     std::chrono::milliseconds betweenProgress = std::chrono::seconds(10);
     std::function<PhysicalMemory()> memory = MachineMemory;

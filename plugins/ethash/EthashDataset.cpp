@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::uint32_t kPartPages = 512;  // divides a piece
+constexpr std::uint32_t kPartPages = kDatasetPartItems / 2;  // divides a piece
 
 }  // namespace
 

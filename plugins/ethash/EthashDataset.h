@@ -8,6 +8,8 @@
 #include "ethash/Ethash.h"
 #include "ethash/EthashItems.h"
 
+inline constexpr std::uint32_t kDatasetPartItems = 1024;
+
 // The whole dataset of one epoch in memory, a gigabyte and up: a hash from it takes a small part of the time that one from
 // the light cache takes. Any number of threads make it together; when all of them have come back it is complete, never
 // changes again and is read by any thread.
@@ -17,7 +19,8 @@ class CEthashDataset {
     static std::shared_ptr<CEthashDataset> Allocate(std::shared_ptr<const CEthashCache> cache,
                                                     const std::atomic<bool>& cancelled);
 
-    // Makes the next part, which takes a few milliseconds. False: none was left, but others may still be at theirs.
+    // Makes the next part of kDatasetPartItems, in a few milliseconds. False: none was left, but others may still be at
+    // theirs.
     bool MakePart();
     std::uint64_t BytesBegun() const;
 

@@ -73,9 +73,9 @@ TEST(Dataset, AFeePeriodDoesNotSettleAWorker) {
     const auto settlesAt = [&](std::chrono::seconds at) { return epoch.Update(rules, begun + at); };
     EXPECT_FALSE(epoch.Due(rules));
     epoch.Hashes(mine, begun);
-    EXPECT_FALSE(settlesAt(9s));
-    epoch.Hashes(mineAgain, begun + 9s);  // the same epoch, its cache made anew
-    EXPECT_TRUE(settlesAt(10s));
+    EXPECT_FALSE(settlesAt(29s));
+    epoch.Hashes(mineAgain, begun + 29s);  // the same epoch, its cache made anew
+    EXPECT_TRUE(settlesAt(30s));
     epoch.Hashes(fee, begun + 100s);
     EXPECT_FALSE(settlesAt(340s));
     epoch.Hashes(mine, begun + 340s);
