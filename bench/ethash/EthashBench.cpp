@@ -18,14 +18,23 @@
 
 namespace {
 
+std::shared_ptr<const CEthashCache> MakeCache(std::uint32_t number) {
+    const EthashEpoch epoch = EpochOfBlock(EthashVariant::Ethash, std::uint64_t{number} * 30'000);
+    return CEthashCache::Make(EthashVariant::Ethash, epoch, SeedOfIndex(number), nullptr);
+}
+
 const std::shared_ptr<const CEthashCache>& SharedCache() {
-    static const auto cache =
-        CEthashCache::Make(EthashVariant::Ethash, EpochOfBlock(EthashVariant::Ethash, 0), SeedOfIndex(0), nullptr);
+    static const auto cache = MakeCache(0);
     return cache;
 }
 
 const CEthashCache& Cache() {
     return *SharedCache();
+}
+
+const CEthashCache& LateCache() {
+    static const auto cache = MakeCache(431);
+    return *cache;
 }
 
 CEthashDataset& Dataset() {
@@ -50,7 +59,7 @@ void ItemsInLockstep(benchmark::State& state) {
         state.SkipWithError("no AVX2");
         return;
     }
-    const CEthashCache& cache = Cache();
+    const CEthashCache& cache = state.range(0) == 0 ? Cache() : LateCache();
     std::array<std::uint32_t, kLockstepItems> indices{};
     std::array<EthashItem, kLockstepItems> items{};
     std::uint32_t index = 0;
@@ -133,11 +142,8 @@ void LightCachePlain(benchmark::State& state) {
 }
 
 void LightCache(benchmark::State& state) {
-    const auto number = static_cast<std::uint32_t>(state.range(0));
-    const EthashEpoch epoch = EpochOfBlock(EthashVariant::Ethash, std::uint64_t{number} * 30'000);
-    const Hash256 seed = SeedOfIndex(number);
     for (auto _ : state)
-        benchmark::DoNotOptimize(CEthashCache::Make(EthashVariant::Ethash, epoch, seed, nullptr));
+        benchmark::DoNotOptimize(MakeCache(static_cast<std::uint32_t>(state.range(0))));
 }
 
 // From the moment that a job is replaced to the moment that a hashing thread has left the batch of the old one.
@@ -171,8 +177,8 @@ void JobPickup(benchmark::State& state) {
 }
 
 BENCHMARK(ItemPlain);
-BENCHMARK(ItemsInLockstep<DatasetItemsBaseline>)->Name("ItemsLockstepBaseline");
-BENCHMARK(ItemsInLockstep<DatasetItemsAvx2>)->Name("ItemsLockstepAvx2");
+BENCHMARK(ItemsInLockstep<DatasetItemsBaseline>)->Name("ItemsLockstepBaseline")->Arg(0);
+BENCHMARK(ItemsInLockstep<DatasetItemsAvx2>)->Name("ItemsLockstepAvx2")->Arg(0)->Arg(431);
 BENCHMARK(HashPlain);
 BENCHMARK(HashBatch);
 BENCHMARK(DatasetParts)->Threads(1)->Threads(2)->UseRealTime();

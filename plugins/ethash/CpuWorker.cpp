@@ -32,11 +32,13 @@ std::unique_ptr<IHashWorker> MakeCpuWorker(const WorkerPlace& place, const std::
     return std::make_unique<CCpuWorker>(place, board, host);
 }
 
-WorkerMaker CpuWorkersWithDatasets(DatasetRules rules) {
-    return [datasets = std::make_shared<CDatasetStore>(std::move(rules))](
-               const WorkerPlace& place, const std::shared_ptr<const CJobBoard>& board, IEngineHost& host) {
+HashingKind CpuHashing(DatasetRules rules) {
+    const auto datasets = std::make_shared<CDatasetStore>(std::move(rules));
+    const auto make = [datasets](const WorkerPlace& place, const std::shared_ptr<const CJobBoard>& board,
+                                 IEngineHost& host) {
         return std::make_unique<CCpuWorker>(place, board, host, datasets.get());
     };
+    return {.makeWorker = make, .afterStop = [datasets] { datasets->GiveBackUnused(); }};
 }
 
 void CCpuWorker::Run() {

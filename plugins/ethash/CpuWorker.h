@@ -37,5 +37,5 @@ class CCpuWorker final : public IHashWorker {
 // A WorkerMaker: workers that hash from the light cache.
 std::unique_ptr<IHashWorker> MakeCpuWorker(const WorkerPlace& place, const std::shared_ptr<const CJobBoard>& board,
                                            IEngineHost& host);
-// Makes workers that share one store of datasets, which goes with the maker's last copy.
-WorkerMaker CpuWorkersWithDatasets(DatasetRules rules = {});
+// Workers that share one store of datasets, which goes with the last copy of what is returned.
+HashingKind CpuHashing(DatasetRules rules = {});

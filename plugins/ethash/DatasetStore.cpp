@@ -73,12 +73,19 @@ void CDatasetStore::Leave(CDatasetUser& user) {
     }
     m_changed.notify_all();
     if (m_thread.joinable()) m_thread.join();
-    m_complete.clear();
     m_refused.clear();
+}
+
+void CDatasetStore::GiveBackUnused() {
+    const std::lock_guard door(m_door);
+    if (m_thread.joinable()) return;
+    m_complete.clear();
+    m_unfinished.reset();
 }
 
 void CDatasetStore::Run() {
     MakingThreadStarted();
+    m_unfinished.reset();
     std::unique_lock lock(m_lock);
     while (!m_stopping) {
         const auto now = SteadyClock::now();
@@ -124,7 +131,10 @@ void CDatasetStore::Make(const SharedCache& cache) {
         Log("making " + name + " in memory (" + MegabyteText(cache->Epoch().datasetBytes) +
             "), hashing from the light cache meanwhile");
         const auto begun = SteadyClock::now();
-        if (!MakeParts(*dataset, name)) return;
+        if (!MakeParts(*dataset, name)) {
+            m_unfinished = dataset;
+            return;
+        }
         {
             const std::lock_guard lock(m_lock);
             m_complete.push_back(dataset);

@@ -28,5 +28,6 @@ using WorkerMaker = std::function<std::unique_ptr<IHashWorker>(
 // How a library hashes.
 struct HashingKind {
     WorkerMaker makeWorker;
-    bool preparesNextEpoch = false;  // its light cache is made ahead, so that the change costs no time
+    bool preparesNextEpoch = false;             // its light cache is made ahead, so that the change costs no time
+    std::function<void()> afterStop = nullptr;  // called when an engine goes: what would hold its stop up
 };

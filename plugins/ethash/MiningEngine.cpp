@@ -26,6 +26,7 @@ CMiningEngine::CMiningEngine(CCacheStore& store, IEngineHost& host, HashingKind 
 
 CMiningEngine::~CMiningEngine() {
     Stop();
+    if (m_hashing.afterStop) m_hashing.afterStop();
 }
 
 void CMiningEngine::SetGpus(std::span<QvGpuRecord* const> gpus) {

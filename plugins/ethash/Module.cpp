@@ -12,7 +12,7 @@ HashingKind Hashing() {
 #if QV_MODULE_ON_CARDS
     return {.makeWorker = MakeCudaWorker, .preparesNextEpoch = true};
 #else
-    return {.makeWorker = CpuWorkersWithDatasets()};
+    return CpuHashing();
 #endif
 }
 

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <span>
 #include <thread>
 #include <vector>
 
 #include "FakeHost.h"
 #include "HexBytes.h"
+#include "Shares.h"
+#include "WorkBlocks.h"
+#include "ethash/CpuWorker.h"
 #include "ethash/DatasetStore.h"
 
 namespace {
@@ -164,12 +168,47 @@ TEST_F(Datasets, TheLastUserEndsTheMakingAtOnceAndOthersGoOnWithIt) {
     const auto begun = std::chrono::steady_clock::now();
     second.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - begun, 2s);
+    store.GiveBackUnused();
     EXPECT_EQ(slow.use_count(), 1) << "nothing is left";
     EXPECT_EQ(gone.collector.Log().size(), linesOfGone);
 
     CDatasetUser again(store, m_host);
     again.Of(CacheOf(1));
     EXPECT_TRUE(Logged("epoch 1 is done in "));
+}
+
+// Two workers: they go on with shares when the dataset has taken over, and it goes after them.
+TEST_F(Datasets, WorkersHashFromOneAndItGoesAfterThem) {
+    m_rules.first = 20ms;
+    const SharedCache cache = CacheOf(0);
+    QvGpuRecord gpus[2]{};
+    gpus[1].cudaId = 1;
+    const HashingKind hashing = CpuHashing(m_rules);
+    const auto board = std::make_shared<CJobBoard>();
+    const StratumWorkBlock block = EthProxyBlock(HeaderText(1), std::string(64, '0'), std::string(64, 'f'));
+    auto work = std::make_shared<EthashWork>();
+    work->job = ParseEthashJob(block).job;
+    work->block = &block;
+    work->cache = cache;
+    work->searchId = 1;
+    {
+        const auto first = hashing.makeWorker({gpus[0], 0, 2}, board, m_host);
+        const auto second = hashing.makeWorker({gpus[1], 1, 2}, board, m_host);
+        board->Publish(work);
+        ASSERT_TRUE(Logged("epoch 0 is done in "));
+        m_host.collector.Clear();
+        ASSERT_TRUE(m_host.collector.WaitForShares(200));
+        board->Close();
+    }
+    const auto shares = m_host.collector.Shares();
+    for (const SentShare& share : std::span(shares).last(20)) {
+        const EthashResult light = Hashimoto(*cache, work->job.header, share.Nonce(0));
+        ASSERT_EQ(share.Parameter(2), "0x" + Digits(light.mix));
+    }
+    hashing.afterStop();
+    work.reset();
+    board->Publish(nullptr);
+    EXPECT_EQ(cache.use_count(), 1);
 }
 
 }  // namespace
