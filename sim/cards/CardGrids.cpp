@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::uint64_t kItemBytes = sizeof(EthashItem);
 constexpr std::uint64_t kPageBytes = 2 * kItemBytes;
+constexpr std::string_view kRandomReads = "ethash_random_reads";
 
 CudaAddress AddressOf(const void* pointer) {
     return reinterpret_cast<CudaAddress>(pointer);
@@ -23,7 +24,7 @@ std::uint64_t FirstWord(const Hash256& number) {
 
 }  // namespace
 
-std::vector<CardUse> CFakeCudaDriver::UsesOf(std::string_view kernel, const void* parameters) const {
+std::vector<CardUse> CFakeCudaDriver::UsesOf(std::string_view kernel, const void* parameters, unsigned blocks) const {
     const std::string what(kernel);
     const auto use = [&](const void* begin, std::uint64_t bytes, bool writes) {
         return CardUse{AddressOf(begin), bytes, writes, true, {}, what};
@@ -32,6 +33,11 @@ std::vector<CardUse> CFakeCudaDriver::UsesOf(std::string_view kernel, const void
         const auto& build = *static_cast<const EthashBuildParameters*>(parameters);
         return {use(build.cache, build.cacheRows.value * kItemBytes, false),
                 use(static_cast<char*>(build.dataset) + build.firstItem * kItemBytes, build.itemCount * kItemBytes, true)};
+    }
+    if (kernel == kRandomReads) {
+        const auto& reads = *static_cast<const EthashReadsParameters*>(parameters);
+        return {use(reads.dataset, reads.pages.value * kPageBytes, false),
+                use(reads.sums, std::uint64_t{blocks} * kEthashSearchThreads * sizeof *reads.sums, true)};
     }
     const auto& search = *static_cast<const EthashSearchParameters*>(parameters);
     return {use(search.dataset, search.pages.value * kPageBytes, false), use(search.results, sizeof *search.results, true),
@@ -43,17 +49,19 @@ CudaResult CFakeCudaDriver::Launch(std::string_view kernel, const void* paramete
     const StreamPointer found = Find(stream);
     if (found == nullptr) return 400;
     const bool builds = kernel == "ethash_build_dataset";
-    for (CardUse& use : UsesOf(kernel, parameters)) {
+    for (CardUse& use : UsesOf(kernel, parameters, blocks)) {
         use.point = Next(found);
         if (!IsDead() && !m_memory.Use(std::move(use))) return Die(700);
     }
-    if (!builds) {
+    if (!builds && kernel != kRandomReads) {
         const std::lock_guard lock(m_lock);
         m_searchStreams.insert(found);
     }
     const auto* const bytes = static_cast<const std::uint8_t*>(parameters);
-    const std::vector<std::uint8_t> copy(bytes,
-                                         bytes + (builds ? sizeof(EthashBuildParameters) : sizeof(EthashSearchParameters)));
+    const std::size_t size = builds                   ? sizeof(EthashBuildParameters)
+                             : kernel == kRandomReads ? sizeof(EthashReadsParameters)
+                                                      : sizeof(EthashSearchParameters);
+    const std::vector<std::uint8_t> copy(bytes, bytes + size);
     QueueOn(found, true, {}, [this, kernel, copy, blocks, threads] { RunGrid(kernel, copy.data(), blocks, threads); });
     return 0;
 }
@@ -73,7 +81,7 @@ void CFakeCudaDriver::RunGrid(std::string_view kernel, const void* parameters, u
 void CFakeCudaDriver::RunOnCpu(std::string_view kernel, const void* parameters, unsigned blocks) {
     if (kernel == "ethash_build_dataset") {
         Build(*static_cast<const EthashBuildParameters*>(parameters));
-    } else {
+    } else if (kernel != kRandomReads) {  // what it would read is not read: there is no memory to measure
         Search(*static_cast<const EthashSearchParameters*>(parameters), blocks);
     }
 }

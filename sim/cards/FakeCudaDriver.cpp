@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 
@@ -12,7 +13,8 @@ constexpr CudaResult kInvalidValue = 1, kInvalidContext = 201, kInvalidHandle = 
 constexpr CCardStream::Delay kStaged{5000};
 
 CFakeCudaDriver* g_fake = nullptr;
-constexpr const char* kKernels[] = {"ethash_build_dataset", "ethash_search_2", "ethash_search_4", "ethash_search_8"};
+constexpr const char* kKernels[] = {"ethash_build_dataset", "ethash_search_2", "ethash_search_4", "ethash_search_8",
+                                    "ethash_random_reads"};
 
 }  // namespace
 
@@ -176,12 +178,18 @@ CFakeCudaDriver::CFakeCudaDriver() {
             *text = "as told";
             return 0;
         },
-        .DeviceGetCount = nullptr,
+        .DeviceGetCount = [](std::int32_t* count) -> CudaResult {
+            *count = 1;
+            return g_fake->Enter("cuDeviceGetCount");
+        },
         .DeviceGet = [](CudaDevice* device, std::int32_t ordinal) -> CudaResult {
             *device = ordinal;
             return g_fake->Enter("cuDeviceGet");
         },
-        .DeviceGetName = nullptr,
+        .DeviceGetName = [](char* name, std::int32_t size, CudaDevice) -> CudaResult {
+            std::snprintf(name, static_cast<std::size_t>(size), "Simulated card");
+            return g_fake->Enter("cuDeviceGetName");
+        },
         .DeviceGetAttribute = [](std::int32_t* value, CudaAttribute, CudaDevice) -> CudaResult {
             *value = 1;
             return g_fake->Enter("cuDeviceGetAttribute");
@@ -214,7 +222,10 @@ CFakeCudaDriver::CFakeCudaDriver() {
             return g_fake->Store("cuMemcpyHtoDAsync", to, Bytes(first, first + bytes), stream);
         },
         .MemcpyDtoH = Calls::MemcpyDtoH,
-        .MemcpyDtoDAsync = nullptr,
+        // Moves nothing: what is measured by it is time.
+        .MemcpyDtoDAsync = [](CudaAddress, CudaAddress, std::size_t, CudaStreamObject*) -> CudaResult {
+            return g_fake->Enter("cuMemcpyDtoDAsync");
+        },
         .MemsetD8 = [](CudaAddress address, std::uint8_t value, std::size_t bytes) -> CudaResult {
             return g_fake->Store("cuMemsetD8", address, Bytes(bytes, value), nullptr);
         },

@@ -79,7 +79,7 @@ class CFakeCudaDriver {
     CudaResult Store(const char* function, CudaAddress to, std::vector<std::uint8_t> bytes, CudaStreamObject* stream);
     CudaResult Launch(std::string_view kernel, const void* parameters, unsigned blocks, unsigned threads,
                       CudaStreamObject* stream);
-    std::vector<CardUse> UsesOf(std::string_view kernel, const void* parameters) const;
+    std::vector<CardUse> UsesOf(std::string_view kernel, const void* parameters, unsigned blocks) const;
     void RunGrid(std::string_view kernel, const void* parameters, unsigned blocks, unsigned threads);
     void Build(const EthashBuildParameters& build);
     void Search(const EthashSearchParameters& search, unsigned blocks);

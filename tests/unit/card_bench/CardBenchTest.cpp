@@ -55,15 +55,6 @@ class CardBench : public testing::Test {
         order.variants = {1};
         order.searchTime = order.warmUpTime = 250ms;
         order.readsTime = 4ms;
-        // As far as the driver does not know these.
-        if (api.DeviceGetName == nullptr) {
-            api.DeviceGetName = [](char* name, std::int32_t, CudaDevice) -> CudaResult {
-                std::strcpy(name, "Card");
-                return 0;
-            };
-        }
-        if (api.MemcpyDtoDAsync == nullptr)
-            api.MemcpyDtoDAsync = [](CudaAddress, CudaAddress, std::size_t, CudaStreamObject*) -> CudaResult { return 0; };
     }
 
     void Search(const EthashSearchParameters& search) const {
@@ -123,9 +114,7 @@ TEST_F(CardBench, OnlyASearchThatFindsWhatIsLikelyAndNothingElseIsSound) {
         SCOPED_TRACE(std::to_string(search.solutions) + " of " + std::to_string(search.expectedSolutions));
         EXPECT_EQ(search.plausible, each == Searches::Right || each == Searches::FindWrongOnes);
         EXPECT_EQ(search.wrongSolutions > 0, each == Searches::FindWrongOnes);
-        CardFigures withReads = card;  // the driver may not know the kernel of the reads
-        withReads.epochs.at(0).reads.problem.clear();
-        EXPECT_EQ(IsSound(withReads), each == Searches::Right);
+        EXPECT_EQ(IsSound(card), each == Searches::Right);
     }
 }
 

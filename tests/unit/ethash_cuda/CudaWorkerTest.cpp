@@ -42,6 +42,8 @@ class CudaWorker : public testing::Test {
         // Threads that were given up end, too; nothing is left behind by any.
         EXPECT_TRUE(Eventually([&] { return m_fake.Contexts() == 0; }));
         EXPECT_EQ(m_fake.Allocations(), 0u);
+        for (const std::string& fault : m_fake.Faults())
+            ADD_FAILURE() << fault;
     }
 
     std::shared_ptr<EthashWork> Work(std::uint8_t header, std::uint8_t highestByte = kEasy, std::uint32_t epoch = 0) {
