@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <vector>
 #include "ethash/EthashJob.h"
+#include "ethash/NonceRange.h"
 
 // What the workers hash at the moment.
 struct EthashWork {
@@ -14,6 +16,7 @@ struct EthashWork {
     void* session = nullptr;
     std::shared_ptr<const CEthashCache> cache;
     std::uint64_t nonceBase = 0;
+    std::vector<NonceStart> nonceStarts{};  // of the rig's GPUs, as of the beginning of the search; what is missing is loose
     std::uint64_t searchId = 0;  // equal for two works whose searches are one: only the target differs
     std::uint64_t cleanId = 0;   // equal: solutions of one may be sent while the other hangs on the board
 };

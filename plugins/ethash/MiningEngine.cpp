@@ -39,6 +39,10 @@ void CMiningEngine::SetGpus(std::span<QvGpuRecord* const> gpus) {
 
 void CMiningEngine::Start() {
     if (m_stopped || !m_workers.empty()) return;
+    {
+        const std::lock_guard lock(m_lock);
+        m_nonceSettings = CNonceSettings(m_gpus);
+    }
     const auto parts = static_cast<std::uint32_t>(m_gpus.size());
     for (std::uint32_t part = 0; part < parts; ++part) {
         m_workers.push_back(m_hashing.makeWorker({*m_gpus[part], part, parts}, m_board, m_host));
@@ -188,6 +192,7 @@ void CMiningEngine::PublishLocked(EthashWork work) {
     work.cleanId = m_cleanId;
     work.searchId = sameSearch ? current->searchId : ++m_searches;
     work.nonceBase = sameSearch ? current->nonceBase : m_random();
+    work.nonceStarts = sameSearch ? current->nonceStarts : m_nonceSettings.Read(m_host);
     m_current = std::make_shared<const EthashWork>(std::move(work));
     m_board->Publish(m_current);
 }

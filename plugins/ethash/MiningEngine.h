@@ -12,6 +12,7 @@
 #include "ethash/EngineHost.h"
 #include "ethash/HashWorker.h"
 #include "ethash/JobBoard.h"
+#include "ethash/NonceSettings.h"
 
 // One mining session: follows the work block it is told to, has the light cache made and keeps the workers in work.
 // One thread calls it (the one of the plug-in's window); none of its operations waits for hashing or for a cache, but Stop
@@ -73,6 +74,7 @@ class CMiningEngine {
     std::shared_ptr<const EthashWork> m_current;  // on the board
     std::uint64_t m_searches = 0;
     std::uint64_t m_cleanId = 0;
+    CNonceSettings m_nonceSettings;  // of the GPUs that the workers were made for
     std::mt19937_64 m_random{std::random_device{}()};
 
     const HashingKind m_hashing;

@@ -9,12 +9,22 @@ struct NonceRun {
     std::uint32_t count = 0;
 };
 
-// One GPU's share of a job's free nonces: the space is cut into equal parts that never overlap, each counted through once,
-// beginning at base plus the part's place (base makes two searches of one job unlikely to repeat each other).
+// Where one GPU's nonces begin, as the nonce-generator settings of its record say.
+struct NonceStart {
+    bool isFixed = false;      // else the GPUs that are not divide the space from a common base on
+    std::uint64_t offset = 0;  // of a fixed one, as a fraction of the space: 2^64 would be all of it
+    bool operator==(const NonceStart&) const = default;
+};
+
+// One GPU's share of a job's free nonces, counted through once. It begins at the GPU's start and ends where the next one of
+// the rig begins, around the end of the space; so the ranges of a rig never overlap and together cover the space. A start
+// that an earlier GPU has moves on by a 256th of the space until it is free.
 class CNonceRange {
   public:
     CNonceRange() = default;  // empty
-    CNonceRange(const NonceSpace& space, std::uint64_t base, std::uint32_t part, std::uint32_t parts) noexcept;
+    // starts: of all GPUs of the rig, part: the GPU's place among them. base: a random number, which makes two searches of
+    // one job unlikely to repeat each other.
+    CNonceRange(const NonceSpace& space, std::uint64_t base, std::span<const NonceStart> starts, std::size_t part);
 
     // Fills the front of nonces and returns how many: fewer than asked for at the end of the range, then 0.
     std::size_t Take(std::span<std::uint64_t> nonces) noexcept;

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <utility>
+#include <vector>
 
 void CWorkCursor::Update() {
     if (IsCurrent()) return;
@@ -10,7 +11,9 @@ void CWorkCursor::Update() {
     const EthashWork* const work = m_view.work.get();
     // A new target alone does not begin the search anew.
     if (work == nullptr || (before != nullptr && before->searchId == work->searchId)) return;
-    m_nonces = CNonceRange(work->job.nonces, work->nonceBase, m_part, m_parts);
+    std::vector<NonceStart> starts = work->nonceStarts;
+    starts.resize(m_parts);
+    m_nonces = CNonceRange(work->job.nonces, work->nonceBase, starts, m_part);
     m_exhausted = false;
 }
 

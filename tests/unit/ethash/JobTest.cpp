@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 
 #include "WorkBlocks.h"
 #include "ethash/EthashJob.h"
 #include "ethash/EthashSubmit.h"
 #include "ethash/HashRateMeter.h"
-#include "ethash/NonceRange.h"
 
 namespace {
 
@@ -141,41 +139,6 @@ TEST(EthashSubmit, NothingBreaksOutOfItsString) {
     EXPECT_EQ(SubmitLine(ParseEthashJob(block).job, {.id = 65536, .nonce = 1, .mix = {}}, "w\"", "r\t"),
               "{\"id\":65536,\"method\":\"mining.submit\",\"params\":[\"w\\\".r\\u0009\",\"a\\\"],\\u000a\\\\b\","
               "\"0000000000000001\"]}\n");
-}
-
-TEST(NonceRange, PartsCoverTheSpaceOnceSinglyAndInRunsThatDoNotWrap) {
-    for (const std::uint32_t parts : {1u, 2u, 3u, 7u, 256u, 300u}) {
-        std::set<std::uint64_t> single, inRuns;
-        for (std::uint32_t part = 0; part < parts; ++part) {
-            CNonceRange range({0xab00000000000000, 8}, 250, part, parts), other = range;
-            std::uint64_t nonces[5];
-            while (const std::size_t count = range.Take(nonces)) {
-                for (const std::uint64_t nonce : std::span(nonces).first(count))
-                    EXPECT_TRUE(single.insert(nonce).second) << nonce;
-            }
-            for (NonceRun run = other.TakeRun(40); run.count != 0; run = other.TakeRun(40)) {
-                EXPECT_LE(run.count, 40u);
-                for (std::uint32_t i = 0; i < run.count; ++i)
-                    EXPECT_TRUE(inRuns.insert(run.first + i).second) << run.first + i;
-            }
-        }
-        EXPECT_EQ(single.size(), 256 / parts * parts);
-        EXPECT_EQ(inRuns, single);
-        EXPECT_TRUE(std::all_of(single.begin(), single.end(), [](auto nonce) { return nonce >> 8 == 0xab000000000000u; }));
-    }
-    CNonceRange whole({0, 64}, ~0ULL, 0, 1);
-    EXPECT_EQ(whole.TakeRun(10).count, 1u);
-    EXPECT_EQ(whole.TakeRun(~0U).count, ~0U);
-}
-
-TEST(NonceRange, TheWholeSpaceOf64Bits) {
-    const std::uint64_t base = 0xfffffffffffffff0;
-    std::uint64_t first[3], second[3];
-    ASSERT_EQ(CNonceRange({0, 64}, base, 0, 2).Take(first), 3u);
-    ASSERT_EQ(CNonceRange({0, 64}, base, 1, 2).Take(second), 3u);
-    EXPECT_EQ(first[0], base);
-    EXPECT_EQ(second[0] - first[0], 0x8000000000000000u);
-    ASSERT_EQ(CNonceRange({0, 64}, base, 0, 1).Take(first), 3u);
 }
 
 using std::chrono::milliseconds;
