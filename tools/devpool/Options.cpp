@@ -11,7 +11,8 @@ constexpr std::uint64_t kEpochBlocks = 30'000;
 constexpr std::uint64_t kEtchashChangeBlock = 11'700'000;
 
 constexpr const char* kDescription =
-    "A local mining pool for Etchash, Ethash and Ubqhash that verifies every share by hashing it.\n"
+    "A local mining pool for Etchash, Ethash, Ubqhash and the template plug-in's toy hash, which verifies\n"
+    "every share by hashing it.\n"
     "It prints \"listening on ADDRESS:PORT\" first and then one line per event, and a summary at the end.\n"
     "It ends after --shares accepted shares (exit 0), after --seconds (exit 1 when --shares is not reached),\n"
     "or on SIGINT or SIGTERM. Errors of the command line or of the socket give exit 2.\n"
@@ -20,11 +21,14 @@ constexpr const char* kDescription =
 
 struct Words {
     std::string mode = "auto";
+    std::string algorithm = "etchash";
     std::optional<std::uint64_t> epoch;
 };
 
-const std::map<std::string, EthashVariant> kVariants = {
-    {"etchash", EthashVariant::Etchash}, {"ethash", EthashVariant::Ethash}, {"ubqhash", EthashVariant::Ubqhash}};
+const std::map<std::string, std::optional<EthashVariant>> kAlgorithms = {{"etchash", EthashVariant::Etchash},
+                                                                         {"ethash", EthashVariant::Ethash},
+                                                                         {"ubqhash", EthashVariant::Ubqhash},
+                                                                         {"toy", std::nullopt}};
 const std::map<std::string, Garbage> kGarbage = {
     {"none", Garbage::None}, {"before", Garbage::Before}, {"instead", Garbage::Instead}};
 
@@ -82,9 +86,10 @@ void AddWork(CLI::App& app, PoolOptions& options, Words& words) {
              "How many replaced jobs are remembered: a share for one of them is stale,\n"
              "for any other the job is unknown")
         ->check(Between(0, 1000));
-    group.Add("--variant", options.variant, "NAME", "etchash, ethash or ubqhash")
-        ->transform(OneOf(kVariants))
-        ->default_str("etchash");
+    group
+        .Add("--algorithm,--variant", words.algorithm, "NAME",
+             "etchash, ethash, ubqhash, or toy: the hash of the template\nplug-in, which has no epochs")
+        ->check(CLI::IsMember(&kAlgorithms).description(""));
     CLI::Option* const block =
         group.Add("--block", options.block, "BLOCK", "The block whose epoch is mined, up to 60000000")
             ->check(Between(std::uint64_t{0}, std::uint64_t{60'000'000}));
@@ -149,6 +154,7 @@ std::optional<PoolOptions> ParseOptions(int argc, const char* const* argv, std::
         return std::nullopt;
     }
     if (words.mode != "auto") options.dialect = static_cast<Dialect>(words.mode[0] - '0');
-    if (words.epoch) options.block = BlockOfEpoch(options.variant, *words.epoch);
+    options.variant = kAlgorithms.at(words.algorithm);
+    if (words.epoch && options.variant) options.block = BlockOfEpoch(*options.variant, *words.epoch);
     return options;
 }

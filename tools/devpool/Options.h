@@ -27,7 +27,8 @@ struct PoolOptions {
     std::optional<Dialect> dialect;  // nothing: whatever the client speaks
     double difficulty = 2000;        // expected hashes per share, at least 1
     double interval = 10;            // seconds between jobs; 0: one job for ever
-    EthashVariant variant = EthashVariant::Etchash;
+    // Nothing: the toy hash of the template plug-in.
+    std::optional<EthashVariant> variant = EthashVariant::Etchash;
     std::uint64_t block = 0;
     unsigned holdJobs = 4;
     unsigned extranonceBytes = 2;

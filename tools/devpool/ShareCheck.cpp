@@ -33,15 +33,13 @@ ReplyError VerdictError(ShareVerdict verdict) {
     return RowOf(verdict).error;
 }
 
-CShareCheck::CShareCheck(std::shared_ptr<const CEthashCache> cache) : m_cache(std::move(cache)) {}
-
 ShareResult CShareCheck::Check(CJobSource& jobs, const ShareFields& share, const Hash256& boundary) const {
     PoolJob* const job = share.jobId ? jobs.Find(*share.jobId) : share.header ? jobs.FindHeader(*share.header) : nullptr;
     if (!job) return {ShareVerdict::UnknownJob};
     if (share.header && *share.header != job->header) return {ShareVerdict::Malformed};
     if (!jobs.IsCurrent(*job)) return {ShareVerdict::Stale};
     if (job->acceptedNonces.contains(share.nonce)) return {ShareVerdict::Duplicate};
-    const EthashResult result = Hashimoto(*m_cache, job->header, share.nonce);
+    const EthashResult result = m_hash(job->header, share.nonce);
     const double difficulty = ExpectedHashes(result.final);
     if (share.mix && *share.mix != result.mix) return {ShareVerdict::BadMix, difficulty};
     if (result.final > boundary) return {ShareVerdict::LowDifficulty, difficulty};

@@ -1,7 +1,8 @@
 #pragma once
 #include <array>
 #include <atomic>
-#include <memory>
+#include <functional>
+#include <utility>
 
 #include "JobSource.h"
 #include "Reply.h"
@@ -21,13 +22,16 @@ struct ShareResult {
     double difficulty = 0;  // of the hash that was found; 0 when the share was not hashed
 };
 
-// Verifies shares by hashing them from the light cache: a millisecond or more each. One thread.
+// Gives hash and mix of a nonce.
+using ShareHash = std::function<EthashResult(const Hash256& header, std::uint64_t nonce)>;
+
+// Verifies shares by hashing them, from a light cache a millisecond or more each. One thread.
 class CShareCheck {
   public:
-    explicit CShareCheck(std::shared_ptr<const CEthashCache> cache);
+    explicit CShareCheck(ShareHash hash) : m_hash(std::move(hash)) {}
     // An accepted share is remembered in its job, so that the same nonce is a duplicate from then on.
     ShareResult Check(CJobSource& jobs, const ShareFields& share, const Hash256& boundary) const;
 
   private:
-    std::shared_ptr<const CEthashCache> m_cache;
+    ShareHash m_hash;
 };

@@ -9,6 +9,7 @@
 #include "Options.h"
 #include "Server.h"
 #include "Text.h"
+#include "ToyHash.h"
 
 namespace {
 
@@ -22,14 +23,20 @@ double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-std::shared_ptr<const CEthashCache> MakeCache(const PoolOptions& options) {
-    const EthashEpoch epoch = EpochOfBlock(options.variant, options.block);
+struct Hashing {
+    Hash256 seed{};
+    ShareHash hash;
+};
+
+Hashing MakeHashing(const PoolOptions& options) {
+    if (!options.variant) return {.seed = {}, .hash = ToyHash};
+    const EthashEpoch epoch = EpochOfBlock(*options.variant, options.block);
     Print("making the light cache of epoch " + std::to_string(epoch.epoch) + " (" + std::to_string(epoch.cacheBytes >> 20) +
           " MiB)");
     const Clock::time_point start = Clock::now();
-    auto cache = CEthashCache::Make(options.variant, epoch, SeedOfIndex(epoch.seedIndex), nullptr);
+    const auto cache = CEthashCache::Make(*options.variant, epoch, SeedOfIndex(epoch.seedIndex), nullptr);
     Print("light cache ready after " + NumberText(SecondsSince(start), 1) + " s");
-    return cache;
+    return {cache->Seed(), [cache](const Hash256& header, std::uint64_t nonce) { return Hashimoto(*cache, header, nonce); }};
 }
 
 bool WriteStatistics(const PoolOptions& options, const std::string& json) {
@@ -57,9 +64,9 @@ int Run(const PoolOptions& options) {
         server.Stop();
     });
 
-    const auto cache = MakeCache(options);
-    CJobSource jobs(cache->Seed(), options.holdJobs, RandomSeed());
-    const CShareCheck check(cache);
+    const Hashing hashing = MakeHashing(options);
+    CJobSource jobs(hashing.seed, options.holdJobs, RandomSeed());
+    const CShareCheck check(hashing.hash);
     CStatistics statistics;
     const Clock::time_point start = Clock::now();
     server.Serve({options, jobs, check, statistics}, [&] { signals.cancel(); });

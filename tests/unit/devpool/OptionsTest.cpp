@@ -12,10 +12,10 @@ TEST(Options, AreTakenOrRefusedWithATextThatNamesThem) {
         std::vector<const char*> arguments;
         std::uint64_t block = 0;  // 0: refused
     } rows[] = {{{"--variant", "ethash", "--epoch", "2"}, 60'000},
-                {{"--variant", "etchash", "--epoch", "194"}, 5'820'000},
+                {{"--algorithm", "etchash", "--epoch", "194"}, 5'820'000},
                 {{"--variant", "etchash", "--epoch", "195"}, 11'700'000},
                 {{"--block", "15537393"}, 15'537'393},
-                {{"--variant", "scrypt"}},
+                {{"--algorithm", "scrypt"}},
                 {{"--epoch", "1", "--block", "1"}}};
     for (const auto& row : rows) {
         std::vector<const char*> arguments = row.arguments;

@@ -18,6 +18,10 @@ inline std::shared_ptr<const CEthashCache> TestCache() {
     return cache;
 }
 
+inline EthashResult TestHash(const Hash256& header, std::uint64_t nonce) {
+    return Hashimoto(*TestCache(), header, nonce);
+}
+
 struct Solution {
     std::string nonce;  // 16 digits
     std::string mix;
@@ -26,7 +30,7 @@ struct Solution {
 // The first nonce from start whose hash is a share (or, with wanted false, is none).
 inline Solution FindSolution(const Hash256& header, const Hash256& boundary, std::uint64_t start, bool wanted = true) {
     for (std::uint64_t nonce = start;; ++nonce) {
-        const EthashResult result = Hashimoto(*TestCache(), header, nonce);
+        const EthashResult result = TestHash(header, nonce);
         if ((result.final <= boundary) != wanted) continue;
         std::array<std::uint8_t, 8> bytes{};
         for (std::size_t i = 0; i < bytes.size(); ++i)
@@ -57,7 +61,7 @@ inline PoolOptions TestOptions(std::optional<Dialect> dialect = std::nullopt) {
 // A pool with one job source, as one process has it; clients are added as protocols.
 struct TestPool {
     explicit TestPool(const PoolOptions& poolOptions)
-        : options(poolOptions), jobs(TestCache()->Seed(), options.holdJobs, 1), check(TestCache()) {}
+        : options(poolOptions), jobs(TestCache()->Seed(), options.holdJobs, 1), check(TestHash) {}
     CPoolProtocol Client(unsigned number = 1) { return CPoolProtocol({options, jobs, check, statistics}, number); }
 
     PoolOptions options;
