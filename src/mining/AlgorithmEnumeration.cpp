@@ -71,6 +71,11 @@ class CListing {
         if (!library.IsLoaded())
             return Skip(name, L"it cannot be loaded (error " + std::to_wstring(library.LoadError()) + L")");
         if (library.Interface() == nullptr) return Skip(name, L"it has no GetInterface");
+        const std::uint32_t version = library.AbiVersion() != nullptr ? library.AbiVersion()() : 1;
+        if (version > QV_ABI_VERSION)
+            return Skip(name, L"it needs version " + std::to_wstring(version) +
+                                  L" of the plug-in interface, this program has " +
+                                  std::to_wstring(static_cast<std::uint32_t>(QV_ABI_VERSION)));
         const auto* descriptor = reinterpret_cast<const void*>(library.Interface()(QV_INTERFACE_DESCRIPTOR));
         if (descriptor == nullptr) return Skip(name, L"it returns no descriptor");
 

@@ -15,6 +15,7 @@ class CPluginLibrary {
     DWORD LoadError() const { return m_loadError; }
     QvGetInterface Interface() const { return Export<QvGetInterface>("GetInterface"); }
     QvGetUnit Unit() const { return Export<QvGetUnit>("GetUnit"); }
+    QvGetAbiVersion AbiVersion() const { return Export<QvGetAbiVersion>("GetAbiVersion"); }
 
   private:
     // Null when nothing is loaded or the export is missing.

@@ -37,6 +37,11 @@ enum { QV_INTERFACE_WINDOW = 1, QV_INTERFACE_DESCRIPTOR = 2 };
  */
 typedef const wchar_t* (*QvGetUnit)(void);
 
+/* Optional export "GetAbiVersion": the QV_ABI_VERSION that the plug-in was built with (1 without the export). A miner leaves
+ * out a plug-in of a later version than its own. */
+typedef uint32_t (*QvGetAbiVersion)(void);
+enum { QV_ABI_VERSION = 1 };
+
 enum { QV_NAME_CHARS = 160, QV_PATH_CHARS = 260, QV_DESCRIPTOR_BYTES = 844 };
 
 /* What GetInterface(2) points to. The miner copies all 844 bytes and then overwrites libraryPath with the DLL's path.
@@ -250,7 +255,9 @@ QV_ASSERT(offsetof(CMiningStatistics, paused) == 64, "statistics: paused");
 QV_ASSERT(offsetof(CMiningStatistics, hashHistory) == 72, "statistics: hash history");
 QV_ASSERT(offsetof(CMiningStatistics, solHistory) == 1048, "statistics: solution history");
 QV_ASSERT(sizeof(CMiningStatistics) == 2024, "statistics size");
+QV_ASSERT(sizeof(QvHistory) == 976, "history size");
 QV_ASSERT(sizeof(QvPciInfo) == 68, "PCI info size");
+QV_ASSERT(sizeof(QvGridWords) == 8, "grid words size");
 QV_ASSERT(offsetof(QvGpuRecord, nvmlDevice) == 8, "GPU record: NVML device");
 QV_ASSERT(offsetof(QvGpuRecord, uuid) == 44, "GPU record: uuid");
 QV_ASSERT(offsetof(QvGpuRecord, name) == 61, "GPU record: name");
@@ -261,6 +268,8 @@ QV_ASSERT(offsetof(QvGpuRecord, statistics) == 248, "GPU record: statistics");
 QV_ASSERT(offsetof(QvGpuRecord, assignedPool) == 2272, "GPU record: pool");
 QV_ASSERT(offsetof(QvGpuRecord, NGM) == 2280, "GPU record: NGM");
 QV_ASSERT(offsetof(QvGpuRecord, NGTO) == 2288, "GPU record: NGTO");
+QV_ASSERT(offsetof(QvGpuRecord, gridTime) == 2296, "GPU record: grid");
+QV_ASSERT(sizeof(QvGpuRecord) == 2328, "GPU record size");
 #if defined(__cplusplus) && defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif

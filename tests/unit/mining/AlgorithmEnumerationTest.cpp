@@ -36,12 +36,14 @@ TEST_F(AlgorithmEnumerationTest, SkipsWhatIsNoPlugin) {
     fs::create_directories(m_folder.Path("folder.dll"));
     Install("no_export_plugin.dll", "a.dll");
     Install("null_descriptor_plugin.dll", "b.dll");
+    Install("later_abi_plugin.dll", "d.dll");
     Enumerate();
     EXPECT_TRUE(m_algorithms.Entries().empty());
     EXPECT_EQ(m_algorithms.Find(kRecorderId).record.libraryPath[0], L'\0');
     EXPECT_TRUE(HasEvent(L"\ttext.dll skipped: it cannot be loaded (error 193)"));
     EXPECT_TRUE(HasEvent(L"\ta.dll skipped: it has no GetInterface"));
     EXPECT_TRUE(HasEvent(L"\tb.dll skipped: it returns no descriptor"));
+    EXPECT_TRUE(HasEvent(L"\td.dll skipped: it needs version 2 of the plug-in interface, this program has 1"));
 
     Install("recorder_plugin.dll", "c.dll");
     Enumerate();

@@ -55,6 +55,13 @@ const wchar_t* GetUnit(void) {
 }
 #endif
 
+#ifdef LATER_ABI
+__declspec(dllexport) uint32_t GetAbiVersion(void);
+uint32_t GetAbiVersion(void) {
+    return QV_ABI_VERSION + 1;
+}
+#endif
+
 __declspec(dllexport) uintptr_t GetInterface(uintptr_t argument);
 uintptr_t GetInterface(uintptr_t argument) {
     if (argument == QV_INTERFACE_WINDOW) return MakeWindow();
