@@ -6,7 +6,7 @@ source scripts/wine-env.sh
 wine_environment
 
 build() { cmake --preset "$1" >/dev/null && cmake --build "build/$1" --target "${@:2}"; }
-build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench empty_dialog template_plugin sim_nvcuda sim_nvml \
+build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench empty_dialog idle_plugin sim_nvcuda sim_nvml \
     miner-window open_time bare_controls bare_tick
 build host-release stratum_bench ethash_bench control_bench devpool
 
@@ -81,7 +81,7 @@ stop_miner() { scripts/wine-run build/windows/tools/miner-window.exe close >/dev
 
 rm -rf "$folder" && mkdir -p "$folder/Algos" "$folder/Styles"
 cp build/windows/bin/Quorvel-Miner.exe build/windows/sim/*.dll build/windows/bench/dialog/bare_controls.exe "$folder/"
-cp build/windows/sdk-template/*.dll "$folder/Algos/"
+cp build/windows/bench/dialog/idle_plugin.dll "$folder/Algos/"
 cp build/windows/Styles/*.dll "$folder/Styles/"
 sync # else the pages of the fresh copies count as written by the process
 build/host-release/tools/devpool/devpool --port 0 --mode 0 >"$folder/pool.log" 2>&1 &
@@ -101,7 +101,7 @@ open_time miner "$folder/Quorvel-Miner.exe" 'empty dialog' "$empty"
 open_time miner "$folder/Quorvel-Miner.exe" 'its bare dialog' "$folder/bare_controls.exe"
 open_time 'its bare dialog' "$folder/bare_controls.exe" 'empty dialog' "$empty"
 
-printf '\n== Private memory, mining with the template plug-in (under Wine, goal: at most 1.5 times the empty dialog)\n'
+printf '\n== Private memory, mining with a plug-in that hashes nothing (under Wine, goal: at most 1.5 times the empty dialog)\n'
 scripts/wine-run "$empty" >/dev/null 2>&1 &
 scripts/wine-run "$folder/bare_controls.exe" >/dev/null 2>&1 &
 place_miner 2 1

@@ -24,9 +24,10 @@ std::vector<std::string> SimulatedUuids() {
     return uuids;
 }
 
-std::string PoolElement(int id, unsigned port) {
+std::string PoolElement(int id, unsigned port, int algorithm) {
     return "<Pool ID=\"" + std::to_string(id) + "\" Name=\"Pool " + std::to_string(id) + "\" Server=\"127.0.0.1\" Port=\"" +
-           std::to_string(port) + "\" WalletUser=\"0xwallet\" Password=\"x\" WorkerOverride=\"\" Algo=\"2\"/>";
+           std::to_string(port) + "\" WalletUser=\"0xwallet\" Password=\"x\" WorkerOverride=\"\" Algo=\"" +
+           std::to_string(algorithm) + "\"/>";
 }
 
 }  // namespace
@@ -44,9 +45,14 @@ CMinerRig::CMinerRig(Driver driver) {
     fs::copy_file(QV_SIM_INI, m_folder.Path("SimGpus.ini"));
 }
 
+void CMinerRig::Install(const fs::path& plugIn, int algorithm) {
+    fs::copy_file(plugIn, m_folder.Path("Algos") / plugIn.filename(), fs::copy_options::overwrite_existing);
+    m_algorithm = algorithm;
+}
+
 void CMinerRig::Configure(unsigned firstPort, unsigned secondPort) {
     std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<MinerConfig DefaultWorkerName=\"rig\"><Pools>";
-    xml += PoolElement(1, firstPort) + (secondPort != 0 ? PoolElement(2, secondPort) : "");
+    xml += PoolElement(1, firstPort, m_algorithm) + (secondPort != 0 ? PoolElement(2, secondPort, m_algorithm) : "");
     xml +=
         "</Pools><Configurations><Config PrimaryPoolID=\"1\" SecondaryPoolID=\"2\" GpuAttributs=\"0\" "
         "PoolAttributs=\"0\"><Gpus>";

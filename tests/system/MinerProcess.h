@@ -17,6 +17,8 @@ class CMinerRig {
     const std::filesystem::path& Folder() const { return m_folder.Path(); }
     std::filesystem::path ConfigurationFile() const { return m_folder.Path("Settings/ConfigMiner.xml"); }
 
+    // Adds a plug-in, and makes Configure name it.
+    void Install(const std::filesystem::path& plugIn, int algorithm);
     // One configuration with both simulated cards on the pools at these ports; mining starts with the program. secondPort 0:
     // no backup pool.
     void Configure(unsigned firstPort, unsigned secondPort = 0);
@@ -51,4 +53,5 @@ class CMinerRig {
     CScratchFolder m_folder;
     CChildProcess m_process;
     HWND m_window = nullptr;
+    int m_algorithm = 2;
 };

@@ -1,6 +1,7 @@
 // Mining end to end: the real program, simulated cards, the CPU plug-in and the local pool, which verifies every share.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -12,7 +13,7 @@ namespace {
 constexpr DWORD kShareMilliseconds = 90000;
 constexpr int kMiningState = 1042;
 constexpr int kPoolMessage = 1075;
-const std::string kEasy = "--difficulty 400 --interval 5 ";
+constexpr const char* kEasy = "--difficulty 400 --interval 5 ";
 
 bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -28,18 +29,36 @@ std::wstring ClipboardText() {
     return copy;
 }
 
-class ModeTest : public testing::TestWithParam<const char*> {};
+struct MiningCase {
+    const char* plugIn;
+    int algorithm;
+    const char* poolOptions;
+    int mode;
+};
+constexpr const char* kEtchash = QV_ALGOS "EtchashCpu.dll";
+constexpr const char* kToy = "--algorithm toy --difficulty 2e6 --interval 5 ";
+
+class ModeTest : public testing::TestWithParam<MiningCase> {};
 
 TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
     CMinerRig rig;
-    CPoolProcess pool(rig.Folder(), "pool", kEasy + "--mode " + GetParam());
+    const MiningCase& each = GetParam();
+    CPoolProcess pool(rig.Folder(), "pool", each.poolOptions + ("--mode " + std::to_string(each.mode)));
     ASSERT_NE(pool.Port(), 0u) << pool.Output();
+    rig.Install(each.plugIn, each.algorithm);
     rig.Configure(pool.Port());
     ASSERT_NE(rig.Start(), nullptr);
     EXPECT_TRUE(pool.WaitForAccepted(6, kShareMilliseconds)) << pool.Output() << rig.ConnectionLog();
     const auto bothMine = [&] { return Contains(pool.Output(), "gpu=0") && Contains(pool.Output(), "gpu=1"); };
     EXPECT_TRUE(WaitUntil(kShareMilliseconds, bothMine)) << pool.Output();
+    const auto bothHaveSpeed = [&] {
+        const auto lines = rig.GridLines();
+        return std::count_if(lines.begin(), lines.end(), [](auto& line) { return line.find(L"H/s") != line.npos; }) == 2;
+    };
+    EXPECT_TRUE(WaitUntil(kShareMilliseconds, bothHaveSpeed));
+    const ULONGLONG closing = GetTickCount64();
     EXPECT_EQ(rig.Close(), 0);
+    EXPECT_LT(GetTickCount64() - closing, 5000u);
     const std::vector<unsigned> counts = rig.ClosingCounts();
     const std::size_t accepted = pool.Count("share accepted");
     // A share that was answered while the program closed its connection is counted by the pool alone.
@@ -50,20 +69,25 @@ TEST_P(ModeTest, SharesAreVerifiedAcceptedAndCounted) {
 
     // Every mode up to the pool's was tried, in order.
     const char* const subscribes[] = {"-> {\"id\":1,\"method\":\"eth_submitLogin\"", "-> {\"id\":1,\"jsonrpc\":\"2.0\"",
-                                      "\"EthereumStratum/1.0.0\"]}"};
+                                      "\"EthereumStratum/1.0.0\"]}", ",null,\"127.0.0.1\",\""};
     std::size_t at = 0;
-    for (int mode = 0; mode <= GetParam()[0] - '0'; ++mode) {
+    for (int mode = 0; mode <= each.mode; ++mode) {
         at = rig.ConnectionLog().find(subscribes[mode], at);
         EXPECT_NE(at, std::string::npos) << "mode " << mode << '\n' << rig.ConnectionLog();
     }
 }
 
 // A pool of one fixed mode drops every other log-in, so the later modes are reached by discovery.
-INSTANTIATE_TEST_SUITE_P(EthProxyPlainNiceHash, ModeTest, testing::Values("0", "1", "2"));
+INSTANTIATE_TEST_SUITE_P(Etchash, ModeTest,
+                         testing::Values(MiningCase{kEtchash, 2, kEasy, 0}, MiningCase{kEtchash, 2, kEasy, 1},
+                                         MiningCase{kEtchash, 2, kEasy, 2}));
+INSTANTIATE_TEST_SUITE_P(Template, ModeTest,
+                         testing::Values(MiningCase{QV_TEMPLATE, 9, kToy, 0}, MiningCase{QV_TEMPLATE, 9, kToy, 1},
+                                         MiningCase{QV_TEMPLATE, 9, kToy, 2}, MiningCase{QV_TEMPLATE, 9, kToy, 3}));
 
 TEST(FailoverTest, MovesToTheBackupPoolAndGoesOnMining) {
     CMinerRig rig;
-    CPoolProcess dropping(rig.Folder(), "dropping", kEasy + "--mode 0 --drop-after 3");
+    CPoolProcess dropping(rig.Folder(), "dropping", std::string(kEasy) + "--mode 0 --drop-after 3");
     CPoolProcess backup(rig.Folder(), "backup", kEasy);
     ASSERT_NE(dropping.Port() * backup.Port(), 0u);
     rig.Configure(dropping.Port(), backup.Port());
@@ -129,15 +153,11 @@ TEST(TroubleTest, IsSaidInTheWindowAndInTheEventLog) {
 // Simulated cards cannot hash: each says so plainly, and nothing claims a speed.
 TEST(GpuPlugInTest, OnSimulatedCardsItIsListedAndSaysThatTheyCannotHash) {
     CMinerRig rig;
-    CPoolProcess pool(rig.Folder(), "pool", kEasy + "--mode 0");
+    CPoolProcess pool(rig.Folder(), "pool", std::string(kEasy) + "--mode 0");
     ASSERT_NE(pool.Port(), 0u) << pool.Output();
-    for (const char* const name : {"Etchash.dll", "Ethash.dll", "Ubqhash.dll"})
-        std::filesystem::copy_file(std::filesystem::path(QV_ALGOS) / name, rig.Folder() / "Algos" / name);
+    for (const char* const name : {"Ubqhash.dll", "Ethash.dll", "Etchash.dll"})
+        rig.Install(std::filesystem::path(QV_ALGOS) / name, 1);
     rig.Configure(pool.Port());
-    std::string configuration = FileBytes(rig.ConfigurationFile());
-    for (std::size_t at = 0; (at = configuration.find("Algo=\"2\"", at)) != std::string::npos;)
-        configuration.replace(at, 8, "Algo=\"1\"");
-    std::ofstream(rig.ConfigurationFile()) << configuration;
     ASSERT_NE(rig.Start(), nullptr);
     for (const char* const gpu : {"GPU 0", "GPU 1"}) {
         const std::string line =

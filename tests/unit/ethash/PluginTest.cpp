@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -215,27 +216,42 @@ TEST_F(Plugin, ASessionLeavesNoHandlesBehind) {
     EXPECT_LT(nextHandle(), before + 10);
 }
 
-TEST_F(Plugin, TheTemplateTellsWhatItIsTold) {
-    CLoadedPlugin plugin(QV_TEMPLATE);
-    ASSERT_TRUE(plugin.IsLoaded());
-    std::strcpy(m_gpus[0].name, "Card");
-    plugin.Open(m_list, 1);
+// What no pool of the system tests does: bad jobs, late blocks, two sessions at once.
+TEST_F(Plugin, TheTemplateFollowsItsBlockOnlyAndRefusesBadJobs) {
+    const auto pump = [] {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
+    };
+    const auto ofGpu = [](std::uint32_t cudaId) {
+        return [cudaId](const SentShare& share) { return share.Id() >> 16 == cudaId + 1; };
+    };
+    SetSlot(m_block.parameters[1], "0000" + std::string(60, 'f'));
     StratumWorkBlock late = m_block;
-    SetSlot(m_block.jobId, "0x77");
-    for (const UINT message : {QV_MSG_ACTIVATE, QV_MSG_LOGGED_IN, QV_MSG_NEW_JOB})
-        plugin.Post(message, &m_block);
-    plugin.Post(QV_MSG_NEW_TARGET, &late);
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-        DispatchMessageW(&message);
-    plugin.Unload();
-    const std::vector<std::string> expected = {
-        "Template: mines with Card", "Template: start",        "Template: works for another pool session from now on",
-        "Template: logged in",       "Template: new job 0x77", "Template: stop"};
-    EXPECT_EQ(Collected().Log(), expected);
-    CLoadedPlugin again(QV_TEMPLATE);
-    again.Open(m_list, 1);
-    EXPECT_NE(again.Window(), nullptr);
+    CLoadedPlugin first(QV_TEMPLATE), second(QV_TEMPLATE);
+    first.Open(m_list, 1);
+    second.Open(m_list + 1, 1);
+    first.Post(QV_MSG_ACTIVATE, &m_block);
+    second.Post(QV_MSG_ACTIVATE, &m_block);
+    pump();
+    EXPECT_TRUE(Collected().WaitForShares(3, ofGpu(0)));
+    EXPECT_TRUE(Collected().WaitForShares(3, ofGpu(4)));
+    second.Unload();
+    const std::string boundaries[] = {"", "0x", "12g4", std::string(65, '1')};
+    for (const std::string& boundary : boundaries) {
+        SetSlot(m_block.parameters[1], boundary);
+        first.Post(QV_MSG_NEW_JOB, &m_block);
+        first.Post(QV_MSG_NEW_JOB, &late);
+    }
+    pump();
+    EXPECT_TRUE(Eventually([&] { return std::atomic_ref(m_gpus[0].statistics.hashSpeed).load() == 0; }));
+    EXPECT_EQ(Collected().Log(), std::vector<std::string>{"Template: the boundary is not a number of up to 32 bytes"});
+    Collected().Clear();
+    first.Post(QV_MSG_ACTIVATE, &late);
+    pump();
+    EXPECT_TRUE(Collected().WaitForShares(3, ofGpu(0)));
+    first.Unload();
+    EXPECT_TRUE(IsGone(L"template_plugin.dll"));
 }
 
 }  // namespace
