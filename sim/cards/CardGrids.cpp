@@ -48,6 +48,7 @@ CudaResult CFakeCudaDriver::Launch(std::string_view kernel, const void* paramete
                                    CudaStreamObject* stream) {
     const StreamPointer found = Find(stream);
     if (found == nullptr) return 400;
+    if (!found->AreGridsKnown()) ++m_behindOthers;
     const bool builds = kernel == "ethash_build_dataset";
     for (CardUse& use : UsesOf(kernel, parameters, blocks)) {
         use.point = Next(found);

@@ -52,6 +52,8 @@ class CFakeCudaDriver {
     // How many streams got grids that search, and how many grids ran at once.
     std::size_t SearchStreams() const;
     unsigned LargestOverlap() const { return m_largestOverlap; }
+    // Grids handed to a stream before anybody knew that its grid before had ended: such a queue cannot be stopped.
+    unsigned GridsBehindOthers() const { return m_behindOthers; }
     // Each once, in words.
     std::vector<std::string> Faults() const { return m_faults.List(); }
 
@@ -88,7 +90,7 @@ class CFakeCudaDriver {
     CudaDriver m_driver;
     CCardFaults m_faults;
     CCardMemory m_memory{m_faults};
-    std::atomic<unsigned> m_running{0}, m_largestOverlap{0};
+    std::atomic<unsigned> m_running{0}, m_largestOverlap{0}, m_behindOthers{0};
     mutable std::mutex m_lock;  // guards the following
     std::map<std::string, CudaResult> m_failing;
     std::map<std::string, unsigned> m_calls;

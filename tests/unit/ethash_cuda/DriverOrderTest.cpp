@@ -33,6 +33,7 @@ TEST(DriverOrder, ARealEpochIsBuiltCheckedAndSearchedInTwoStreamsWithoutAnything
         EXPECT_TRUE(host.collector.WaitForShares(40));
         EXPECT_EQ(driver.SearchStreams(), 2u);
         EXPECT_EQ(driver.LargestOverlap(), 2u);
+        EXPECT_EQ(driver.GridsBehindOthers(), 0u);
         board->Close();
     }
     for (const std::string& fault : driver.Faults())
