@@ -17,8 +17,8 @@ struct EthashWork {
     std::shared_ptr<const CEthashCache> cache;
     std::uint64_t nonceBase = 0;
     std::vector<NonceStart> nonceStarts{};  // of the rig's GPUs, as of the beginning of the search; what is missing is loose
-    std::uint64_t searchId = 0;  // equal for two works whose searches are one: only the target differs
-    std::uint64_t cleanId = 0;   // equal: solutions of one may be sent while the other hangs on the board
+    std::uint64_t searchId = 0;             // equal for two works whose searches are one: only the target differs
+    std::uint64_t cleanId = 0;              // equal: solutions of one may be sent while the other hangs on the board
 };
 
 // Where the work hangs for the workers to see. Any thread.

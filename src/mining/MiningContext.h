@@ -20,7 +20,7 @@ struct MiningContext {
     const IClock& clock;
     CBKLogSystem& mainLog;
     IEventSink& events;
-    CTroubleBoard& troubles;          // what lasts now, of all sessions
+    CTroubleBoard& troubles;  // what lasts now, of all sessions
     CPlugInMessages& plugInMessages;
     std::wstring connectionLogFolder = {};  // ends with a backslash
     bool connectionLog = false;             // each session writes its own log file

@@ -6,15 +6,15 @@
 #include "config/PoolError.h"
 #include "mining/SessionState.h"
 
-// Decides which concerns of one session have become trouble: those that last longer than ten seconds, and the certain ones at
-// once. Pure; one thread.
+// Decides which concerns of one session have become trouble: those that last longer than ten seconds, and the certain ones
+// at once. Pure; one thread.
 class CTroubleWatch {
   public:
     static constexpr TimeSpan kPatience = 10 * kTicksPerSecond;
 
     struct Change {
-        bool began = false;  // false: it is over
-        PoolError error;     // as it was told when it began
+        bool began = false;   // false: it is over
+        PoolError error;      // as it was told when it began
         TimeSpan lasted = 0;  // of one that is over: since the concern first showed
     };
 
@@ -27,8 +27,8 @@ class CTroubleWatch {
 
   private:
     struct Entry {
-        Concern concern;      // as it is now
-        TimeSpan since = 0;   // when there was none before
+        Concern concern;       // as it is now
+        TimeSpan since = 0;    // when there was none before
         TimeSpan changed = 0;  // since when its text is this
         std::optional<PoolError> told;
     };

@@ -5,8 +5,9 @@
 #include "common/Handle.h"
 #include "common/Time.h"
 
-// The file behind a log, appended to, and open for others to read, append to, rename and delete: "<path>_YYYY-MM-DD.log", or,
-// with a limit, "<path>.log", which becomes "<path>.old.log" when it is full. Used by one thread. What is written is handed to the system by Commit, or sooner when much has gathered.
+// The file behind a log, appended to, and open for others to read, append to, rename and delete: "<path>_YYYY-MM-DD.log",
+// or, with a limit, "<path>.log", which becomes "<path>.old.log" when it is full. Used by one thread. What is written is
+// handed to the system by Commit, or sooner when much has gathered.
 class CLogFile {
   public:
     // mostBytes: 0 for a file per day.
@@ -15,7 +16,8 @@ class CLogFile {
     CLogFile(const CLogFile&) = delete;
     CLogFile& operator=(const CLogFile&) = delete;
 
-    // Switches to the file of that day of local time, or away from one that is full. When it cannot be opened, tries again after the next Commit.
+    // Switches to the file of that day of local time, or away from one that is full. When it cannot be opened, tries again
+    // after the next Commit.
     void _CheckNewLogFile(ddt_datetime local);
     bool IsOpen() const { return static_cast<bool>(m_file); }
 

@@ -204,9 +204,9 @@ typedef struct QvGpuRecord {
     CMiningStatistics statistics;
     const struct PoolEntry* assignedPool; /* never null */
     /* Where the GPU's nonces begin, as its owner wishes. NGM 0: as the plug-in likes. NGM 1: at NGTO, a fraction of the free
-     * nonces (2^64 would be all of them; with f free bits the first is NGTO >> (64 - f)). Other modes count as 0, with a line
-     * in the log. The miner may change both at any time: read them with an atomic load, for all GPUs at once, when a job
-     * begins. A plug-in that takes no notice of them says so in its description. */
+     * nonces (2^64 would be all of them; with f free bits the first is NGTO >> (64 - f)). Other modes count as 0, with a
+     * line in the log. The miner may change both at any time: read them with an atomic load, for all GPUs at once, when a
+     * job begins. A plug-in that takes no notice of them says so in its description. */
     int32_t NGM;
     int32_t padding4;
     uint64_t NGTO;
