@@ -36,6 +36,7 @@ TEST(DriverOrder, ARealEpochIsBuiltCheckedAndSearchedInTwoStreamsWithoutAnything
         EXPECT_EQ(driver.GridsBehindOthers(), 0u);
         board->Close();
     }
+    EXPECT_GE(driver.Calls("cuStreamQuery"), driver.Calls("cuLaunchKernel")) << "left in the driver's batch";
     for (const std::string& fault : driver.Faults())
         ADD_FAILURE() << fault;
     EXPECT_EQ(gpu.statistics.reserved0, 0u) << "hardware errors";
