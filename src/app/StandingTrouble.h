@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 #include "gui/MiningView.h"
-#include "mining/TroubleBoard.h"
+#include "mining/TroubleWatch.h"
 #include "support/Event.h"
 
 // Trouble that is not of a mining session and lasts until somebody does something about it: one text for each source. It is

@@ -5,7 +5,6 @@
 #include "common/CodePage.h"
 #include "common/PoolAddress.h"
 #include "gui/FieldText.h"
-#include "gui/PortText.h"
 
 namespace {
 

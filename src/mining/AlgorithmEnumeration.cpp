@@ -6,7 +6,7 @@
 
 #include "common/CodePage.h"
 #include "mining/PlugInQuarantine.h"
-#include "mining/PluginLibrary.h"
+#include "mining/PluginInstance.h"
 #include "support/FileReplace.h"
 
 namespace {

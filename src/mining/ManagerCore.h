@@ -6,9 +6,8 @@
 #include <vector>
 #include "mining/PlugInMessages.h"
 #include "mining/SessionState.h"
-#include "mining/TroubleBoard.h"
 #include "mining/TroubleWatch.h"
-#include "pool/PoolConnection.h"
+#include "pool/StratumSession.h"
 #include "support/Event.h"
 
 // What a manager's core asks of what is around it. Called on the core's thread, within its operations.

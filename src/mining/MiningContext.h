@@ -7,7 +7,7 @@
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
 #include "mining/PlugInMessages.h"
-#include "mining/TroubleBoard.h"
+#include "mining/TroubleWatch.h"
 #include "pool/PoolOrder.h"
 #include "pool/StratumHost.h"
 #include "support/Event.h"

@@ -1,5 +1,14 @@
 #include "mining/PluginInstance.h"
 
+CPluginLibrary::CPluginLibrary(const std::wstring& path) {
+    // A broken file must not stop a rig with a system message box that nobody clicks.
+    DWORD previousMode = 0;
+    SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &previousMode);
+    m_module.reset(LoadLibraryW(path.c_str()));
+    if (m_module == nullptr) m_loadError = GetLastError();
+    SetThreadErrorMode(previousMode, nullptr);
+}
+
 PluginLoadResult CPluginInstance::Load(const QvDescriptor& algorithm) {
     if (algorithm.libraryPath[0] == L'\0') return PluginLoadResult::NoAlgorithm;
     m_library = CPluginLibrary(algorithm.libraryPath);

@@ -1,10 +1,29 @@
 #pragma once
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 #include "common/Clock.h"
 #include "config/PoolError.h"
 #include "mining/SessionState.h"
+
+// The trouble that lasts now, of all sessions, for those who come and ask. Any thread.
+class CTroubleBoard {
+  public:
+    void Add(const PoolError& error);
+    // The one that was added with this code, GPU and text.
+    void Remove(const PoolError& error);
+    // Why mining was stopped by itself; lasts until it is started again.
+    void SetStopped(const PoolError& error);
+    // What had been set.
+    std::optional<PoolError> ClearStopped();
+    std::vector<PoolError> Lasting() const;
+
+  private:
+    mutable std::mutex m_lock;
+    std::vector<PoolError> m_errors;
+    std::optional<PoolError> m_stopped;
+};
 
 // Decides which concerns of one session have become trouble: those that last longer than ten seconds, and the certain ones
 // at once. Pure; one thread.

@@ -3,9 +3,7 @@
 #include <string>
 #include "common/Clock.h"
 #include "net/NetworkInterfaceSocket.h"
-#include "pool/PoolConnection.h"
 #include "pool/StratumHost.h"
-#include "pool/StratumOutput.h"
 #include "pool/StratumSession.h"
 #include "support/LogSystem.h"
 

@@ -4,7 +4,27 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include "pool/JsonText.h"
+#include "config/PoolError.h"
+
+using JsonValue = rapidjson::Value;
+
+// The text of a string value up to its first NUL (which JSON can write as \u0000): slots and fields are terminated texts.
+inline std::string_view JsonText(const JsonValue& string) {
+    return std::string_view(string.GetString());
+}
+
+inline constexpr std::size_t kSmallLine = 64 * 1024;
+inline constexpr std::size_t kMaximumValues = 500'000;
+inline constexpr std::size_t kMaximumDepth = 1000;
+
+// Whether parsing a line takes memory in proportion to its text. One value takes many times the two bytes it can be written
+// in, so a long line (one of more than kSmallLine bytes) may hold at most kMaximumValues values, nested kMaximumDepth deep;
+// its texts may be of any length.
+bool IsReasonableLine(std::string_view line);
+
+// The error that a reply's "error" member stands for: [code, text, ...], {"code", "message"}, a text or a code alone.
+// now: its time when it is one. gpuIndex stays -1.
+PoolError ParsePoolError(const JsonValue& value, ddt_datetime now);
 
 // One line of a pool as values, and the parser that makes them. Reused from line to line: a line of usual size needs no
 // memory beyond this object. One thread.

@@ -6,8 +6,6 @@
 #include "common/CodePage.h"
 #include "common/SharedWord.h"
 #include "common/TextCompare.h"
-#include "pool/PoolErrorParser.h"
-#include "pool/ShareTarget.h"
 #include "pool/StratumMessage.h"
 #include "pool/StratumSession.h"
 #include "pool/WorkBlock.h"

@@ -14,7 +14,6 @@
 #include "pool/ProtocolMode.h"
 #include "pool/ShareDesk.h"
 #include "pool/StratumHost.h"
-#include "pool/StratumOutput.h"
 #include "pool/StratumRequests.h"
 #include "quorvel/plugin.h"
 
@@ -178,4 +177,20 @@ class CStratumSession {
     std::atomic<std::uint64_t> m_rejected = 0;
     std::atomic<std::uint32_t> m_poolIndex = 0;
     StratumWorkBlock m_block = {};
+};
+
+// A pool session with the transport that carries it: a socket with a thread of its own, or what stands in for one. One
+// thread steers it. Its session is read by any thread; it may be changed (pools, reset) only while nothing runs.
+class IPoolConnection {
+  public:
+    virtual ~IPoolConnection() = default;
+    virtual CStratumSession& Session() = 0;
+    // Resets the session and connects to its current pool, from then on again and again. Nothing while it runs, and without
+    // a pool.
+    virtual void Connect() = 0;
+    // When it has returned nothing of the connection runs any more.
+    virtual void CloseConnection() = 0;
+    virtual bool IsRunning() const = 0;
+    // One request, line feed included. 0, or why it was not sent.
+    virtual std::uint32_t SendRequest(std::string_view text) = 0;
 };

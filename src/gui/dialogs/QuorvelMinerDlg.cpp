@@ -7,7 +7,7 @@
 #include "common/SystemTime.h"
 #include "common/Version.h"
 #include "gui/DialogState.h"
-#include "gui/PortText.h"
+#include "gui/FieldText.h"
 #include "gui/dialogs/DialogPlace.h"
 #include "gui/dialogs/RunningInstance.h"
 #include "gui/dialogs/resource.h"

@@ -4,8 +4,8 @@
 
 #include "common/IpAddress.h"
 #include "gui/DialogState.h"
+#include "gui/FieldText.h"
 #include "gui/LocalInterfaces.h"
-#include "gui/PortText.h"
 #include "gui/UnitText.h"
 
 namespace {

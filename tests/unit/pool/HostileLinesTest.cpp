@@ -3,7 +3,7 @@
 #include <sstream>
 #include "SessionRecorder.h"
 #include "pool/ClientId.h"
-#include "pool/LineShape.h"
+#include "pool/StratumMessage.h"
 
 namespace {
 

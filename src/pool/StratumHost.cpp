@@ -1,0 +1,1 @@
+#include "pool/StratumHost.h"
