@@ -165,7 +165,9 @@ TEST_F(Engine, FollowsTheActiveSessionOnly) {
     const auto ofFee = [&](const SentShare& share) { return share.session == &fee; };
     ASSERT_TRUE(Collected().WaitForShares(1, ofFee));
     Collected().Clear();
-    NewJob(m_block);  // late
+    m_block.protocolMode = 2;  // in which a login ends the work
+    for (int late = 0; late < 2; ++late)
+        m_engine.Update(QV_MSG_LOGGED_IN, &m_block);
     ASSERT_TRUE(Collected().WaitForShares(30, ofFee));
     const auto shares = Collected().Shares();
     EXPECT_TRUE(std::all_of(shares.begin() + kBatchNonces, shares.end(), ofFee));
