@@ -44,13 +44,18 @@ if(QV_SANITIZE)
     target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# qv_library(NAME SOURCES ... WINDOWS ... USES ... SYSTEM ...): a static library of the folder this is called in.
+# qv_library(NAME [ROOT path] SOURCES ... WINDOWS ... USES ... SYSTEM ...): a static library of the folder this is called in, whose
+# headers are included as "path/File.h" ("NAME/File.h" without it).
 # Only the libraries named in USES can be included: each is reached through an include root that holds its folder alone.
 function(qv_library name)
-    cmake_parse_arguments(arg "" "" "SOURCES;WINDOWS;USES;SYSTEM" ${ARGN})
+    cmake_parse_arguments(arg "" "ROOT" "SOURCES;WINDOWS;USES;SYSTEM" ${ARGN})
+    if(NOT arg_ROOT)
+        set(arg_ROOT ${name})
+    endif()
     set(root ${CMAKE_BINARY_DIR}/include-roots/${name})
-    file(MAKE_DIRECTORY ${root})
-    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${name} SYMBOLIC)
+    cmake_path(GET arg_ROOT PARENT_PATH parent)
+    file(MAKE_DIRECTORY ${root}/${parent})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${arg_ROOT} SYMBOLIC)
     set(sources ${arg_SOURCES})
     if(WIN32)
         list(APPEND sources ${arg_WINDOWS})

@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include "ethash/EthashDataset.h"
-#include "ethash/EthashItems.h"
-#include "ethash/Keccak.h"
+#include "ethash/hash/EthashDataset.h"
+#include "ethash/hash/EthashItems.h"
+#include "ethash/hash/Keccak.h"
 
 namespace {
 

@@ -1,9 +1,10 @@
 // A plug-in library. Compiled once for each, with what makes it differ (see ethash_module in CMakeLists.txt).
-#include "ethash/Plugin.h"
+#include "ethash/engine/MiningEngine.h"
+#include "kit/Plugin.h"
 #if QV_MODULE_ON_CARDS
-#include "ethash_cuda/CudaWorker.h"
+#include "ethash/cuda/CudaWorker.h"
 #else
-#include "ethash/CpuWorker.h"
+#include "ethash/cpu/CpuWorker.h"
 #endif
 
 namespace {
@@ -16,11 +17,13 @@ HashingKind Hashing() {
 #endif
 }
 
+CCacheStore g_caches(EthashVariant::QV_MODULE_VARIANT);
 CPlugin g_plugin({.id = QV_MODULE_ID,
                   .name = QV_MODULE_TITLE,
                   .logName = QV_MODULE_NAME,
-                  .variant = EthashVariant::QV_MODULE_VARIANT,
-                  .hashing = Hashing()});
+                  .makeEngine = [hashing = Hashing()](IEngineHost& host) {
+                      return std::make_unique<CMiningEngine>(g_caches, host, hashing);
+                  }});
 
 }  // namespace
 

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 #include "cards/CardStream.h"
-#include "ethash/Ethash.h"
-#include "ethash/EthashItems.h"
-#include "ethash_cuda/CudaDriverApi.h"
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/cuda/CudaDriverApi.h"
+#include "ethash/hash/Ethash.h"
+#include "ethash/hash/EthashItems.h"
+#include "ethash/kernels/KernelParameters.h"
 
 // What a program has done that a driver would not have told it of. Any thread.
 class CCardFaults {

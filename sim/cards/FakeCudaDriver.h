@@ -12,7 +12,7 @@
 #include <vector>
 #include "cards/CardMemory.h"
 #include "cards/CardStream.h"
-#include "ethash_cuda/CudaDriver.h"
+#include "ethash/cuda/CudaDriver.h"
 
 // A driver of cards that exist in this program only. As with a real one a call hands work over and comes back: each stream
 // does its work on a thread of its own, later; a copy of the null stream has read its source by then, but not written. What

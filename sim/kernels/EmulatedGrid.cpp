@@ -12,7 +12,7 @@
 #include "kernels/Fibre.h"
 
 #define QV_EMULATED
-#include "ethash_kernels/DeviceBuiltins.h"
+#include "ethash/kernels/DeviceBuiltins.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "ethash_kernels/EthashKernels.cu"
+#include "ethash/kernels/EthashKernels.cu"
 #include "kernels/EmulatedGrid.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 struct PoolJob {
     std::string id;  // eight hexadecimal digits

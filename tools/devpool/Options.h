@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Dialect.h"
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 enum class Garbage { None, Before, Instead };
 

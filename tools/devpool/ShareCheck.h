@@ -7,7 +7,7 @@
 #include "JobSource.h"
 #include "Reply.h"
 #include "ShareFields.h"
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 enum class ShareVerdict { Accepted, Malformed, Unauthorized, UnknownJob, Stale, Duplicate, BadMix, LowDifficulty };
 inline constexpr std::size_t kShareVerdicts = 8;

@@ -7,7 +7,7 @@
 
 #include "Dialect.h"
 #include "Request.h"
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 // A share as submitted. What a dialect does not carry is absent.
 struct ShareFields {

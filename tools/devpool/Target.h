@@ -1,7 +1,7 @@
 #pragma once
 #include <atomic>
 
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 // Share targets, most significant byte first. A hash is a share when it is not above the target.
 

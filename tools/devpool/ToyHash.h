@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
 
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 
 // The hash of the template plug-in: quick, of no cryptographic worth and used by no coin.
 //  - 64-bit FNV-1a over the 32 bytes of the header and the 8 of the nonce, most significant first, gives a state.

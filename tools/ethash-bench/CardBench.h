@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 #include "CardSensors.h"
-#include "ethash/Ethash.h"
-#include "ethash_cuda/CudaDriver.h"
-#include "ethash_cuda/CudaSearch.h"
+#include "ethash/cuda/CudaDriver.h"
+#include "ethash/cuda/CudaSearch.h"
+#include "ethash/hash/Ethash.h"
 
 // What is measured on one card. Times in seconds, speeds in hashes per second, bandwidths in bytes per second.
 

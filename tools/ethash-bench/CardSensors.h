@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include "ethash_cuda/CudaDriverApi.h"
+#include "ethash/cuda/CudaDriverApi.h"
 
 // What a figure is worth nothing without: the card as its driver describes it.
 struct CardFacts {

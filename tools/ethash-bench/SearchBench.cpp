@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "SolutionCount.h"
-#include "ethash_cuda/GridSizer.h"
+#include "ethash/cuda/GridSizer.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "BenchReport.h"
 #include "CardBench.h"
 #include "common/Version.h"
-#include "ethash_cuda/CudaDriver.h"
-#include "ethash_kernels/EthashPtx.h"
+#include "ethash/cuda/CudaDriver.h"
+#include "ethash/kernels/EthashPtx.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ethash_cuda/CardDesk.h"
+#include "ethash/cuda/CardDesk.h"
 
 #include <algorithm>
 #include <cinttypes>

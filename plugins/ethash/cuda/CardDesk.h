@@ -6,9 +6,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include "ethash/HashWorker.h"
-#include "ethash/ShareSender.h"
-#include "ethash/SpeedRecorder.h"
+#include "ethash/engine/HashWorker.h"
+#include "ethash/engine/ShareSender.h"
+#include "kit/SpeedRecorder.h"
 
 // Why a card's thread has ended.
 struct CardEnd {

@@ -1,4 +1,4 @@
-#include "ethash_cuda/CardRun.h"
+#include "ethash/cuda/CardRun.h"
 
 #include <algorithm>
 #include <memory>
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "ethash/LogText.h"
+#include "kit/LogText.h"
 
 namespace {
 

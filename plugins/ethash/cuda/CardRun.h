@@ -4,12 +4,12 @@
 #include <optional>
 #include <random>
 #include <string>
-#include "ethash/WorkCursor.h"
-#include "ethash_cuda/CardDesk.h"
-#include "ethash_cuda/CudaDataset.h"
-#include "ethash_cuda/CudaSearch.h"
-#include "ethash_cuda/GridSizer.h"
-#include "ethash_cuda/VariantTrial.h"
+#include "ethash/cuda/CardDesk.h"
+#include "ethash/cuda/CudaDataset.h"
+#include "ethash/cuda/CudaSearch.h"
+#include "ethash/cuda/GridSizer.h"
+#include "ethash/cuda/VariantTrial.h"
+#include "ethash/engine/WorkCursor.h"
 
 // How long a card may take before it is taken for stuck, and when it is tried again.
 struct CardPatience {

@@ -1,10 +1,10 @@
-#include "ethash_cuda/CudaContext.h"
+#include "ethash/cuda/CudaContext.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string>
 
-#include "ethash_kernels/EthashPtx.h"
+#include "ethash/kernels/EthashPtx.h"
 
 CCudaContext::CCudaContext(const CudaDriverApi& api, std::int32_t cudaId, const std::string& ptx) : m_api(api) {
     CudaDevice device = 0;

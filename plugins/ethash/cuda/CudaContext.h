@@ -2,8 +2,8 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
-#include "ethash_cuda/CudaError.h"
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/cuda/CudaError.h"
+#include "ethash/kernels/KernelParameters.h"
 
 // A card opened for hashing: its context, current on the thread that made it, and the kernels, which the driver compiles for
 // the card on the way (seconds at the first time, then from its own cache). All on that one thread. Throws CCudaError.

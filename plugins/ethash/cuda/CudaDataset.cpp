@@ -1,11 +1,11 @@
-#include "ethash_cuda/CudaDataset.h"
+#include "ethash/cuda/CudaDataset.h"
 
 #include <algorithm>
 #include <cstring>
 #include <numeric>
 #include <vector>
 
-#include "ethash/EthashItems.h"
+#include "ethash/hash/EthashItems.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <random>
 #include <span>
 #include <vector>
-#include "ethash/EthashItems.h"
-#include "ethash_cuda/CudaMemory.h"
-#include "ethash_cuda/CudaStream.h"
+#include "ethash/cuda/CudaMemory.h"
+#include "ethash/cuda/CudaStream.h"
+#include "ethash/hash/EthashItems.h"
 
 // The dataset of one epoch in a card's memory, made by grids of so many items. Can be swapped with another. On the context's
 // thread; gone before the context. Throws CCudaError.

@@ -1,4 +1,4 @@
-#include "ethash_cuda/CudaDriver.h"
+#include "ethash/cuda/CudaDriver.h"
 
 #ifdef _WIN32
 #include <windows.h>

@@ -1,6 +1,6 @@
 #pragma once
 #include <string>
-#include "ethash_cuda/CudaDriverApi.h"
+#include "ethash/cuda/CudaDriverApi.h"
 
 // The installed driver, ready for use.
 struct CudaDriver {

@@ -1,4 +1,4 @@
-#include "ethash_cuda/CudaError.h"
+#include "ethash/cuda/CudaError.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <stdexcept>
 #include <string>
-#include "ethash_cuda/CudaDriverApi.h"
+#include "ethash/cuda/CudaDriverApi.h"
 
 // A call of the driver that failed. The text names the call and gives the driver's reason.
 class CCudaError : public std::runtime_error {

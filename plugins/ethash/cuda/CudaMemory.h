@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <new>
 #include <utility>
-#include "ethash_cuda/CudaError.h"
+#include "ethash/cuda/CudaError.h"
 
 // Memory of the card. On the thread whose current context it was made in, and gone before that context.
 class CCudaMemory {

@@ -1,4 +1,4 @@
-#include "ethash_cuda/CudaSearch.h"
+#include "ethash/cuda/CudaSearch.h"
 
 #include <algorithm>
 #include <atomic>

@@ -4,8 +4,8 @@
 #include <iterator>
 #include <optional>
 #include <vector>
-#include "ethash/NonceRange.h"
-#include "ethash_cuda/CudaDataset.h"
+#include "ethash/cuda/CudaDataset.h"
+#include "kit/NonceRange.h"
 
 // How many hashes each group of lanes keeps in flight: the variants of the search kernel.
 inline constexpr unsigned kSearchVariants[] = {2, 4, 8};

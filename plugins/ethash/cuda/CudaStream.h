@@ -1,5 +1,5 @@
 #pragma once
-#include "ethash_cuda/CudaContext.h"
+#include "ethash/cuda/CudaContext.h"
 
 // A stream, and the event by which its thread waits for what was queued in it without keeping a CPU core busy. It does not
 // wait for the null stream, nor that for it: what belongs together goes through one stream. Ends when what is queued has

@@ -1,10 +1,10 @@
-#include "ethash_cuda/CudaWorker.h"
+#include "ethash/cuda/CudaWorker.h"
 
 #include <algorithm>
 #include <system_error>
 #include <utility>
 
-#include "ethash/LogText.h"
+#include "kit/LogText.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <thread>
 #include <vector>
-#include "ethash/HashWorker.h"
-#include "ethash_cuda/CardRun.h"
-#include "ethash_cuda/CudaDriver.h"
+#include "ethash/cuda/CardRun.h"
+#include "ethash/cuda/CudaDriver.h"
+#include "ethash/engine/HashWorker.h"
 
 // How long a card that was lost rests before it is opened anew: longer and longer, as its patience says.
 class CRestartPauses {

@@ -1,9 +1,9 @@
-#include "ethash_cuda/GridSizer.h"
+#include "ethash/cuda/GridSizer.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/kernels/KernelParameters.h"
 
 namespace {
 

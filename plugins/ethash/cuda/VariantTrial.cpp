@@ -1,4 +1,4 @@
-#include "ethash_cuda/VariantTrial.h"
+#include "ethash/cuda/VariantTrial.h"
 
 #include <algorithm>
 

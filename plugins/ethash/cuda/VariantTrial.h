@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include "ethash_cuda/CudaSearch.h"
+#include "ethash/cuda/CudaSearch.h"
 
 // Finds by trying which variant of the search kernel is the fastest on a card, on grids that are searched anyway. Each has
 // its rounds in turn with the others', so that a card that warms up favours none, and counts with the median of them, so

@@ -1,5 +1,5 @@
-#include "ethash_kernels/EthashPtx.h"
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/kernels/EthashPtx.h"
+#include "ethash/kernels/KernelParameters.h"
 
 bool SetMinBlocks(std::string& ptx, std::string_view kernel, unsigned blocks) {
     constexpr std::string_view kBound = "\n.minnctapersm ";

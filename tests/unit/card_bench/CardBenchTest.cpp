@@ -14,8 +14,8 @@
 #include "card_bench/BenchReport.h"
 #include "card_bench/SolutionCount.h"
 #include "cards/FakeCudaDriver.h"
-#include "ethash/EthashItems.h"
-#include "ethash/Keccak.h"
+#include "ethash/hash/EthashItems.h"
+#include "ethash/hash/Keccak.h"
 
 namespace {
 

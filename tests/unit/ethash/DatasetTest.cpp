@@ -8,8 +8,8 @@
 #include "HexBytes.h"
 #include "Shares.h"
 #include "WorkBlocks.h"
-#include "ethash/CpuWorker.h"
-#include "ethash/DatasetStore.h"
+#include "ethash/cpu/CpuWorker.h"
+#include "ethash/cpu/DatasetStore.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "FakeHost.h"
 #include "Shares.h"
 #include "WorkBlocks.h"
-#include "ethash/CpuWorker.h"
-#include "ethash/MiningEngine.h"
+#include "ethash/cpu/CpuWorker.h"
+#include "ethash/engine/MiningEngine.h"
 
 namespace {
 

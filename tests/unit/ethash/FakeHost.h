@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 #include "Shares.h"
-#include "ethash/EngineHost.h"
 #include "fixtures/Eventually.h"
+#include "kit/EngineHost.h"
 
 // The program around an engine, collecting what it is told.
 class CFakeHost final : public IEngineHost {

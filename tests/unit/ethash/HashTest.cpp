@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "HexBytes.h"
-#include "ethash/Blake2b.h"
-#include "ethash/Ethash.h"
-#include "ethash/EthashItems.h"
-#include "ethash/Keccak.h"
+#include "ethash/hash/Blake2b.h"
+#include "ethash/hash/Ethash.h"
+#include "ethash/hash/EthashItems.h"
+#include "ethash/hash/Keccak.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "WorkBlocks.h"
-#include "ethash/EthashJob.h"
-#include "ethash/EthashSubmit.h"
-#include "ethash/HashRateMeter.h"
+#include "ethash/job/EthashJob.h"
+#include "ethash/job/EthashSubmit.h"
+#include "kit/HashRateMeter.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include "FakeHost.h"
 #include "WorkBlocks.h"
-#include "ethash/CpuWorker.h"
-#include "ethash/MiningEngine.h"
+#include "ethash/cpu/CpuWorker.h"
+#include "ethash/engine/MiningEngine.h"
 
 namespace {
 
@@ -135,7 +135,8 @@ TEST_F(Rigs, NeverSendOneNonceTwiceOnceEachHasAnOffsetOfItsOwn) {
     EXPECT_LT(FarthestNonce(2), std::uint64_t{1} << 30);
     for (Rig& rig : m_rigs) {
         rig.engine.Stop();
-        EXPECT_EQ(rig.host.collector.Log().size(), &rig == m_rigs ? 2u : 0u) << "only what the cache's making says";
+        for (const std::string& line : rig.host.collector.Log())
+            EXPECT_NE(line.find("light cache"), line.npos) << line;
     }
 }
 

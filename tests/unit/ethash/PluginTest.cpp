@@ -10,7 +10,7 @@
 
 #include "Shares.h"
 #include "WorkBlocks.h"
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 #include "fixtures/Eventually.h"
 #include "quorvel/plugin.h"
 

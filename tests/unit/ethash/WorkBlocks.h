@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "HexBytes.h"
-#include "ethash/Ethash.h"
+#include "ethash/hash/Ethash.h"
 #include "quorvel/plugin.h"
 
 // Work blocks as a pool session fills them.

@@ -13,8 +13,8 @@
 #include "FakeHost.h"
 #include "WorkBlocks.h"
 #include "cards/FakeCudaDriver.h"
-#include "ethash/EthashJob.h"
-#include "ethash_cuda/CudaWorker.h"
+#include "ethash/cuda/CudaWorker.h"
+#include "ethash/job/EthashJob.h"
 
 namespace {
 

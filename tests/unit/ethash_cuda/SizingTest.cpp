@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "ethash_cuda/CudaWorker.h"
-#include "ethash_cuda/GridSizer.h"
-#include "ethash_cuda/VariantTrial.h"
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/cuda/CudaWorker.h"
+#include "ethash/cuda/GridSizer.h"
+#include "ethash/cuda/VariantTrial.h"
+#include "ethash/kernels/KernelParameters.h"
 
 namespace {
 

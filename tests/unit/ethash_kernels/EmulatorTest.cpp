@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "SmallEpoch.h"
-#include "ethash_kernels/DeviceBuiltins.h"
+#include "ethash/kernels/DeviceBuiltins.h"
 #include "kernels/EmulatedGrid.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "ethash_kernels/EthashPtx.h"
+#include "ethash/kernels/EthashPtx.h"
 
 namespace {
 

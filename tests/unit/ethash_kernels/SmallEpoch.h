@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "ethash/Ethash.h"
-#include "ethash/EthashItems.h"
-#include "ethash_kernels/KernelParameters.h"
+#include "ethash/hash/Ethash.h"
+#include "ethash/hash/EthashItems.h"
+#include "ethash/kernels/KernelParameters.h"
 #include "kernels/GpuEmulator.h"
 
 // The orders in which every kernel must come to the same.
