@@ -181,7 +181,8 @@ void CCardMemory::MakeItems(const EthashBuildParameters& build, bool spoiled,
         const auto* const first = reinterpret_cast<const std::uint32_t*>(source->memory + (words - cacheBase));
         source->cache = CEthashCache::FromWords({.cacheBytes = cacheBytes, .datasetBytes = target->bytes}, {},
                                                 {first, cacheBytes / sizeof(std::uint32_t)});
-        const auto isThis = [&](const auto& each) { return std::ranges::equal(each->Words(), source->cache->Words()); };
+        const CEthashCache& made = *source->cache;
+        const auto isThis = [&](const auto& each) { return std::ranges::equal(each->Words(), made.Words()); };
         if (!lightCaches.empty() && std::ranges::none_of(lightCaches, isThis)) {
             m_faults.Add("a dataset is made from words that are no light cache");
         }

@@ -73,9 +73,8 @@ class CConfigurationReader {
         PoolEntry pool;
         ReadNumber(element, "ID", pool.ID, ParseId);
         const std::wstring owner = std::wstring(L"pool ").append(std::to_wstring(static_cast<std::int32_t>(pool.ID)));
-        std::vector<std::string_view> known;
-        for (const PoolFieldSpec& spec : kPoolFields)
-            known.emplace_back(spec.attribute);
+        std::array<std::string_view, kPoolFields.size()> known;
+        std::ranges::transform(kPoolFields, known.begin(), &PoolFieldSpec::attribute);
         m_report.CheckNames(element, known, {}, owner);
         for (const PoolFieldSpec& spec : kPoolFields) {
             if (spec.kind == PoolFieldKind::Text) ReadText(element, spec.attribute, TextOf(pool, spec.field), owner);

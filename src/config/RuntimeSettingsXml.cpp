@@ -134,6 +134,7 @@ void CheckNumbers(const XML_NODE& element, std::span<const AnySetting> settings,
 
 std::vector<std::string_view> NamesOf(std::span<const AnySetting> settings) {
     std::vector<std::string_view> names;
+    names.reserve(settings.size());
     for (const AnySetting& setting : settings)
         names.emplace_back(std::visit([](const auto& number) { return number.name; }, setting));
     return names;

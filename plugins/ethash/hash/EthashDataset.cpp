@@ -17,7 +17,7 @@ CEthashDataset::CEthashDataset(std::shared_ptr<const CEthashCache> cache)
 
 std::shared_ptr<CEthashDataset> CEthashDataset::Allocate(std::shared_ptr<const CEthashCache> cache,
                                                          const std::atomic<bool>& cancelled) {
-    const std::shared_ptr<CEthashDataset> dataset(new CEthashDataset(std::move(cache)));
+    std::shared_ptr<CEthashDataset> dataset(new CEthashDataset(std::move(cache)));
     for (std::uint32_t first = 0; first < dataset->m_pages; first += kPiecePages) {
         if (cancelled.load(std::memory_order_relaxed)) return nullptr;
         const std::uint32_t pages = std::min(kPiecePages, dataset->m_pages - first);

@@ -27,6 +27,7 @@ class CEthashDataset {
     const std::shared_ptr<const CEthashCache>& Cache() const { return m_cache; }
     // Two neighbouring items: what one access of a hash reads.
     const EthashItem* Page(std::uint32_t page) const {
+        // cppcheck-suppress CastIntegerToAddressAtReturn ; takes the braces for a cast of the whole
         return m_pieces[page / kPiecePages] + std::size_t{page % kPiecePages} * 2;
     }
 
