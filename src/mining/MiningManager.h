@@ -24,6 +24,7 @@ class CMiningManager final : public CWnd, private IManagerShell {
     // Ends the plug-in's work, both connections, the window and the plug-in. After it nothing of this session runs.
     void Stop();
 
+    // What is to be known of the session, and its two connections.
     const CManagerCore& Core() const { return m_core; }
     CMiningStratum& UserSession() { return m_userSession; }
     CMiningStratum& FeeSession() { return m_feeSession; }

@@ -14,25 +14,19 @@
 #include "kit/NonceSettings.h"
 #include "kit/PluginEngine.h"
 
-// One mining session: follows the work block it is told to, has the light cache made and keeps the workers in work.
-// One thread calls it (the one of the plug-in's window); none of its operations waits for hashing or for a cache, but Stop
-// for the threads to end.
+// One mining session of the family, as IPluginEngine describes it: follows the work block it is told to, has the light cache
+// made and keeps the workers in work. Nothing but Stop waits for hashing or for a cache.
 class CMiningEngine final : public IPluginEngine {
   public:
     // store and host outlive the engine.
     CMiningEngine(CCacheStore& store, IEngineHost& host, HashingKind hashing);
     ~CMiningEngine() override;
 
-    // The records stay valid until Stop has returned.
     void SetGpus(std::span<QvGpuRecord* const> gpus) override;
     // One worker per GPU.
     void Start() override;
 
-    // The work block to follow from now on; it stays valid until Stop has returned.
     void Activate(const StratumWorkBlock* block) override;
-    // Something in a work block changed; message: 0x2402, 0x2405, 0x2406 or 0x2407, as it came. A block that is not followed
-    // is no matter: its message was late.
-    //
     // In the NiceHash dialect target and extranonce hold from the next job on, so their messages change nothing by
     // themselves, and a login ends the work: the job that is still in the block is one of the connection before.
     //
@@ -40,7 +34,6 @@ class CMiningEngine final : public IPluginEngine {
     // set (in EthProxy, which has none, any), another block, session, dialect, epoch or room for nonces, a login, no work.
     void Update(std::uint32_t message, const StratumWorkBlock* block) override;
 
-    // Ends all threads; idempotent. Nothing that was handed over is touched afterwards.
     void Stop() override;
 
   private:
