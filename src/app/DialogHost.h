@@ -4,7 +4,7 @@
 #include <string>
 #include "app/UserFiles.h"
 #include "control/SocketMiner.h"
-#include "gui/dialogs/MainDialogHost.h"
+#include "dialogs/MainDialogHost.h"
 #include "mining/Mining.h"
 #include "support/EventLog.h"
 #include "support/RecentLines.h"

@@ -4,7 +4,7 @@
 #include "app/StandingTrouble.h"
 #include "config/ConfigurationStore.h"
 #include "config/RuntimeSettings.h"
-#include "gui/dialogs/MainDialogHost.h"
+#include "dialogs/MainDialogHost.h"
 
 // Loads and saves what belongs to the user, the settings and the configuration, tries again what failed and says so. GUI
 // thread, but where another is named. Nothing but SaveAtExit waits for whoever has a file open.

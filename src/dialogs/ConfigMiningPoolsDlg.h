@@ -2,10 +2,10 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include "dialogs/ExControls.h"
+#include "dialogs/ExDialog.h"
+#include "dialogs/MainDialogHost.h"
 #include "gui/PoolEditModel.h"
-#include "gui/dialogs/ExControls.h"
-#include "gui/dialogs/ExDialog.h"
-#include "gui/dialogs/MainDialogHost.h"
 #include "toolkit/ListBox.h"
 
 // "Mining pools...": add, edit, remove and order the pools. Nothing is in force before Save, which publishes and saves all

@@ -1,10 +1,10 @@
-#include "gui/dialogs/ConfigMiningPoolsDlg.h"
+#include "dialogs/ConfigMiningPoolsDlg.h"
 
 #include <algorithm>
 
+#include "dialogs/DialogPlace.h"
+#include "dialogs/resource.h"
 #include "gui/AlgorithmText.h"
-#include "gui/dialogs/DialogPlace.h"
-#include "gui/dialogs/resource.h"
 #include "toolkit/MessageMap.h"
 
 namespace {

@@ -1,7 +1,7 @@
-#include "gui/dialogs/ReportGPUs.h"
+#include "dialogs/ReportGPUs.h"
 
+#include "dialogs/SystemText.h"
 #include "gui/Colors.h"
-#include "gui/dialogs/SystemText.h"
 
 void CRecordGPUs::GetItemMetrics(int row, int column, ReportItemMetrics& metrics) {
     GridCell cell = GpuCell(m_source(), static_cast<std::size_t>(row), static_cast<std::size_t>(column));

@@ -1,4 +1,4 @@
-#include "gui/dialogs/NotifyIcon.h"
+#include "dialogs/NotifyIcon.h"
 
 #include <shellapi.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <windows.h>
 #include <string>
-#include "gui/dialogs/MainDialogHost.h"
+#include "dialogs/MainDialogHost.h"
 
 // Puts a dialog where it was last, as far as that is on a screen; an empty place leaves it where it is.
 void RestoreDialogPlace(HWND dialog, const SettingsRect& place);

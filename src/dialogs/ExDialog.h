@@ -1,5 +1,5 @@
 #pragma once
-#include "gui/dialogs/ThemeManager.h"
+#include "dialogs/ThemeManager.h"
 #include "toolkit/CommandBarsFrameHook.h"
 #include "toolkit/ResizeDialog.h"
 

@@ -1,4 +1,4 @@
-#include "gui/dialogs/SystemText.h"
+#include "dialogs/SystemText.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 #include <memory>
 #include <vector>
-#include "gui/dialogs/ExControls.h"
-#include "gui/dialogs/ExDialog.h"
+#include "dialogs/ExControls.h"
+#include "dialogs/ExDialog.h"
 
 // A label that opens an address when it is clicked, or by Space and Enter when it has the focus.
 class CHyperlink final : public CXTPControl {

@@ -1,7 +1,7 @@
 #pragma once
 #include <functional>
+#include "dialogs/PrivateHeap.h"
 #include "gui/GpuGrid.h"
-#include "gui/dialogs/PrivateHeap.h"
 #include "toolkit/report/ReportControl.h"
 
 // One record stands for all rows: it formats each cell when it is drawn.

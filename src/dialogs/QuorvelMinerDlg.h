@@ -5,13 +5,13 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include "dialogs/ExControls.h"
+#include "dialogs/ExDialog.h"
+#include "dialogs/MainDialogHost.h"
+#include "dialogs/NotifyIcon.h"
+#include "dialogs/ReportGPUs.h"
 #include "gui/LocalInterfaces.h"
 #include "gui/PoolGroup.h"
-#include "gui/dialogs/ExControls.h"
-#include "gui/dialogs/ExDialog.h"
-#include "gui/dialogs/MainDialogHost.h"
-#include "gui/dialogs/NotifyIcon.h"
-#include "gui/dialogs/ReportGPUs.h"
 #include "toolkit/TaskDialog.h"
 
 // The main dialog. GUI thread; other threads reach it only by the posted messages of common/Messages.h. Its one-second timer

@@ -1,4 +1,4 @@
-#include "gui/dialogs/RunningInstance.h"
+#include "dialogs/RunningInstance.h"
 
 #include "common/CodePage.h"
 #include "common/Version.h"

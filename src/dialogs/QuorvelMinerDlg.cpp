@@ -1,4 +1,4 @@
-#include "gui/dialogs/QuorvelMinerDlg.h"
+#include "dialogs/QuorvelMinerDlg.h"
 
 #include <algorithm>
 #include <utility>
@@ -6,11 +6,11 @@
 #include "common/Messages.h"
 #include "common/SystemTime.h"
 #include "common/Version.h"
+#include "dialogs/DialogPlace.h"
+#include "dialogs/RunningInstance.h"
+#include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/FieldText.h"
-#include "gui/dialogs/DialogPlace.h"
-#include "gui/dialogs/RunningInstance.h"
-#include "gui/dialogs/resource.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/ModalWindows.h"
 #include "toolkit/TaskDialog.h"

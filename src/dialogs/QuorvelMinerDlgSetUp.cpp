@@ -2,13 +2,13 @@
 #include <memory>
 
 #include "common/Messages.h"
+#include "dialogs/DialogPlace.h"
+#include "dialogs/QuorvelMinerDlg.h"
+#include "dialogs/RunningInstance.h"
+#include "dialogs/SystemText.h"
+#include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/LocalInterfaces.h"
-#include "gui/dialogs/DialogPlace.h"
-#include "gui/dialogs/QuorvelMinerDlg.h"
-#include "gui/dialogs/RunningInstance.h"
-#include "gui/dialogs/SystemText.h"
-#include "gui/dialogs/resource.h"
 
 namespace {
 

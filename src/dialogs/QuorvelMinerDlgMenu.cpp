@@ -1,11 +1,11 @@
 // The main dialog's system menu and its icon in the notification area.
 #include "common/Messages.h"
 #include "common/Version.h"
+#include "dialogs/AboutDlg.h"
+#include "dialogs/ConfigMiningPoolsDlg.h"
+#include "dialogs/ConfigWorkerDlg.h"
+#include "dialogs/QuorvelMinerDlg.h"
 #include "gui/DialogState.h"
-#include "gui/dialogs/AboutDlg.h"
-#include "gui/dialogs/ConfigMiningPoolsDlg.h"
-#include "gui/dialogs/ConfigWorkerDlg.h"
-#include "gui/dialogs/QuorvelMinerDlg.h"
 #include "toolkit/Clipboard.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "gui/dialogs/ConfigWorkerDlg.h"
+#include "dialogs/ConfigWorkerDlg.h"
 
 #include <algorithm>
 
+#include "dialogs/DialogPlace.h"
+#include "dialogs/resource.h"
 #include "gui/AlgorithmText.h"
 #include "gui/GpuText.h"
-#include "gui/dialogs/DialogPlace.h"
-#include "gui/dialogs/resource.h"
 #include "toolkit/MessageMap.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "gui/dialogs/ThemeManager.h"
+#include "dialogs/ThemeManager.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,11 +1,11 @@
 // What the main dialog's groups and grid show.
 #include "common/SystemTime.h"
+#include "dialogs/QuorvelMinerDlg.h"
+#include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuPool.h"
 #include "gui/LocalTimeText.h"
-#include "gui/dialogs/QuorvelMinerDlg.h"
-#include "gui/dialogs/resource.h"
 
 namespace {
 

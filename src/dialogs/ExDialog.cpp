@@ -1,4 +1,4 @@
-#include "gui/dialogs/ExDialog.h"
+#include "dialogs/ExDialog.h"
 
 #include <algorithm>
 

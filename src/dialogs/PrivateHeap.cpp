@@ -1,4 +1,4 @@
-#include "gui/dialogs/PrivateHeap.h"
+#include "dialogs/PrivateHeap.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #pragma once
 #include <map>
 #include <memory>
+#include "dialogs/ExControls.h"
+#include "dialogs/ExDialog.h"
+#include "dialogs/MainDialogHost.h"
 #include "gui/ConfigurationEditModel.h"
-#include "gui/dialogs/ExControls.h"
-#include "gui/dialogs/ExDialog.h"
-#include "gui/dialogs/MainDialogHost.h"
 #include "toolkit/ListBox.h"
 
 // "Worker...": the default worker name and the configurations, which say on which pools each GPU mines. Nothing is in force

@@ -1,4 +1,4 @@
-#include "gui/dialogs/ExControls.h"
+#include "dialogs/ExControls.h"
 
 #include "gui/Colors.h"
 #include "toolkit/BufferedPaint.h"

@@ -1,4 +1,4 @@
-#include "gui/dialogs/DialogPlace.h"
+#include "dialogs/DialogPlace.h"
 
 #include <vector>
 

@@ -1,8 +1,8 @@
-#include "gui/dialogs/AboutDlg.h"
+#include "dialogs/AboutDlg.h"
 
 #include "common/CodePage.h"
 #include "common/Version.h"
-#include "gui/dialogs/resource.h"
+#include "dialogs/resource.h"
 #include "toolkit/BufferedPaint.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/TaskDialog.h"
