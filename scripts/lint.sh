@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# One forbidden call, clang-tidy over what each build compiles, then cppcheck. Everything that either says is an error.
+# lint.sh [REVISION]: one forbidden call, clang-tidy over what each build compiles, then cppcheck. Everything that either says is
+# an error. With a revision only the sources that changed since then, and those beside a header that did.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+since=${1:-}
 
 if git grep -n 'detach()' -- src; then
     echo "lint: use StartDetached (src/common/DetachedThread.h says why)" >&2
@@ -17,15 +19,26 @@ mingw_arguments=(--extra-arg-before=--target=x86_64-w64-mingw32 --extra-arg-befo
     --extra-arg=-isystem"$gcc_include/backward" --extra-arg=-isystem/usr/x86_64-w64-mingw32/include)
 common_arguments=(--quiet --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-error)
 
-compiled() { # preset: the sources that it compiles
+product='^(src|plugins|sim|tools|controller)/'
+
+changed() { # the product's sources that changed since the revision; what only moved has not
+    git diff --name-status -M "$since" -- | awk '$1 != "D" && $1 != "R100" {print $NF}' | grep -E "$product" |
+        sed -nE 's/\.(h|cpp)$/.cpp/p' | sort -u | while read -r file; do [ ! -e "$file" ] || echo "$file"; done
+}
+
+compiled() { # preset: the sources that it compiles and that are asked for
+    all_compiled "$1" | if [ -n "$since" ]; then comm -12 - <(changed); else cat; fi
+}
+
+all_compiled() {
     sed -n "s|^ *\"file\": \"$PWD/\(.*\.cpp\)\".*|\1|p" "build/$1/compile_commands.json" |
-        grep -E "^(src|plugins|sim|tools|controller)/" | grep -v '^sim/kernels/' | sort -u # Clang 14 has no std::source_location
+        grep -E "$product" | grep -v '^sim/kernels/' | sort -u # Clang 14 has no std::source_location
 }
 
 tidy() { # preset, further arguments; the sources come on standard input
     local preset=$1
     shift
-    xargs -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" "${common_arguments[@]}" "$@"
+    xargs -r -P "$(nproc)" -n 4 clang-tidy -p "build/$preset" "${common_arguments[@]}" "$@"
 }
 
 # Each source once: natively where it builds natively.
@@ -34,10 +47,13 @@ compiled host | tidy host
 echo "clang-tidy, Windows sources"
 comm -13 <(compiled host) <(compiled windows) | tidy windows "${mingw_arguments[@]}"
 echo "cppcheck"
-cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
+if [ -n "$since" ]; then mapfile -t checked < <(changed); else checked=(src plugins sim tools controller); fi
+[ ${#checked[@]} -eq 0 ] || cppcheck --quiet --error-exitcode=1 --std=c++20 --platform=win64 --library=windows --language=c++ \
     --enable=warning,performance,portability --inline-suppr --suppress=missingInclude --suppress=unknownMacro \
     -U QV_FEE_POOL_TABLE \
-    -I src -I sdk/include -I plugins -I tools -I controller src plugins sim tools controller
-echo "registers of the GPU kernels"
-scripts/registers.sh || true # only where the assembler is installed; it says so itself
+    -I src -I sdk/include -I plugins -I tools -I controller "${checked[@]}"
+if [ -z "$since" ]; then
+    echo "registers of the GPU kernels"
+    scripts/registers.sh || true # only where the assembler is installed; it says so itself
+fi
 echo "lint: clean"
