@@ -11,6 +11,10 @@
 #include "quorvel/plugin.h"
 #include "support/LogSystem.h"
 
+// CUDA cores per multiprocessor of a compute capability. One that is not in the table gets 64, and a line on standard
+// output.
+std::int32_t MapSMtoCores(std::int32_t major, std::int32_t minor);
+
 inline constexpr std::int32_t kNoCudaDevices = 41;
 
 // Finds the GPUs at start-up and owns their records from then on. GUI thread.

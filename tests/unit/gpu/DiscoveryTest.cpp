@@ -9,7 +9,6 @@
 #include "FakeDrivers.h"
 #include "fixtures/ScratchFolder.h"
 #include "gpu/ManagerMinerGpus.h"
-#include "gpu/SMtoCores.h"
 
 struct PoolEntry {};
 
