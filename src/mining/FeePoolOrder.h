@@ -4,7 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <vector>
-#include "pool/PoolOrder.h"
+#include "pool/PoolAccess.h"
 
 // Orders a pool list by latency without anybody waiting for it: the pings run on a thread of their own that shares only the
 // request with this object and is left behind when the object goes. One thread uses the object.

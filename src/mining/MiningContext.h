@@ -8,7 +8,7 @@
 #include "config/MinerConfiguration.h"
 #include "mining/PlugInMessages.h"
 #include "mining/TroubleWatch.h"
-#include "pool/PoolOrder.h"
+#include "pool/PoolAccess.h"
 #include "pool/StratumHost.h"
 #include "support/Event.h"
 #include "support/LogSystem.h"

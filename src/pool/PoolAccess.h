@@ -1,9 +1,22 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 #include "common/Time.h"
+#include "config/MinerConfiguration.h"
 #include "pool/ProtocolMode.h"
+
+// One measurement: true and the round-trip time in ms, or false.
+using PingFunction = std::function<bool(const PoolEntry& pool, std::uint32_t& roundTrip)>;
+
+inline constexpr std::uint32_t kUnreachableScore = 999999;
+
+// Five pings; the sum of the middle three round-trip times. A failed ping ends the series: kUnreachableScore.
+std::uint32_t LatencyScore(const PoolEntry& pool, const PingFunction& ping);
+
+// Nearest first. Blocks for up to five time-outs a pool: never on the GUI thread.
+std::vector<PoolPointer> OrderByLatency(std::vector<PoolPointer> pools, const PingFunction& ping);
 
 // How a session gets at its pools in one run of mining: the protocol mode to try, when the next pool's turn comes, how long
 // to wait between two attempts, when there is no hope. Pure: all times are ticks of IClock::Monotonic. One thread at a time.

@@ -1,4 +1,4 @@
-#include "pool/PoolOrder.h"
+#include "pool/PoolAccess.h"
 
 #include <gtest/gtest.h>
 
