@@ -9,7 +9,6 @@
 #include "common/Clock.h"
 #include "config/MinerConfiguration.h"
 #include "pool/ConnectionStatus.h"
-#include "pool/CurrentJob.h"
 #include "pool/PoolAccess.h"
 #include "pool/ProtocolMode.h"
 #include "pool/ShareDesk.h"
