@@ -5,8 +5,8 @@
 #include "common/CodePage.h"
 #include "common/SharedWord.h"
 #include "net/HostText.h"
-#include "pool/ClientId.h"
 #include "pool/StratumMessage.h"
+#include "pool/StratumRequests.h"
 #include "pool/WorkBlock.h"
 
 namespace {

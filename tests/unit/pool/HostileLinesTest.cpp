@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include "SessionRecorder.h"
-#include "pool/ClientId.h"
 #include "pool/StratumMessage.h"
+#include "pool/StratumRequests.h"
 
 namespace {
 
