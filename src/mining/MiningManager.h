@@ -2,7 +2,7 @@
 #include <memory>
 #include <optional>
 #include <vector>
-#include "mining/FeePoolOrder.h"
+#include "mining/FeePools.h"
 #include "mining/ManagerCore.h"
 #include "mining/MiningContext.h"
 #include "mining/PluginInstance.h"
