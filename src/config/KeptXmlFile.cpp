@@ -1,6 +1,6 @@
 #include "config/KeptXmlFile.h"
 
-#include "support/KeptCopies.h"
+#include "support/FileReplace.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 
 #include "common/Handle.h"
 #include "fixtures/ScratchFolder.h"
-#include "support/KeptCopies.h"
 
 namespace {
 
