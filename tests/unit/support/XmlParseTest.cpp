@@ -4,7 +4,7 @@
 
 #include "support/XmlAttributes.h"
 #include "support/XmlFormat.h"
-#include "support/XmlScan.h"
+#include "support/XmlParse.h"
 
 namespace {
 
