@@ -6,8 +6,8 @@
 #include "common/Hex.h"
 #include "common/Version.h"
 #include "gui/AlgorithmText.h"
+#include "gui/ConfigurationEditModel.h"
 #include "gui/DialogState.h"
-#include "gui/EditedConfiguration.h"
 #include "gui/GpuText.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 #include "config/AlgorithmList.h"
 #include "config/PoolFields.h"
-#include "gui/EditedConfiguration.h"
+#include "gui/ConfigurationEditModel.h"
 
 // What the user typed for a pool: a text for each field but the algorithm, which is chosen. Portable; one thread.
 struct PoolDraft {
