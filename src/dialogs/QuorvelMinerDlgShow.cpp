@@ -4,7 +4,6 @@
 #include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/GpuGroup.h"
-#include "gui/GpuPool.h"
 #include "gui/LocalTimeText.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include "gui/AlgorithmText.h"
 #include "gui/Colors.h"
-#include "gui/GpuPool.h"
+#include "gui/GpuGroup.h"
 #include "gui/GpuText.h"
 #include "gui/UnitText.h"
 

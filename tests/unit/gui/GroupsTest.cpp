@@ -2,7 +2,6 @@
 #include "gui/AlgorithmText.h"
 #include "gui/GpuGrid.h"
 #include "gui/GpuGroup.h"
-#include "gui/GpuPool.h"
 #include "gui/PoolGroup.h"
 
 namespace {
