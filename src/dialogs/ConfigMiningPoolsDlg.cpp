@@ -4,7 +4,7 @@
 
 #include "dialogs/DialogPlace.h"
 #include "dialogs/resource.h"
-#include "gui/AlgorithmText.h"
+#include "gui/UnitText.h"
 #include "toolkit/MessageMap.h"
 
 namespace {

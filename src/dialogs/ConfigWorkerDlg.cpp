@@ -4,8 +4,8 @@
 
 #include "dialogs/DialogPlace.h"
 #include "dialogs/resource.h"
-#include "gui/AlgorithmText.h"
 #include "gui/GpuText.h"
+#include "gui/UnitText.h"
 #include "toolkit/MessageMap.h"
 
 namespace {

@@ -5,10 +5,10 @@
 #include "common/CodePage.h"
 #include "common/Hex.h"
 #include "common/Version.h"
-#include "gui/AlgorithmText.h"
 #include "gui/ConfigurationEditModel.h"
 #include "gui/DialogState.h"
 #include "gui/GpuText.h"
+#include "gui/UnitText.h"
 
 namespace {
 

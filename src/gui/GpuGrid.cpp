@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "gui/AlgorithmText.h"
 #include "gui/Colors.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuText.h"

@@ -3,6 +3,8 @@
 #include <limits>
 #include <span>
 
+#include "common/AlgorithmNames.h"
+#include "common/CodePage.h"
 #include "common/Format.h"
 
 namespace {
@@ -54,4 +56,26 @@ std::wstring DifficultyText(double value, std::wstring_view unit) {
 std::wstring ByteSizeText(std::uint64_t value) {
     const Scale scale = ScaleOf(value, 1024, kByteUnits);
     return Fixed(static_cast<double>(value) / static_cast<double>(scale.divisor), 1).append(scale.name);
+}
+
+namespace {
+
+constexpr wchar_t kNoPlugIn[] = L" - no plug-in";
+
+bool HasPlugIn(std::int32_t id, const CAlgorithmList& algorithms) {
+    return &algorithms.Find(id) != &algorithms.Fallback();
+}
+
+}  // namespace
+
+std::wstring AlgorithmText(std::int32_t id, const CAlgorithmList& algorithms) {
+    const bool hasPlugIn = HasPlugIn(id, algorithms);
+    const std::wstring name = hasPlugIn ? algorithms.Find(id).record.name : NarrowToWide(AlgorithmName(id));
+    const std::wstring number = std::to_wstring(id);
+    return (name.empty() ? number : name + L" (" + number + L")") + (hasPlugIn ? L"" : kNoPlugIn);
+}
+
+std::wstring PoolText(const PoolEntry& pool, const CAlgorithmList& algorithms) {
+    const bool isMarked = !pool.IsUnassigned() && !HasPlugIn(pool.Algo, algorithms);
+    return std::wstring(pool.Name) + (isMarked ? kNoPlugIn : L"");
 }

@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include "config/AlgorithmList.h"
+#include "config/PoolEntry.h"
 
 // Numbers with a unit and its prefix. Portable; any thread.
 
@@ -11,3 +13,11 @@ std::wstring HashRateText(std::uint64_t value, std::wstring_view unit);
 std::wstring DifficultyText(double value, std::wstring_view unit);
 // "%.1f %s": steps of 1024, up to GB.
 std::wstring ByteSizeText(std::uint64_t value);
+
+// How algorithms are named to the user. Portable; any thread.
+
+// "Etchash (1)". One without a plug-in: "etchash (1) - no plug-in" where we know its name, else "99 - no plug-in".
+std::wstring AlgorithmText(std::int32_t id, const CAlgorithmList& algorithms);
+
+// The pool's name, marked with "- no plug-in" when nothing can mine there.
+std::wstring PoolText(const PoolEntry& pool, const CAlgorithmList& algorithms);

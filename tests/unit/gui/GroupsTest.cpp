@@ -1,8 +1,8 @@
 #include "Rig.h"
-#include "gui/AlgorithmText.h"
 #include "gui/GpuGrid.h"
 #include "gui/GpuGroup.h"
 #include "gui/PoolGroup.h"
+#include "gui/UnitText.h"
 
 namespace {
 
