@@ -12,8 +12,8 @@
 #include "gui/DialogState.h"
 #include "gui/FieldText.h"
 #include "toolkit/MessageMap.h"
-#include "toolkit/ModalWindows.h"
 #include "toolkit/TaskDialog.h"
+#include "toolkit/Wnd.h"
 #include "toolkit/report/ReportNotification.h"
 
 namespace {

@@ -58,3 +58,8 @@ class CWnd {
     HWND m_handle = nullptr;
     WNDPROC m_original = nullptr;  // of a window that was taken over
 };
+
+// Cancels what is modal in the calling thread: dialogs, message boxes, menus, moving and sizing, all but the dialog besides.
+// The calls that show them return once their messages are dispatched, so a program that is told to end does not wait for an
+// answer.
+void CancelModalWindows(HWND besides);

@@ -1,7 +1,7 @@
 #include "ToolkitDialog.h"
 #include "toolkit/MessageMap.h"
-#include "toolkit/ModalWindows.h"
 #include "toolkit/TaskDialog.h"
+#include "toolkit/Wnd.h"
 
 namespace {
 
