@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "toolkit/report/ReportColor.h"
+#include "toolkit/report/ReportText.h"
 
 namespace {
 

@@ -2,8 +2,10 @@
 #include <windows.h>
 #include <cstddef>
 #include <string>
-
 #include "toolkit/report/ReportState.h"
+
+// The colour, moved towards the fallback as far as needed to stand out from the background.
+COLORREF ReadableReportColor(COLORREF color, COLORREF background, COLORREF fallback);
 
 // The row's cells, separated by tabs, in the order of the columns.
 std::wstring ReportRowText(const ReportState& state, int row);

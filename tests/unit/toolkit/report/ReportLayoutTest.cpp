@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/report/ReportColor.h"
+#include "toolkit/report/ReportText.h"
 
 namespace {
 
