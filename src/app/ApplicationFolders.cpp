@@ -33,10 +33,9 @@ FontHandle MakeFont(LOGFONTW font, int points, int pixelsPerInch) {
 }
 
 void SetUpFonts(ApplicationFolders& folders) {
-    const HDC screen = GetDC(nullptr);
-    folders.horizontalPixelsPerInch = GetDeviceCaps(screen, LOGPIXELSX);
-    folders.verticalPixelsPerInch = GetDeviceCaps(screen, LOGPIXELSY);
-    ReleaseDC(nullptr, screen);
+    const CWindowDC screen(nullptr);
+    folders.horizontalPixelsPerInch = GetDeviceCaps(screen.Get(), LOGPIXELSX);
+    folders.verticalPixelsPerInch = GetDeviceCaps(screen.Get(), LOGPIXELSY);
     const LOGFONTW font = DefaultFont();
     folders.largeFont = MakeFont(font, kLargeFontPoints, folders.verticalPixelsPerInch);
     folders.smallFont = MakeFont(font, kSmallFontPoints, folders.verticalPixelsPerInch);

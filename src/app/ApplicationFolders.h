@@ -1,13 +1,8 @@
 #pragma once
 #include <windows.h>
-#include <memory>
 #include <string>
 #include "support/DataFolder.h"
-
-struct FontDeleter {
-    void operator()(HFONT font) const { DeleteObject(font); }
-};
-using FontHandle = std::unique_ptr<std::remove_pointer_t<HFONT>, FontDeleter>;
+#include "toolkit/Gdi.h"
 
 // Paths, fonts and screen facts: filled once at start-up, constant afterwards. Every folder path ends with a backslash.
 struct ApplicationFolders {

@@ -3,7 +3,7 @@
 #include "common/CodePage.h"
 #include "common/Version.h"
 #include "dialogs/resource.h"
-#include "toolkit/BufferedPaint.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/TaskDialog.h"
 
@@ -42,11 +42,8 @@ void CHyperlink::OnDraw(HDC device, const RECT& area) {
     const std::wstring text = Text();
     DrawControlText(device, Handle(), text.c_str(), area, color, DT_NOPREFIX);
     if (!IsHot() && !HasFocus()) return;
-    RECT measured = area;
-    const HGDIOBJ previous = SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0)));
-    DrawTextW(device, text.c_str(), -1, &measured, DT_SINGLELINE | DT_CALCRECT | DT_NOPREFIX);
-    SelectObject(device, previous);
-    const RECT line = {area.left, area.bottom - 1, measured.right, area.bottom};
+    const LONG width = TextSize(Handle(), FontOf(Handle()), text).cx;
+    const RECT line = {area.left, area.bottom - 1, area.left + width, area.bottom};
     FillRect(device, &line, Paint().GetBrush(color));
 }
 

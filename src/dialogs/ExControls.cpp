@@ -1,20 +1,16 @@
 #include "dialogs/ExControls.h"
 
 #include "gui/Colors.h"
-#include "toolkit/BufferedPaint.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 
 namespace {
 
 constexpr int kNotFound = 24;
 
 // In the control's font.
-int TextWidth(HDC device, HWND control, const std::wstring& text) {
-    RECT measured = {};
-    const HGDIOBJ previous = SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)));
-    DrawTextW(device, text.c_str(), -1, &measured, DT_SINGLELINE | DT_CALCRECT | DT_NOPREFIX);
-    SelectObject(device, previous);
-    return measured.right;
+LONG TextWidth(HWND control, const std::wstring& text) {
+    return TextSize(control, FontOf(control), text).cx;
 }
 
 }  // namespace
@@ -51,8 +47,7 @@ void CExSeparator::OnDraw(HDC device, const RECT& area) {
     const std::wstring text = Text();
     DrawControlText(device, Handle(), text.c_str(), area, Paint().GetColor(ThemeColor::SeparatorText), DT_NOPREFIX);
     const int middle = (area.top + area.bottom) / 2;
-    const RECT line = {area.left + TextWidth(device, Handle(), text) + ScaleForDpi(8), middle, area.right,
-                       middle + ScaleForDpi(1)};
+    const RECT line = {area.left + TextWidth(Handle(), text) + ScaleForDpi(8), middle, area.right, middle + ScaleForDpi(1)};
     FillRect(device, &line, Paint().GetBrush(ThemeColor::SeparatorLine));
 }
 
@@ -78,11 +73,8 @@ void CExNote::ShowTip() {
     const std::wstring text = Text();
     RECT place = {};
     GetWindowRect(Handle(), &place);
-    const HDC device = GetDC(Handle());
-    const int width = TextWidth(device, Handle(), text);
-    ReleaseDC(Handle(), device);
-    if (width <= place.right - place.left) return;
-    m_tip.Show(Handle(), text, reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0)), place);
+    if (TextWidth(Handle(), text) <= place.right - place.left) return;
+    m_tip.Show(Handle(), text, FontOf(Handle()), place);
 }
 
 int CExComboBox::AddItem(const std::wstring& text, std::uint64_t data, int position) {

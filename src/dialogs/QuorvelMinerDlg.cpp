@@ -314,13 +314,11 @@ void CQuorvelMinerDlg::OnSelectionChanged() {
 
 bool CQuorvelMinerDlg::PaintIcon() {
     if (!IsIconic(Handle())) return false;
-    PAINTSTRUCT paint = {};
-    const HDC device = BeginPaint(Handle(), &paint);
+    const CPaintDC paint(Handle());
     RECT client = {};
     GetClientRect(Handle(), &client);
     const int width = GetSystemMetrics(SM_CXICON);
     const int height = GetSystemMetrics(SM_CYICON);
-    DrawIcon(device, (client.right - width + 1) / 2, (client.bottom - height + 1) / 2, m_looks.icon);
-    EndPaint(Handle(), &paint);
+    DrawIcon(paint.Get(), (client.right - width + 1) / 2, (client.bottom - height + 1) / 2, m_looks.icon);
     return true;
 }

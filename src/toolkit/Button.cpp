@@ -1,7 +1,7 @@
 #include "toolkit/Button.h"
 
-#include "toolkit/BufferedPaint.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 
 namespace {
 
@@ -14,14 +14,12 @@ void DrawCheckMark(HDC device, const RECT& box, const CXTPPaintManager& paint, b
     FrameRect(device, &box, paint.GetBrush(border));
     if (!checked) return;
     const COLORREF color = enabled ? paint.GetColor(ThemeColor::Accent) : paint.GetColor(COLOR_GRAYTEXT);
-    const HPEN pen = CreatePen(PS_SOLID, ScaleForDpi(2), color);
-    const HGDIOBJ previous = SelectObject(device, pen);
+    const PenHandle pen(CreatePen(PS_SOLID, ScaleForDpi(2), color));
+    const CSelection selection(device, pen.get());
     const int size = box.right - box.left;
     MoveToEx(device, box.left + size / 4, box.top + size / 2, nullptr);
     LineTo(device, box.left + size * 9 / 20, box.top + size * 7 / 10);
     LineTo(device, box.left + size * 4 / 5, box.top + size / 4);
-    SelectObject(device, previous);
-    DeleteObject(pen);
 }
 
 void CXTPButton::OnDraw(HDC device, const RECT& area) {

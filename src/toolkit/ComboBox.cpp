@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "toolkit/BufferedPaint.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 
 namespace {
@@ -16,13 +16,11 @@ void DrawArrow(HDC device, const RECT& place, COLORREF color) {
     const int half = ScaleForDpi(kArrowAt96Dpi) / 2;
     const int x = (place.left + place.right) / 2;
     const int y = (place.top + place.bottom) / 2 - half / 2;
-    const HPEN pen = CreatePen(PS_SOLID, ScaleForDpi(1), color);
-    const HGDIOBJ previous = SelectObject(device, pen);
+    const PenHandle pen(CreatePen(PS_SOLID, ScaleForDpi(1), color));
+    const CSelection selection(device, pen.get());
     MoveToEx(device, x - half, y, nullptr);
     LineTo(device, x, y + half);
     LineTo(device, x + half + 1, y - 1);
-    SelectObject(device, previous);
-    DeleteObject(pen);
 }
 
 std::wstring ItemText(HWND combo, LRESULT item) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageArguments.h"
 #include "toolkit/Wnd.h"
 
@@ -32,9 +33,9 @@ void DrawGlyph(HDC device, const RECT& place, LRESULT button, bool maximized, CO
     const int width = ScaleForDpi(1);
     const int left = (place.left + place.right - size) / 2;
     const int top = (place.top + place.bottom - size) / 2;
-    const HPEN pen = CreatePen(PS_SOLID, width, color);
-    const HGDIOBJ previousPen = SelectObject(device, pen);
-    const HGDIOBJ previousBrush = SelectObject(device, GetStockObject(NULL_BRUSH));
+    const PenHandle pen(CreatePen(PS_SOLID, width, color));
+    const CSelection outline(device, pen.get());
+    const CSelection inside(device, GetStockObject(NULL_BRUSH));
     if (button == HTMINBUTTON) {
         MoveToEx(device, left, top + size / 2, nullptr);
         LineTo(device, left + size, top + size / 2);
@@ -54,16 +55,13 @@ void DrawGlyph(HDC device, const RECT& place, LRESULT button, bool maximized, CO
     } else {
         Rectangle(device, left, top, left + size, top + size);
     }
-    SelectObject(device, previousBrush);
-    SelectObject(device, previousPen);
-    DeleteObject(pen);
 }
 
-HFONT CaptionFont() {
+FontHandle CaptionFont() {
     NONCLIENTMETRICSW metrics = {};
     metrics.cbSize = sizeof(metrics);
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics.cbSize, &metrics, 0);
-    return CreateFontIndirectW(&metrics.lfMessageFont);
+    return FontHandle(CreateFontIndirectW(&metrics.lfMessageFont));
 }
 
 // Where the desktop is composed, the system would draw its own frame over ours.
@@ -265,24 +263,17 @@ std::optional<LRESULT> CXTPCommandBarsFrameHook::OnPressedMessage(UINT message, 
 
 void CXTPCommandBarsFrameHook::Draw() const {
     if (m_window == nullptr || !IsWindowVisible(m_window) || IsIconic(m_window)) return;
-    const HDC device = GetWindowDC(m_window);
-    if (device == nullptr) return;
+    const CWindowDC device(m_window, CWindowDC::Area::Whole);
+    if (device.Get() == nullptr) return;
     const FrameLayout layout = Layout();
     const RECT whole = {0, 0, layout.window.cx, layout.window.cy};
     const RECT caption = {0, 0, layout.window.cx, layout.inset + layout.caption};
 
-    const HDC memory = CreateCompatibleDC(device);
-    const HBITMAP bitmap = CreateCompatibleBitmap(device, caption.right, caption.bottom);
-    const HGDIOBJ previous = SelectObject(memory, bitmap);
-    DrawCaption(memory, caption, layout);
-    BitBlt(device, 0, 0, caption.right, caption.bottom, memory, 0, 0, SRCCOPY);
-    SelectObject(memory, previous);
-    DeleteObject(bitmap);
-    DeleteDC(memory);
-
+    const CMemoryBitmap memory(device.Get(), {caption.right, caption.bottom});
+    DrawCaption(memory.Device(), caption, layout);
+    memory.CopyTo(device.Get(), caption);
     if (layout.inset == 0)
-        FrameRect(device, &whole, m_paint->GetBrush(m_active ? ThemeColor::FrameActive : ThemeColor::FrameInactive));
-    ReleaseDC(m_window, device);
+        FrameRect(device.Get(), &whole, m_paint->GetBrush(m_active ? ThemeColor::FrameActive : ThemeColor::FrameInactive));
 }
 
 void CXTPCommandBarsFrameHook::DrawCaption(HDC device, const RECT& area, const FrameLayout& layout) const {
@@ -303,15 +294,13 @@ void CXTPCommandBarsFrameHook::DrawCaption(HDC device, const RECT& area, const F
         textRight = std::min(textRight, place.left);
         DrawButton(device, layout, button);
     }
-    const HFONT font = CaptionFont();
-    const HGDIOBJ previous = SelectObject(device, font);
+    const FontHandle font = CaptionFont();
+    const CSelection selection(device, font.get());
     SetBkMode(device, TRANSPARENT);
     SetTextColor(device, m_paint->GetColor(m_active ? ThemeColor::CaptionText : ThemeColor::CaptionTextInactive));
     RECT text = {textLeft, layout.inset, textRight, layout.inset + layout.caption};
     const std::wstring title = TextOfWindow(m_window);
     DrawTextW(device, title.c_str(), -1, &text, DT_SINGLELINE | DT_VCENTER | DT_END_ELLIPSIS | DT_NOPREFIX);
-    SelectObject(device, previous);
-    DeleteObject(font);
 }
 
 void CXTPCommandBarsFrameHook::DrawButton(HDC device, const FrameLayout& layout, LRESULT button) const {

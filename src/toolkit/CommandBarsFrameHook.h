@@ -25,7 +25,6 @@ class CXTPCommandBarsFrameHook {
     // paint outlives the hook.
     void AttachFrame(HWND window, const CXTPPaintManager& paint);
     void DetachFrame();
-    bool IsAttached() const { return m_window != nullptr; }
 
     // To be asked first for each message of the window. Nothing: the message goes its usual way.
     std::optional<LRESULT> OnFrameMessage(UINT message, WPARAM wParam, LPARAM lParam);

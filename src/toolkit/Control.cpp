@@ -1,6 +1,6 @@
 #include "toolkit/Control.h"
 
-#include "toolkit/BufferedPaint.h"
+#include "toolkit/Gdi.h"
 
 COLORREF CXTPControl::BorderColor() const {
     const bool enabled = IsEnabled();

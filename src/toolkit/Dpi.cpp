@@ -1,10 +1,7 @@
 #include "toolkit/Dpi.h"
 
-#include <windows.h>
+#include "toolkit/Gdi.h"
 
 int ScaleForDpi(int pixelsAt96Dpi) {
-    const HDC screen = GetDC(nullptr);
-    const int dpi = GetDeviceCaps(screen, LOGPIXELSY);
-    ReleaseDC(nullptr, screen);
-    return MulDiv(pixelsAt96Dpi, dpi, 96);
+    return MulDiv(pixelsAt96Dpi, GetDeviceCaps(CWindowDC(nullptr).Get(), LOGPIXELSY), 96);
 }

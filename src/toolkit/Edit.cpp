@@ -1,19 +1,13 @@
 #include "toolkit/Edit.h"
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 
 namespace {
 
 // What the text needs, by the field's font.
 int TextHeight(HWND window) {
-    const HDC device = GetDC(window);
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0));
-    const HGDIOBJ previous = font != nullptr ? SelectObject(device, font) : nullptr;
-    TEXTMETRICW metrics = {};
-    GetTextMetricsW(device, &metrics);
-    if (previous != nullptr) SelectObject(device, previous);
-    ReleaseDC(window, device);
-    return metrics.tmHeight;
+    return FontHeight(window, FontOf(window));
 }
 
 }  // namespace
@@ -90,7 +84,8 @@ LRESULT CXTPEdit::Colors(HDC device) const {
 }
 
 void CXTPEdit::DrawBorder() const {
-    const HDC device = GetWindowDC(Handle());
+    const CWindowDC screen(Handle(), CWindowDC::Area::Whole);
+    const HDC device = screen.Get();
     RECT window = {};
     GetWindowRect(Handle(), &window);
     RECT client = {};
@@ -101,20 +96,14 @@ void CXTPEdit::DrawBorder() const {
     ExcludeClipRect(device, client.left, client.top, client.right, client.bottom);
     FillRect(device, &window, Paint().GetBrush(Paint().GetColor(IsEnabled() ? COLOR_WINDOW : COLOR_BTNFACE)));
     FrameRect(device, &window, Paint().GetBrush(BorderColor()));
-    ReleaseDC(Handle(), device);
 }
 
 void CXTPEdit::ShowTip() {
     const bool isHidden = SendMessageW(Handle(), EM_GETPASSWORDCHAR, 0, 0) != 0;
     const std::wstring text = Text();
     if (isHidden || text.empty()) return;
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(Handle(), WM_GETFONT, 0, 0));
-    const HDC device = GetDC(Handle());
-    const HGDIOBJ previous = font != nullptr ? SelectObject(device, font) : nullptr;
-    SIZE size = {};
-    GetTextExtentPoint32W(device, text.c_str(), static_cast<int>(text.size()), &size);
-    if (previous != nullptr) SelectObject(device, previous);
-    ReleaseDC(Handle(), device);
+    const HFONT font = FontOf(Handle());
+    const SIZE size = TextSize(Handle(), font, text);
     RECT place = {};
     SendMessageW(Handle(), EM_GETRECT, 0, reinterpret_cast<LPARAM>(&place));
     if (size.cx <= place.right - place.left) return;

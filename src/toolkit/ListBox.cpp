@@ -1,8 +1,8 @@
 #include "toolkit/ListBox.h"
 
-#include "toolkit/BufferedPaint.h"
 #include "toolkit/Button.h"
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 
 namespace {

@@ -6,7 +6,7 @@ COLORREF CXTPPaintManager::GetColor(int systemIndex) const {
 }
 
 HBRUSH CXTPPaintManager::GetBrush(COLORREF color) const {
-    BrushPointer& brush = m_brushes[color];
+    BrushHandle& brush = m_brushes[color];
     if (brush == nullptr) brush.reset(CreateSolidBrush(color));
     return brush.get();
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include "toolkit/Gdi.h"
 
 // Colours of a look that Windows has no system index for.
 enum class ThemeColor {
@@ -78,13 +79,8 @@ class CXTPPaintManager {
     void SetPalette(const ThemePalette& palette);
 
   private:
-    struct ObjectDeleter {
-        void operator()(HBRUSH brush) const { DeleteObject(brush); }
-    };
-    using BrushPointer = std::unique_ptr<std::remove_pointer_t<HBRUSH>, ObjectDeleter>;
-
     ThemePalette m_palette;
-    mutable std::map<COLORREF, BrushPointer> m_brushes;
+    mutable std::map<COLORREF, BrushHandle> m_brushes;
 };
 
 // Sends WM_THEMECHANGED to the window and its descendants, which read their colours again, and redraws them, frames too.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 
 namespace {
@@ -85,13 +86,13 @@ void CXTPScrolledList::ScrollTo(int position) {
 }
 
 void CXTPScrolledList::DrawFrame() const {
-    const HDC device = GetWindowDC(Handle());
+    const CWindowDC screen(Handle(), CWindowDC::Area::Whole);
+    const HDC device = screen.Get();
     RECT window = {};
     GetWindowRect(Handle(), &window);
     OffsetRect(&window, -window.left, -window.top);
     FrameRect(device, &window, Paint().GetBrush(BorderColor()));
     if (m_hasBar) m_bar.Draw(device, Paint());
-    ReleaseDC(Handle(), device);
 }
 
 bool CXTPScrolledList::OnCalcSize(RECT& client) const {

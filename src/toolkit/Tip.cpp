@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 
 namespace {
 
@@ -61,29 +62,25 @@ void CXTPTip::Hide() {
 }
 
 SIZE CXTPTip::Measure(HWND owner) const {
-    const HDC dc = GetDC(owner);
-    const HGDIOBJ former = SelectObject(dc, m_font);
+    const CWindowDC dc(owner);
+    const CSelection selection(dc.Get(), m_font);
     RECT rect = {0, 0, ScaleForDpi(480), 0};
-    DrawTextW(dc, m_text.data(), static_cast<int>(m_text.size()), &rect, kFormat | DT_CALCRECT);
-    SelectObject(dc, former);
-    ReleaseDC(owner, dc);
+    DrawTextW(dc.Get(), m_text.data(), static_cast<int>(m_text.size()), &rect, kFormat | DT_CALCRECT);
     return {rect.right + 2 * Margin().cx, rect.bottom + 2 * Margin().cy};
 }
 
 void CXTPTip::Paint() const {
-    PAINTSTRUCT paint = {};
-    const HDC dc = BeginPaint(m_handle, &paint);
+    const CPaintDC paint(m_handle);
+    const HDC dc = paint.Get();
     RECT rect = {};
     GetClientRect(m_handle, &rect);
     FillRect(dc, &rect, m_paintManager.GetBrush(m_paintManager.GetColor(COLOR_INFOBK)));
     FrameRect(dc, &rect, m_paintManager.GetBrush(ThemeColor::FieldBorder));
     InflateRect(&rect, static_cast<int>(-Margin().cx), static_cast<int>(-Margin().cy));
-    const HGDIOBJ former = SelectObject(dc, m_font);
+    const CSelection selection(dc, m_font);
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, m_paintManager.GetColor(COLOR_INFOTEXT));
     DrawTextW(dc, m_text.data(), static_cast<int>(m_text.size()), &rect, kFormat);
-    SelectObject(dc, former);
-    EndPaint(m_handle, &paint);
 }
 
 LRESULT CALLBACK CXTPTip::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

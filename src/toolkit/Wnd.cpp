@@ -28,28 +28,13 @@ CWnd::~CWnd() {
 }
 
 bool CWnd::CreateMessageOnly() {
-    WindowSpec spec;
-    spec.style = 0;
-    spec.extendedStyle = 0;
-    return Create(spec, HWND_MESSAGE);
-}
-
-bool CWnd::CreateTopLevel(const WindowSpec& spec) {
-    return Create(spec, nullptr);
-}
-
-bool CWnd::Create(const WindowSpec& spec, HWND parent) {
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.lpfnWndProc = &CWnd::Procedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.hIcon = spec.icon;
-    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
-    windowClass.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
     windowClass.lpszClassName = kClassName;
     if (RegisterClassExW(&windowClass) == 0 && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return false;
-    return CreateWindowExW(spec.extendedStyle, kClassName, spec.title, spec.style, CW_USEDEFAULT, CW_USEDEFAULT, spec.width,
-                           spec.height, parent, nullptr, windowClass.hInstance, this) != nullptr;
+    return CreateWindowExW(0, kClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, windowClass.hInstance, this) != nullptr;
 }
 
 bool CWnd::SubclassWindow(HWND window) {

@@ -2,16 +2,6 @@
 #include <windows.h>
 #include <string>
 
-// How a top-level window is made.
-struct WindowSpec {
-    const wchar_t* title = L"";
-    DWORD style = WS_OVERLAPPEDWINDOW;
-    DWORD extendedStyle = WS_EX_APPWINDOW;
-    int width = CW_USEDEFAULT;
-    int height = CW_USEDEFAULT;
-    HICON icon = nullptr;
-};
-
 // A dialog asks its controls for their colours with the WM_CTLCOLOR message plus this; a brush is the answer, 0 leaves it to
 // the dialog. Likewise for WM_DRAWITEM and WM_MEASUREITEM (TRUE when done).
 inline constexpr UINT kReflected = WM_USER + 0x1C00;
@@ -29,7 +19,6 @@ class CWnd {
     CWnd& operator=(const CWnd&) = delete;
 
     bool CreateMessageOnly();
-    bool CreateTopLevel(const WindowSpec& spec);
     // Takes over the messages of a window that somebody else made, until it is destroyed.
     bool SubclassWindow(HWND window);
     bool SubclassDlgItem(HWND dialog, int id) { return SubclassWindow(GetDlgItem(dialog, id)); }
@@ -50,7 +39,6 @@ class CWnd {
     virtual void PreSubclassWindow() {}
 
   private:
-    bool Create(const WindowSpec& spec, HWND parent);
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     static LRESULT CALLBACK SubclassProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void Release();

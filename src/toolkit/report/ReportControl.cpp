@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/report/ReportNotification.h"
 #include "toolkit/report/ReportText.h"
 
@@ -13,15 +14,10 @@ namespace {
 constexpr wchar_t kClassName[] = L"QuorvelReport";
 
 ReportMetrics MetricsFor(HWND window, HFONT font) {
-    const HDC dc = GetDC(window);
-    const HGDIOBJ former = SelectObject(dc, font);
-    TEXTMETRICW text = {};
-    GetTextMetricsW(dc, &text);
-    SelectObject(dc, former);
-    ReleaseDC(window, dc);
+    const int textHeight = FontHeight(window, font);
     ReportMetrics metrics;
-    metrics.rowHeight = static_cast<int>(text.tmHeight) + ScaleForDpi(6);
-    metrics.headerHeight = static_cast<int>(text.tmHeight) + ScaleForDpi(9);
+    metrics.rowHeight = textHeight + ScaleForDpi(6);
+    metrics.headerHeight = textHeight + ScaleForDpi(9);
     metrics.scrollBar = ScaleForDpi(10);
     metrics.minThumb = ScaleForDpi(20);
     metrics.padding = ScaleForDpi(6);
@@ -70,7 +66,7 @@ bool CXTPReportControl::Attach(HWND control) {
     m_handle = control;
     SetWindowLongPtrW(control, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
     // The dialog has sent its font before.
-    m_setFont = reinterpret_cast<HFONT>(SendMessageW(GetParent(control), WM_GETFONT, 0, 0));
+    m_setFont = FontOf(GetParent(control));
     Begin();
     return true;
 }
@@ -155,11 +151,11 @@ void CXTPReportControl::InvalidateRow(int row) {
 // In one call: each one is a round trip to the window system.
 void CXTPReportControl::InvalidateCells(const std::vector<RECT>& cells) {
     if (cells.empty()) return;
-    const ReportRegion region(CreateRectRgn(0, 0, 0, 0));
+    const RegionHandle region(CreateRectRgn(0, 0, 0, 0));
     for (const RECT& cell : cells) {
         RECT visible = {};
         IntersectRect(&visible, &cell, &m_state.layout.rows);
-        const ReportRegion one(CreateRectRgnIndirect(&visible));
+        const RegionHandle one(CreateRectRgnIndirect(&visible));
         CombineRgn(region.get(), region.get(), one.get(), RGN_OR);
     }
     InvalidateRgn(m_handle, region.get(), FALSE);
@@ -204,12 +200,9 @@ void CXTPReportControl::PlaceScrollBars() {
 
 void CXTPReportControl::Paint() {
     std::vector<RECT> torn;
-    const ReportRegion region(CreateRectRgn(0, 0, 0, 0));
+    const RegionHandle region(CreateRectRgn(0, 0, 0, 0));
     GetUpdateRgn(m_handle, region.get(), FALSE);
-    PAINTSTRUCT paint = {};
-    const HDC dc = BeginPaint(m_handle, &paint);
-    Draw(dc, region.get(), torn);
-    EndPaint(m_handle, &paint);
+    Draw(CPaintDC(m_handle).Get(), region.get(), torn);
     InvalidateCells(torn);
 }
 
@@ -227,9 +220,8 @@ void CXTPReportControl::DrawBorder() const {
     RECT rect = {};
     GetWindowRect(m_handle, &rect);
     OffsetRect(&rect, static_cast<int>(-rect.left), static_cast<int>(-rect.top));
-    const HDC dc = GetWindowDC(m_handle);
-    FrameRect(dc, &rect, m_paintManager.GetBrush(ThemeColor::FieldBorder));
-    ReleaseDC(m_handle, dc);
+    const CWindowDC dc(m_handle, CWindowDC::Area::Whole);
+    FrameRect(dc.Get(), &rect, m_paintManager.GetBrush(ThemeColor::FieldBorder));
 }
 
 void CXTPReportControl::SetHasFocus(bool hasFocus) {
@@ -262,7 +254,7 @@ std::optional<LRESULT> CXTPReportControl::OnWindowMessage(UINT message, WPARAM w
             std::vector<RECT> torn;
             RECT client = {};
             GetClientRect(m_handle, &client);
-            const ReportRegion all(CreateRectRgnIndirect(&client));
+            const RegionHandle all(CreateRectRgnIndirect(&client));
             Draw(reinterpret_cast<HDC>(wParam), all.get(), torn);
             RedrawAll();  // the window itself shows older cells than those remembered
             return 0;

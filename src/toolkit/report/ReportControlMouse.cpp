@@ -219,7 +219,7 @@ bool CXTPReportControl::ShowDividerCursor() const {
 bool CXTPReportControl::IsTextCut(const ReportHit& cell, const std::wstring& text) const {
     RECT visible = m_state.CellRect(cell.row, cell.column);
     IntersectRect(&visible, &visible, &m_state.layout.rows);
-    return ReportTextWidth(m_handle, m_state.font, text) > visible.right - visible.left - 2 * m_state.metrics.padding;
+    return TextSize(m_handle, m_state.font, text).cx > visible.right - visible.left - 2 * m_state.metrics.padding;
 }
 
 void CXTPReportControl::ShowTip() {

@@ -1,4 +1,5 @@
 #include "toolkit/report/ReportText.h"
+#include "toolkit/Gdi.h"
 
 #include <algorithm>
 #include <cmath>
@@ -72,8 +73,9 @@ std::wstring ReportText(const ReportState& state, std::size_t enough) {
 int ReportContentWidth(HWND window, const ReportState& state, int column) {
     constexpr int kMostRows = 1000;
     const CXTPReportColumn& measured = state.columns[static_cast<std::size_t>(column)];
-    const HDC dc = GetDC(window);
-    const HGDIOBJ former = SelectObject(dc, state.font);
+    const CWindowDC screen(window);
+    const HDC dc = screen.Get();
+    const CSelection selection(dc, state.font);
     int widest = TextWidth(dc, measured.Caption());
     const int first = std::clamp(state.scroll.topRow - kMostRows / 2, 0, std::max(state.rowCount - kMostRows, 0));
     ReportItemMetrics metrics;
@@ -81,16 +83,5 @@ int ReportContentWidth(HWND window, const ReportState& state, int column) {
         state.Row(row).GetItemMetrics(measured.ItemIndex(), metrics);
         widest = std::max(widest, TextWidth(dc, metrics.text));
     }
-    SelectObject(dc, former);
-    ReleaseDC(window, dc);
     return widest + 2 * state.metrics.padding + 1;
-}
-
-int ReportTextWidth(HWND window, HFONT font, const std::wstring& text) {
-    const HDC dc = GetDC(window);
-    const HGDIOBJ former = SelectObject(dc, font);
-    const int width = TextWidth(dc, text);
-    SelectObject(dc, former);
-    ReleaseDC(window, dc);
-    return width;
 }

@@ -14,4 +14,3 @@ std::wstring ReportText(const ReportState& state, std::size_t enough);
 // The width that the column's caption and texts need, in pixels. Of a long grid only rows near the visible ones are
 // measured.
 int ReportContentWidth(HWND window, const ReportState& state, int column);
-int ReportTextWidth(HWND window, HFONT font, const std::wstring& text);

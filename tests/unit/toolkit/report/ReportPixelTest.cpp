@@ -64,7 +64,7 @@ TEST_F(ReportPixels, AnEmptyGridShowsItsTextInTheMiddle) {
     EXPECT_EQ(TextBegin(), 300);
     const std::wstring text = L"Nothing to see here";
     m_report.SetEmptyText(text);
-    const int width = ReportTextWidth(m_report.Handle(), static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), text);
+    const LONG width = TextSize(m_report.Handle(), static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), text).cx;
     EXPECT_NEAR(TextBegin(), (300 - width) / 2, 2);
     ShowRows(1);
     EXPECT_EQ(PixelAt(150, 120), kFace);
