@@ -4,10 +4,10 @@
 
 #include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
+#include "toolkit/MessageMap.h"
 
 namespace {
 
-constexpr wchar_t kClassName[] = L"QuorvelTip";
 constexpr UINT kFormat = DT_NOPREFIX | DT_WORDBREAK;
 
 RECT WorkArea(const RECT& place) {
@@ -21,26 +21,11 @@ SIZE Margin() {
     return {ScaleForDpi(6), ScaleForDpi(3)};
 }
 
-bool RegisterTipClass(WNDPROC procedure) {
-    WNDCLASSEXW windowClass = {};
-    windowClass.cbSize = sizeof(windowClass);
-    windowClass.lpfnWndProc = procedure;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
-    windowClass.lpszClassName = kClassName;
-    return RegisterClassExW(&windowClass) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
-}
-
 }  // namespace
 
-CXTPTip::~CXTPTip() {
-    Hide();
-}
-
 void CXTPTip::Show(HWND owner, const std::wstring& text, HFONT font, const RECT& cell) {
-    if (m_handle != nullptr && text == m_text && EqualRect(&cell, &m_cell)) return;
+    if (IsShown() && text == m_text && EqualRect(&cell, &m_cell)) return;
     Hide();
-    if (!RegisterTipClass(&CXTPTip::Procedure)) return;
     m_text = text;
     m_font = font;
     m_cell = cell;
@@ -50,15 +35,14 @@ void CXTPTip::Show(HWND owner, const std::wstring& text, HFONT font, const RECT&
     const LONG left = std::max(area.left, std::min(cell.left, area.right - size.cx));
     const LONG below = cell.bottom + gap;
     const LONG top = below + size.cy <= area.bottom ? below : cell.top - gap - size.cy;
-    m_handle =
-        CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE, kClassName, m_text.c_str(), WS_POPUP,
-                        static_cast<int>(left), static_cast<int>(top), static_cast<int>(size.cx), static_cast<int>(size.cy),
-                        GetAncestor(owner, GA_ROOT), nullptr, GetModuleHandleW(nullptr), this);
-    if (m_handle != nullptr) ShowWindow(m_handle, SW_SHOWNOACTIVATE);
-}
-
-void CXTPTip::Hide() {
-    if (m_handle != nullptr) DestroyWindow(m_handle);
+    WindowSpec spec;
+    spec.className = L"QuorvelTip";
+    spec.text = m_text.c_str();
+    spec.style = WS_POPUP;
+    spec.extendedStyle = WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_NOACTIVATE;
+    spec.place = {left, top, left + size.cx, top + size.cy};
+    spec.parent = GetAncestor(owner, GA_ROOT);
+    if (Create(spec)) ShowWindow(Handle(), SW_SHOWNOACTIVATE);
 }
 
 SIZE CXTPTip::Measure(HWND owner) const {
@@ -70,10 +54,10 @@ SIZE CXTPTip::Measure(HWND owner) const {
 }
 
 void CXTPTip::Paint() const {
-    const CPaintDC paint(m_handle);
+    const CPaintDC paint(Handle());
     const HDC dc = paint.Get();
     RECT rect = {};
-    GetClientRect(m_handle, &rect);
+    GetClientRect(Handle(), &rect);
     FillRect(dc, &rect, m_paintManager.GetBrush(m_paintManager.GetColor(COLOR_INFOBK)));
     FrameRect(dc, &rect, m_paintManager.GetBrush(ThemeColor::FieldBorder));
     InflateRect(&rect, static_cast<int>(-Margin().cx), static_cast<int>(-Margin().cy));
@@ -83,27 +67,12 @@ void CXTPTip::Paint() const {
     DrawTextW(dc, m_text.data(), static_cast<int>(m_text.size()), &rect, kFormat);
 }
 
-LRESULT CALLBACK CXTPTip::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        auto* self = static_cast<CXTPTip*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
-        self->m_handle = window;
-        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-    }
-    auto* self = reinterpret_cast<CXTPTip*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
-    switch (message) {
-        case WM_PAINT:
-            self->Paint();
-            return 0;
-        case WM_ERASEBKGND:
-            return 1;
-        case WM_NCHITTEST:
-            return HTTRANSPARENT;
-        case WM_NCDESTROY:
-            self->m_handle = nullptr;
-            break;
-        default:
-            break;
-    }
-    return DefWindowProcW(window, message, wParam, lParam);
+LRESULT CXTPTip::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    static constexpr std::array kMap = {
+        MapMessage<WM_PAINT, &CXTPTip::Paint>(),
+        MapMessage<WM_ERASEBKGND, &CXTPTip::OnEraseBackground>(),
+        MapMessage<WM_NCHITTEST, &CXTPTip::OnHitTest>(),
+    };
+    if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
+    return CWnd::OnMessage(message, wParam, lParam);
 }

@@ -3,28 +3,28 @@
 #include <string>
 
 #include "toolkit/PaintManager.h"
+#include "toolkit/Wnd.h"
 
 // A small window that shows the full text of a cut cell or field. GUI thread.
-class CXTPTip {
+class CXTPTip final : private CWnd {
   public:
     explicit CXTPTip(const CXTPPaintManager& paintManager) : m_paintManager(paintManager) {}
-    ~CXTPTip();
-    CXTPTip(const CXTPTip&) = delete;
-    CXTPTip& operator=(const CXTPTip&) = delete;
+    ~CXTPTip() override { LetGo(); }
 
     // Below the rectangle (screen coordinates), or above it where there is no room; long texts are wrapped. The font is not
     // owned. Showing the text that is shown already changes nothing.
     void Show(HWND owner, const std::wstring& text, HFONT font, const RECT& cell);
-    void Hide();
-    bool IsShown() const { return m_handle != nullptr; }
+    void Hide() { DestroyWindow(); }
+    bool IsShown() const { return Handle() != nullptr; }
 
   private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void Paint() const;
+    LRESULT OnEraseBackground() const { return 1; }
+    LRESULT OnHitTest() const { return HTTRANSPARENT; }
     SIZE Measure(HWND owner) const;
 
     const CXTPPaintManager& m_paintManager;
-    HWND m_handle = nullptr;
     std::wstring m_text;
     HFONT m_font = nullptr;
     RECT m_cell = {};

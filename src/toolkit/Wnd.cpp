@@ -1,8 +1,8 @@
 #include "toolkit/Wnd.h"
 
-namespace {
+#include <utility>
 
-constexpr wchar_t kClassName[] = L"QuorvelWnd";
+namespace {
 
 CWnd* ObjectOf(HWND window) {
     return reinterpret_cast<CWnd*>(GetWindowLongPtrW(window, GWLP_USERDATA));
@@ -17,24 +17,39 @@ std::wstring TextOfWindow(HWND window) {
 }
 
 CWnd::~CWnd() {
-    // The derived part is gone: what the destruction sends is not for it any more.
+    LetGo();
+}
+
+void CWnd::LetGo() {
     if (m_handle == nullptr) return;
     if (m_original != nullptr) {
         Release();
         return;
     }
     SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
-    ::DestroyWindow(m_handle);
+    ::DestroyWindow(std::exchange(m_handle, nullptr));
 }
 
 bool CWnd::CreateMessageOnly() {
+    WindowSpec spec;
+    spec.parent = HWND_MESSAGE;
+    return Create(spec);
+}
+
+bool CWnd::Create(const WindowSpec& spec) {
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
+    windowClass.style = spec.classStyle;
     windowClass.lpfnWndProc = &CWnd::Procedure;
     windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.lpszClassName = kClassName;
+    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
+    windowClass.lpszClassName = spec.className;
     if (RegisterClassExW(&windowClass) == 0 && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) return false;
-    return CreateWindowExW(0, kClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, windowClass.hInstance, this) != nullptr;
+    const RECT& place = spec.place;
+    return CreateWindowExW(spec.extendedStyle, spec.className, spec.text, spec.style, static_cast<int>(place.left),
+                           static_cast<int>(place.top), static_cast<int>(place.right - place.left),
+                           static_cast<int>(place.bottom - place.top), spec.parent,
+                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(spec.id)), windowClass.hInstance, this) != nullptr;
 }
 
 bool CWnd::SubclassWindow(HWND window) {

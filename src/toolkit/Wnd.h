@@ -9,6 +9,18 @@ inline constexpr UINT kReflected = WM_USER + 0x1C00;
 // Of any window of this process.
 std::wstring TextOfWindow(HWND window);
 
+// What a window is made as; its class is registered with the first one. Without a parent a window of the desktop.
+struct WindowSpec {
+    const wchar_t* className = L"QuorvelWnd";
+    UINT classStyle = 0;
+    const wchar_t* text = L"";
+    DWORD style = 0;
+    DWORD extendedStyle = 0;
+    RECT place = {};
+    HWND parent = nullptr;
+    int id = 0;  // of a child
+};
+
 // A window whose messages go to a virtual operation. All of it belongs to one thread. The window is destroyed with the
 // object, unless it was there before (SubclassWindow): then it gets its own procedure back.
 class CWnd {
@@ -35,6 +47,11 @@ class CWnd {
     virtual LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) { return Default(message, wParam, lParam); }
     // What the system, or the window's own procedure, does, past every base.
     LRESULT Default(UINT message, WPARAM wParam, LPARAM lParam) const;
+    // The window has an arrow as its pointer and draws its own background.
+    bool Create(const WindowSpec& spec);
+    // Ends the window without a message to this object, as the destructor does: first in the destructor of a class whose
+    // members the messages use.
+    void LetGo();
     // Called when a window was taken over, before its next message.
     virtual void PreSubclassWindow() {}
 

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr wchar_t kClassName[] = L"QuorvelReport";
-
 ReportMetrics MetricsFor(HWND window, HFONT font) {
     const int textHeight = FontHeight(window, font);
     ReportMetrics metrics;
@@ -37,43 +35,23 @@ CXTPReportControl::CXTPReportControl(const CXTPPaintManager& paintManager)
 }
 
 CXTPReportControl::~CXTPReportControl() {
-    // The derived part is gone: what the destruction sends is not for it any more.
-    if (m_handle == nullptr) return;
-    SetWindowLongPtrW(m_handle, GWLP_USERDATA, 0);
-    DestroyWindow(m_handle);
-}
-
-bool CXTPReportControl::RegisterWindowClass() {
-    WNDCLASSEXW windowClass = {};
-    windowClass.cbSize = sizeof(windowClass);
-    windowClass.style = CS_DBLCLKS;
-    windowClass.lpfnWndProc = &CXTPReportControl::Procedure;
-    windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
-    windowClass.lpszClassName = kClassName;
-    return RegisterClassExW(&windowClass) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
+    LetGo();
 }
 
 bool CXTPReportControl::Create(HWND parent, int id, const RECT& place, DWORD style) {
-    if (!RegisterWindowClass()) return false;
-    return CreateWindowExW(0, kClassName, L"", style, static_cast<int>(place.left), static_cast<int>(place.top),
-                           static_cast<int>(place.right - place.left), static_cast<int>(place.bottom - place.top), parent,
-                           reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), this) != nullptr;
-}
-
-bool CXTPReportControl::Attach(HWND control) {
-    if (control == nullptr || m_handle != nullptr) return false;
-    m_handle = control;
-    SetWindowLongPtrW(control, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-    // The dialog has sent its font before.
-    m_setFont = FontOf(GetParent(control));
-    Begin();
-    return true;
+    WindowSpec spec;
+    spec.className = L"QuorvelReport";
+    spec.classStyle = CS_DBLCLKS;
+    spec.style = style;
+    spec.place = place;
+    spec.parent = parent;
+    spec.id = id;
+    return CWnd::Create(spec);
 }
 
 void CXTPReportControl::Begin() {
-    m_state.enabled = IsWindowEnabled(m_handle) != FALSE;
-    m_state.hasFocus = GetFocus() == m_handle;
+    m_state.enabled = IsWindowEnabled(Handle()) != FALSE;
+    m_state.hasFocus = GetFocus() == Handle();
     SetFont(m_setFont);
 }
 
@@ -91,7 +69,7 @@ int CXTPReportControl::ColumnWidth(int column) const {
 
 void CXTPReportControl::FitColumn(int column) {
     ReportColumnSize& size = m_state.sizes[static_cast<std::size_t>(column)];
-    size.width = std::max(size.minWidth, ReportContentWidth(m_handle, m_state, column));
+    size.width = std::max(size.minWidth, ReportContentWidth(Handle(), m_state, column));
     UpdateLayout();
 }
 
@@ -114,7 +92,7 @@ void CXTPReportControl::ResetState() {
 }
 
 void CXTPReportControl::Refresh() {
-    if (m_handle == nullptr || !IsWindowVisible(m_handle)) return;
+    if (Handle() == nullptr || !IsWindowVisible(Handle())) return;
     std::vector<RECT> changed;
     m_painter.FindChanged(m_state, changed);
     InvalidateCells(changed);
@@ -123,7 +101,7 @@ void CXTPReportControl::Refresh() {
 
 void CXTPReportControl::RedrawAll() {
     m_painter.Forget();
-    if (m_handle != nullptr) InvalidateRect(m_handle, nullptr, FALSE);
+    if (Handle() != nullptr) InvalidateRect(Handle(), nullptr, FALSE);
 }
 
 void CXTPReportControl::SetFocusedRow(int row) {
@@ -144,8 +122,8 @@ void CXTPReportControl::ChangeFocusedRow(int row) {
 void CXTPReportControl::InvalidateRow(int row) {
     const RECT rect = m_state.RowRect(row);
     RECT visible = {};
-    if (m_handle != nullptr && IntersectRect(&visible, &rect, &m_state.layout.rows))
-        InvalidateRect(m_handle, &visible, FALSE);
+    if (Handle() != nullptr && IntersectRect(&visible, &rect, &m_state.layout.rows))
+        InvalidateRect(Handle(), &visible, FALSE);
 }
 
 // In one call: each one is a round trip to the window system.
@@ -158,7 +136,7 @@ void CXTPReportControl::InvalidateCells(const std::vector<RECT>& cells) {
         const RegionHandle one(CreateRectRgnIndirect(&visible));
         CombineRgn(region.get(), region.get(), one.get(), RGN_OR);
     }
-    InvalidateRgn(m_handle, region.get(), FALSE);
+    InvalidateRgn(Handle(), region.get(), FALSE);
 }
 
 void CXTPReportControl::ScrollTo(ReportScroll scroll) {
@@ -177,13 +155,13 @@ std::wstring CXTPReportControl::Text() const {
 void CXTPReportControl::SetFont(HFONT font) {
     m_setFont = font;
     m_state.font = font != nullptr ? font : static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
-    m_state.metrics = MetricsFor(m_handle, m_state.font);
+    m_state.metrics = MetricsFor(Handle(), m_state.font);
     UpdateLayout();
 }
 
 void CXTPReportControl::UpdateLayout() {
     RECT client = {};
-    if (m_handle != nullptr) GetClientRect(m_handle, &client);
+    if (Handle() != nullptr) GetClientRect(Handle(), &client);
     m_state.layout = LayOutReport(m_state.sizes, {client.right, client.bottom}, m_state.rowCount, m_state.metrics);
     m_state.scroll = ClampReportScroll(m_state.layout, m_state.rowCount, m_state.scroll);
     PlaceScrollBars();
@@ -201,8 +179,8 @@ void CXTPReportControl::PlaceScrollBars() {
 void CXTPReportControl::Paint() {
     std::vector<RECT> torn;
     const RegionHandle region(CreateRectRgn(0, 0, 0, 0));
-    GetUpdateRgn(m_handle, region.get(), FALSE);
-    Draw(CPaintDC(m_handle).Get(), region.get(), torn);
+    GetUpdateRgn(Handle(), region.get(), FALSE);
+    Draw(CPaintDC(Handle()).Get(), region.get(), torn);
     InvalidateCells(torn);
 }
 
@@ -218,9 +196,9 @@ void CXTPReportControl::Draw(HDC dc, HRGN region, std::vector<RECT>& torn) {
 
 void CXTPReportControl::DrawBorder() const {
     RECT rect = {};
-    GetWindowRect(m_handle, &rect);
+    GetWindowRect(Handle(), &rect);
     OffsetRect(&rect, static_cast<int>(-rect.left), static_cast<int>(-rect.top));
-    const CWindowDC dc(m_handle, CWindowDC::Area::Whole);
+    const CWindowDC dc(Handle(), CWindowDC::Area::Whole);
     FrameRect(dc.Get(), &rect, m_paintManager.GetBrush(ThemeColor::FieldBorder));
 }
 
@@ -231,10 +209,10 @@ void CXTPReportControl::SetHasFocus(bool hasFocus) {
 }
 
 LRESULT CXTPReportControl::Notify(UINT code, int row, int column, POINT point) const {
-    if (m_handle == nullptr) return 0;
-    const int id = GetDlgCtrlID(m_handle);
-    ReportNotification notification = {{m_handle, static_cast<UINT_PTR>(id), code}, row, column, point};
-    return SendMessageW(GetParent(m_handle), WM_NOTIFY, static_cast<WPARAM>(id), reinterpret_cast<LPARAM>(&notification));
+    if (Handle() == nullptr) return 0;
+    const int id = GetDlgCtrlID(Handle());
+    ReportNotification notification = {{Handle(), static_cast<UINT_PTR>(id), code}, row, column, point};
+    return SendMessageW(GetParent(Handle()), WM_NOTIFY, static_cast<WPARAM>(id), reinterpret_cast<LPARAM>(&notification));
 }
 
 std::optional<LRESULT> CXTPReportControl::OnWindowMessage(UINT message, WPARAM wParam, LPARAM) {
@@ -253,18 +231,18 @@ std::optional<LRESULT> CXTPReportControl::OnWindowMessage(UINT message, WPARAM w
         case WM_PRINTCLIENT: {
             std::vector<RECT> torn;
             RECT client = {};
-            GetClientRect(m_handle, &client);
+            GetClientRect(Handle(), &client);
             const RegionHandle all(CreateRectRgnIndirect(&client));
             Draw(reinterpret_cast<HDC>(wParam), all.get(), torn);
             RedrawAll();  // the window itself shows older cells than those remembered
             return 0;
         }
         case WM_NCPAINT:
-            if (!HasBorder(m_handle)) return std::nullopt;
+            if (!HasBorder(Handle())) return std::nullopt;
             DrawBorder();
             return 0;
         case WM_THEMECHANGED:
-            RedrawWindow(m_handle, nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
+            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_FRAME);
             return 0;
         case WM_ENABLE:
             m_state.enabled = wParam != 0;
@@ -308,19 +286,5 @@ LRESULT CXTPReportControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
     std::optional<LRESULT> result = OnWindowMessage(message, wParam, lParam);
     if (!result) result = OnTextMessage(message, wParam, lParam);
     if (!result) result = OnInputMessage(message, wParam, lParam);
-    return result ? *result : DefWindowProcW(m_handle, message, wParam, lParam);
-}
-
-LRESULT CALLBACK CXTPReportControl::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    auto* self = reinterpret_cast<CXTPReportControl*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (message == WM_NCCREATE && self == nullptr) {
-        // Null when a dialog resource makes the control.
-        self = static_cast<CXTPReportControl*>(reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
-        if (self != nullptr) self->m_handle = window;
-        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-    }
-    if (self == nullptr) return DefWindowProcW(window, message, wParam, lParam);
-    const LRESULT result = self->OnMessage(message, wParam, lParam);
-    if (message == WM_NCDESTROY) self->m_handle = nullptr;
-    return result;
+    return result ? *result : CWnd::OnMessage(message, wParam, lParam);
 }

@@ -7,6 +7,7 @@
 
 #include "toolkit/PaintManager.h"
 #include "toolkit/Tip.h"
+#include "toolkit/Wnd.h"
 #include "toolkit/report/ReportPainter.h"
 #include "toolkit/report/ReportScrollBar.h"
 #include "toolkit/report/ReportState.h"
@@ -14,19 +15,12 @@
 // A grid in virtual mode: every cell is asked for when it is drawn. A child window of the class "QuorvelReport" that sends
 // its parent WM_NOTIFY with a ReportNotification. WM_GETTEXT gives the whole grid as text: cells separated by tabs, rows by
 // line feeds, the captions first. Belongs to one thread; must not be destroyed from within its own notifications.
-class CXTPReportControl {
+class CXTPReportControl : public CWnd {
   public:
     explicit CXTPReportControl(const CXTPPaintManager& paintManager);
-    virtual ~CXTPReportControl();
-    CXTPReportControl(const CXTPReportControl&) = delete;
-    CXTPReportControl& operator=(const CXTPReportControl&) = delete;
+    ~CXTPReportControl() override;
 
-    // Needed before a dialog is made from a resource that holds such a control.
-    static bool RegisterWindowClass();
     bool Create(HWND parent, int id, const RECT& place, DWORD style = WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_BORDER);
-    // Takes over a control that a dialog resource made.
-    bool Attach(HWND control);
-    HWND Handle() const { return m_handle; }
 
     void AddColumn(CXTPReportColumn column);
     int ColumnWidth(int column) const;  // as shown, in pixels
@@ -55,8 +49,7 @@ class CXTPReportControl {
     std::wstring Text() const;
 
   protected:
-    // Overridden to handle messages; WM_CREATE does not arrive at an attached control.
-    virtual LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
   private:
     // The pressed mouse button's work between down and up.
@@ -67,7 +60,6 @@ class CXTPReportControl {
         ReportLayout layout;
     };
 
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     // Nothing: the message is left to the system.
     std::optional<LRESULT> OnWindowMessage(UINT message, WPARAM wParam, LPARAM lParam);
     std::optional<LRESULT> OnTextMessage(UINT message, WPARAM wParam, LPARAM lParam);
@@ -110,7 +102,6 @@ class CXTPReportControl {
     }
 
     const CXTPPaintManager& m_paintManager;
-    HWND m_handle = nullptr;
     HFONT m_setFont = nullptr;  // by WM_SETFONT
     ReportState m_state;
     CReportPainter m_painter;

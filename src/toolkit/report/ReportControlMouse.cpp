@@ -55,7 +55,7 @@ LRESULT CXTPReportControl::OnGetDialogCode() const {
 bool CXTPReportControl::OnKeyDown(WPARAM key) {
     ForgetTip();
     if (key == kCopyKey && IsDown(VK_CONTROL) && !IsDown(VK_MENU)) {
-        if (m_state.focusedRow >= 0) CopyTextToClipboard(m_handle, ReportRowText(m_state, m_state.focusedRow));
+        if (m_state.focusedRow >= 0) CopyTextToClipboard(Handle(), ReportRowText(m_state, m_state.focusedRow));
         return true;
     }
     if (key == VK_LEFT || key == VK_RIGHT) {
@@ -70,19 +70,19 @@ bool CXTPReportControl::OnKeyDown(WPARAM key) {
 
 void CXTPReportControl::OnButtonDown(POINT point) {
     ForgetTip();
-    if (GetFocus() != m_handle) SetFocus(m_handle);
+    if (GetFocus() != Handle()) SetFocus(Handle());
     const ReportHit hit = HitTest(point);
     switch (hit.area) {
         case ReportArea::Divider:
             m_dividerDrag = DividerDrag{hit.column, static_cast<int>(point.x), m_state.sizes, m_state.layout};
-            SetCapture(m_handle);
+            SetCapture(Handle());
             break;
         case ReportArea::VerticalBar:
-            SetCapture(m_handle);
+            SetCapture(Handle());
             ScrollBarTo(ReportDirection::Vertical, m_verticalBar.Press(point));
             break;
         case ReportArea::HorizontalBar:
-            SetCapture(m_handle);
+            SetCapture(Handle());
             ScrollBarTo(ReportDirection::Horizontal, m_horizontalBar.Press(point));
             break;
         case ReportArea::Row:
@@ -91,14 +91,14 @@ void CXTPReportControl::OnButtonDown(POINT point) {
         default:
             break;
     }
-    if (m_verticalBar.IsPaging() || m_horizontalBar.IsPaging()) SetTimer(m_handle, kPageTimer, kFirstPageDelay, nullptr);
-    InvalidateRect(m_handle, &m_state.layout.verticalBar, FALSE);
-    InvalidateRect(m_handle, &m_state.layout.horizontalBar, FALSE);
+    if (m_verticalBar.IsPaging() || m_horizontalBar.IsPaging()) SetTimer(Handle(), kPageTimer, kFirstPageDelay, nullptr);
+    InvalidateRect(Handle(), &m_state.layout.verticalBar, FALSE);
+    InvalidateRect(Handle(), &m_state.layout.horizontalBar, FALSE);
 }
 
 void CXTPReportControl::OnRightButtonDown(POINT point) {
     ForgetTip();
-    if (GetFocus() != m_handle) SetFocus(m_handle);
+    if (GetFocus() != Handle()) SetFocus(Handle());
     const ReportHit hit = HitTest(point);
     if (hit.area == ReportArea::Row) SetFocusedRow(hit.row);
 }
@@ -137,40 +137,40 @@ void CXTPReportControl::OnMouseMove(POINT point) {
 
     const ReportHit hit = HitTest(point);
     if (m_verticalBar.SetHot(hit.area == ReportArea::VerticalBar))
-        InvalidateRect(m_handle, &m_state.layout.verticalBar, FALSE);
+        InvalidateRect(Handle(), &m_state.layout.verticalBar, FALSE);
     if (m_horizontalBar.SetHot(hit.area == ReportArea::HorizontalBar))
-        InvalidateRect(m_handle, &m_state.layout.horizontalBar, FALSE);
+        InvalidateRect(Handle(), &m_state.layout.horizontalBar, FALSE);
     if (hit == m_hovered) return;
     ForgetTip();
     m_hovered = hit;
-    TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE | TME_HOVER, m_handle, HOVER_DEFAULT};
+    TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE | TME_HOVER, Handle(), HOVER_DEFAULT};
     TrackMouseEvent(&track);
 }
 
 void CXTPReportControl::OnMouseLeave() {
     ForgetTip();
-    if (m_verticalBar.SetHot(false)) InvalidateRect(m_handle, &m_state.layout.verticalBar, FALSE);
-    if (m_horizontalBar.SetHot(false)) InvalidateRect(m_handle, &m_state.layout.horizontalBar, FALSE);
+    if (m_verticalBar.SetHot(false)) InvalidateRect(Handle(), &m_state.layout.verticalBar, FALSE);
+    if (m_horizontalBar.SetHot(false)) InvalidateRect(Handle(), &m_state.layout.horizontalBar, FALSE);
 }
 
 bool CXTPReportControl::OnPageTimer(WPARAM id) {
     if (id != kPageTimer) return false;
     POINT point = {};
     GetCursorPos(&point);
-    ScreenToClient(m_handle, &point);
-    SetTimer(m_handle, kPageTimer, kNextPageDelay, nullptr);
+    ScreenToClient(Handle(), &point);
+    SetTimer(Handle(), kPageTimer, kNextPageDelay, nullptr);
     if (m_verticalBar.IsPaging()) ScrollBarTo(ReportDirection::Vertical, m_verticalBar.RepeatPage(point));
     if (m_horizontalBar.IsPaging()) ScrollBarTo(ReportDirection::Horizontal, m_horizontalBar.RepeatPage(point));
     return true;
 }
 
 void CXTPReportControl::EndMousePress() {
-    KillTimer(m_handle, kPageTimer);
+    KillTimer(Handle(), kPageTimer);
     m_dividerDrag.reset();
     m_verticalBar.Release();
     m_horizontalBar.Release();
-    InvalidateRect(m_handle, &m_state.layout.verticalBar, FALSE);
-    InvalidateRect(m_handle, &m_state.layout.horizontalBar, FALSE);
+    InvalidateRect(Handle(), &m_state.layout.verticalBar, FALSE);
+    InvalidateRect(Handle(), &m_state.layout.horizontalBar, FALSE);
 }
 
 void CXTPReportControl::ScrollBarTo(ReportDirection direction, int position) {
@@ -210,7 +210,7 @@ std::optional<LRESULT> CXTPReportControl::OnSetCursor(WPARAM, LPARAM hit) const 
 bool CXTPReportControl::ShowDividerCursor() const {
     POINT point = {};
     GetCursorPos(&point);
-    ScreenToClient(m_handle, &point);
+    ScreenToClient(Handle(), &point);
     if (!m_dividerDrag && HitTest(point).area != ReportArea::Divider) return false;
     SetCursor(LoadCursorW(nullptr, MAKEINTRESOURCEW(32644)));  // the horizontal sizing arrows
     return true;
@@ -219,7 +219,7 @@ bool CXTPReportControl::ShowDividerCursor() const {
 bool CXTPReportControl::IsTextCut(const ReportHit& cell, const std::wstring& text) const {
     RECT visible = m_state.CellRect(cell.row, cell.column);
     IntersectRect(&visible, &visible, &m_state.layout.rows);
-    return TextSize(m_handle, m_state.font, text).cx > visible.right - visible.left - 2 * m_state.metrics.padding;
+    return TextSize(Handle(), m_state.font, text).cx > visible.right - visible.left - 2 * m_state.metrics.padding;
 }
 
 void CXTPReportControl::ShowTip() {
@@ -230,8 +230,8 @@ void CXTPReportControl::ShowTip() {
     if (!IsTextCut(m_hovered, metrics.text)) return m_tip.Hide();
     RECT cell = m_state.CellRect(m_hovered.row, m_hovered.column);
     IntersectRect(&cell, &cell, &m_state.layout.rows);
-    MapWindowPoints(m_handle, nullptr, reinterpret_cast<POINT*>(&cell), 2);
-    m_tip.Show(m_handle, metrics.text, m_state.font, cell);
+    MapWindowPoints(Handle(), nullptr, reinterpret_cast<POINT*>(&cell), 2);
+    m_tip.Show(Handle(), metrics.text, m_state.font, cell);
 }
 
 void CXTPReportControl::ForgetTip() {

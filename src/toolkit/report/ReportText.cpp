@@ -1,8 +1,9 @@
 #include "toolkit/report/ReportText.h"
-#include "toolkit/Gdi.h"
 
 #include <algorithm>
 #include <cmath>
+
+#include "toolkit/Gdi.h"
 
 namespace {
 
