@@ -117,7 +117,6 @@ TEST_F(Datasets, WorkersShareOneAndKeepItThroughAnotherEpoch) {
     ASSERT_NE(dataset, nullptr);
     EXPECT_EQ(second.Of(CacheOf(0)), dataset);
     EXPECT_EQ(first.Of(fee), nullptr);
-    EXPECT_EQ(second.Of(fee), nullptr);
     EXPECT_EQ(first.Of(mine), dataset);
     EXPECT_EQ(Lines(), 2u);
 }
