@@ -5,7 +5,7 @@
 #include <vector>
 #include "common/Messages.h"
 #include "config/MinerConfiguration.h"
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 
 // What the control channel needs of the program around it; supplied by the application, outlives the channel.
 //

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 #include "control/ControlCommands.h"
 #include "control/ControlHost.h"
 #include "net/NetworkInterfaceSocket.h"

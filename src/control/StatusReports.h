@@ -2,7 +2,7 @@
 #include <string>
 #include <string_view>
 #include "config/MinerConfiguration.h"
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 
 // The reports to a controller: each one line of JSON, its line feed included. Any thread; telemetry and counters are read
 // while they change, each number whole. Texts are not escaped: what drivers and pools write goes out byte for byte, so that

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 #include "common/Clock.h"
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 #include "mining/SessionState.h"
 
 // The trouble that lasts now, of all sessions, for those who come and ask. Any thread.

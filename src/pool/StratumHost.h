@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 #include "quorvel/plugin.h"
 
 // What a stratum session needs of its surroundings. Every operation is called on the session's I/O thread (DefaultWorkerName

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include "config/PoolError.h"
+#include "config/PoolEntry.h"
 
 using JsonValue = rapidjson::Value;
 
