@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/CodePage.h"
+#include "common/SharedWord.h"
 #include "config/GpuCounters.h"
 #include "mining/FeeSchedule.h"
 #include "mining/HashRateReport.h"
@@ -200,4 +201,26 @@ void CManagerCore::LogTotals() {
                               SpanText(m_fee.total) + L" for the developer" + counts;
     m_parts.shell.LogLine(text);
     m_parts.shell.LogMain(text);
+}
+
+namespace {
+
+void Clear(QvHistory& history) {
+    for (std::uint64_t& value : history.values)
+        WriteShared(value, 0);
+    for (std::uint64_t& word : history.bookkeeping)
+        WriteShared(word, 0);
+}
+
+}  // namespace
+
+void ClearStatistics(CMiningStatistics& statistics) {
+    for (std::uint64_t* word : {&statistics.reserved0, &statistics.accepted, &statistics.rejected, &statistics.stale,
+                                &statistics.solSpeed, &statistics.hashSpeed}) {
+        WriteShared(*word, 0);
+    }
+    WriteShared(statistics.lastTime, 0);
+    WriteShared(statistics.paused, 0);
+    Clear(statistics.hashHistory);
+    Clear(statistics.solHistory);
 }

@@ -8,6 +8,7 @@
 #include "mining/SessionState.h"
 #include "mining/TroubleWatch.h"
 #include "pool/StratumSession.h"
+#include "quorvel/plugin.h"
 #include "support/Event.h"
 
 // What a manager's core asks of what is around it. Called on the core's thread, within its operations.
@@ -144,3 +145,6 @@ class CManagerCore {
     std::unique_ptr<IPoolConnection> m_probe;
     TimeSpan m_probeDue = 0;  // 0: not on the backup pool
 };
+
+// All words of the block to 0. Only while no plug-in mines with the GPU.
+void ClearStatistics(CMiningStatistics& statistics);

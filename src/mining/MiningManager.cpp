@@ -2,7 +2,7 @@
 
 #include "common/Messages.h"
 #include "mining/LogName.h"
-#include "mining/Statistics.h"
+#include "mining/ManagerCore.h"
 
 CMiningManager::CMiningManager(const MiningContext& context, const ConfigurationEntry& configuration)
     : m_context(context),
