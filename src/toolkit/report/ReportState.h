@@ -2,9 +2,8 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/report/ReportColumn.h"
 #include "toolkit/report/ReportLayout.h"
-#include "toolkit/report/ReportRow.h"
+#include "toolkit/report/ReportRecord.h"
 
 // What a report control shows, for those who draw or copy it.
 struct ReportState {
