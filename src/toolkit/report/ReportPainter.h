@@ -4,10 +4,23 @@
 #include <optional>
 #include <string>
 #include <vector>
-
+#include "toolkit/Gdi.h"
 #include "toolkit/PaintManager.h"
-#include "toolkit/report/ReportBuffer.h"
 #include "toolkit/report/ReportState.h"
+
+// A bitmap to draw into, kept for the next time: one row of the grid, so that a large window costs little memory.
+class CReportBuffer {
+  public:
+    // A context at least this large, with the font selected; owned by the buffer.
+    HDC Begin(HDC target, SIZE size, HFONT font);
+    // Copies the buffer's top left part to the place.
+    void CopyTo(HDC target, const RECT& place) const;
+
+  private:
+    std::optional<CMemoryBitmap> m_memory;
+    std::optional<CSelection> m_font;  // in the bitmap's context
+    SIZE m_size = {};
+};
 
 // Draws a grid, and remembers what it has drawn so that only cells that differ have to be drawn again. GUI thread.
 class CReportPainter {
