@@ -2,7 +2,7 @@
 #include <string>
 #include <string_view>
 #include <vector>
-#include "net/ByteBuffer.h"
+#include "net/LineFramer.h"
 
 namespace {
 
