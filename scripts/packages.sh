@@ -1,6 +1,6 @@
 # Sourced by ./dev: the Debian packages that each kind of work needs, installed when missing.
-packages_build=(clang g++ g++-mingw-w64-x86-64-posix cmake ninja-build ccache libgtest-dev rapidjson-dev libboost-dev libcli11-dev)
-packages_run=(wine64 xvfb imagemagick fonts-wine fonts-liberation2 fonts-open-sans)
+packages_build=(clang g++ g++-mingw-w64-x86-64-posix cmake ninja-build ccache libgtest-dev rapidjson-dev libboost-dev libcli11-dev libssl-dev)
+packages_run=(wine64 libgnutls30 xvfb imagemagick fonts-wine fonts-liberation2 fonts-open-sans)
 packages_bench=(libbenchmark-dev)
 packages_format=(clang-format git)
 packages_lint=(clang-format clang-tidy cppcheck git)

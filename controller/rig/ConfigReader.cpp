@@ -2,7 +2,9 @@
 #include <rapidjson/error/en.h>
 
 #include <algorithm>
+#include <optional>
 #include <span>
+#include <utility>
 
 #include "common/AlgorithmNames.h"
 #include "common/PoolAddress.h"
@@ -15,6 +17,7 @@ using Value = rapidjson::Value;
 
 constexpr std::size_t kMaxFileBytes = 1 << 20;
 constexpr std::size_t kMaxItems = 256;
+constexpr std::size_t kMaxServer = 259;
 constexpr std::int64_t kMaxId = 2'147'483'647;
 
 std::string_view View(const Value& text) {
@@ -210,15 +213,17 @@ bool CConfigReader::ReadPoolId(const Value& item, const std::string& place, Pool
 // A port that the server's text names counts before the member.
 void CConfigReader::ReadAddress(const Value& item, const std::string& place, PoolRecord& pool) {
     const std::size_t before = m_reading.mistakes.size();
-    const std::string text = RequiredText(item, place, {"server", 259, false});
+    const std::string text = RequiredText(item, place, {"server", kMaxServer, false});
     PoolAddress address;
     if (m_reading.mistakes.size() == before) address = ParsePoolAddress(text);
     if (!address.reason.empty()) Mistake(place + ".server", address.reason);
     if (address.host == kSampleServer) Mistake(place + ".server", "still the sample's: put in the server of your pool");
-    pool.server = std::move(address.host);
-    const bool mayStandInServer = address.port || !address.reason.empty();
+    const std::optional<std::uint32_t> port = std::exchange(address.port, std::nullopt);  // it has a member of its own
+    pool.server = PoolAddressUrl(address);
+    if (pool.server.size() > kMaxServer) Mistake(place + ".server", "too long with the certificate's fingerprint");
+    const bool mayStandInServer = port || !address.reason.empty();
     if (!mayStandInServer || item.HasMember("port")) pool.port = Integer(item, place, "port", 1, 65535);
-    if (address.port) pool.port = static_cast<std::int32_t>(*address.port);
+    if (port) pool.port = static_cast<std::int32_t>(*port);
 }
 
 std::int32_t CConfigReader::ReadAlgorithm(const Value& item, const std::string& place) {

@@ -26,6 +26,7 @@ constexpr TroubleKind kKinds[] = {
     {CodeNumber(TroubleCode::GpuSilent), "gpu_silent"},
     {CodeNumber(TroubleCode::MiningStopped), "mining_stopped"},
     {CodeNumber(TroubleCode::FileTrouble), "file_trouble"},
+    {CodeNumber(TroubleCode::NotTrusted), "not_trusted"},
 };
 
 bool IsOwn(std::int64_t code) noexcept {

@@ -20,6 +20,7 @@ enum class TroubleCode : std::int32_t {
     GpuSilent = -1012,         // the driver does not answer for a GPU
     MiningStopped = -1013,     // mining was stopped by a pool, not by a person or controller
     FileTrouble = -1014,       // something about the user's files
+    NotTrusted = -1015,        // the pool's server cannot be trusted, or cannot be spoken to encrypted
 };
 
 constexpr std::int32_t CodeNumber(TroubleCode code) {
@@ -28,7 +29,7 @@ constexpr std::int32_t CodeNumber(TroubleCode code) {
 
 // Whether the code is one of the miner's own, rather than a pool's.
 constexpr bool IsOwnCode(std::int32_t code) {
-    return code <= CodeNumber(TroubleCode::Over) && code >= CodeNumber(TroubleCode::FileTrouble);
+    return code <= CodeNumber(TroubleCode::Over) && code >= CodeNumber(TroubleCode::NotTrusted);
 }
 
 inline constexpr std::string_view kOverPrefix = "Over: ";

@@ -65,12 +65,3 @@ QvGpuRecord* CConfigurationBuilder::FindGpu(std::string_view uuidDigits) const {
     });
     return found == m_gpus.end() ? nullptr : *found;
 }
-
-std::wstring PoolAddressText(const PoolEntry& pool) {
-    std::wstring text = pool.Server;
-    const auto colons = std::count(text.begin(), text.end(), L':');
-    const bool isBracketed = text.starts_with(L'[');
-    if (isBracketed ? text.find(L"]:") != std::wstring::npos : colons == 1) return text;
-    if (!isBracketed && colons > 1) text = L"[" + text + L"]";
-    return text.append(L":").append(std::to_wstring(pool.Port));
-}

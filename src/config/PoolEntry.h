@@ -56,6 +56,3 @@ struct PoolEntry {
 
 // Which pool a session mines on: the user's or the developer's.
 enum class PoolRole : std::int32_t { Primary = 0, Fee = 1, Backup = 2, FeeBackup = 3 };
-
-// "host:port" for people: a server text that names its own port is shown as it stands.
-std::wstring PoolAddressText(const PoolEntry& pool);

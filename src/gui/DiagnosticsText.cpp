@@ -5,6 +5,7 @@
 #include "common/CodePage.h"
 #include "common/Hex.h"
 #include "common/Version.h"
+#include "config/PoolTarget.h"
 #include "gui/ConfigurationEditModel.h"
 #include "gui/DialogState.h"
 #include "gui/GpuText.h"

@@ -18,10 +18,11 @@ void TakeServerApart(PoolDraft& draft) {
     std::wstring& server = draft[PoolField::Server];
     // What the code page lacks would not come back.
     if (!CheckFieldText(server, std::numeric_limits<std::size_t>::max()).empty()) return;
-    const PoolAddress address = ParsePoolAddress(WideToUtf8(server));
+    PoolAddress address = ParsePoolAddress(WideToUtf8(server));
     if (!address.reason.empty()) return;
-    server = NarrowToWide(Utf8ToNarrow(address.host, nullptr));
     if (address.port) draft[PoolField::Port] = std::to_wstring(*address.port);
+    address.port.reset();
+    server = NarrowToWide(Utf8ToNarrow(PoolAddressUrl(address), nullptr));
 }
 
 std::wstring CheckText(const PoolFieldSpec& spec, const std::wstring& text, std::size_t room) {

@@ -27,7 +27,8 @@ using PoolFieldReasons = std::vector<PoolFieldReason>;
 
 PoolDraft MakePoolDraft(const PoolEntry& pool);
 // As it is meant: texts but for port and password without white space around them; of a server that is a URL or names a port
-// the host alone, the port where it belongs. A server that cannot be taken apart stays, and CheckPoolDraft says why.
+// the host alone, the port where it belongs; with scheme and fragment where the connection is to be encrypted or the scheme
+// names the protocol. A server that cannot be taken apart stays, and CheckPoolDraft says why.
 PoolDraft TidyPoolDraft(PoolDraft draft);
 // What can be told of the draft alone; at most one reason per field.
 PoolFieldReasons CheckPoolDraft(const PoolDraft& draft);

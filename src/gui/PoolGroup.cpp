@@ -1,6 +1,7 @@
 #include "gui/PoolGroup.h"
 
 #include "common/CodePage.h"
+#include "config/PoolTarget.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuText.h"
 #include "gui/UnitText.h"

@@ -7,9 +7,9 @@
 #include "common/CodePage.h"
 #include "common/SharedWord.h"
 #include "config/GpuCounters.h"
+#include "config/PoolTarget.h"
 #include "mining/FeeSchedule.h"
 #include "mining/HashRateReport.h"
-#include "net/HostText.h"
 
 CManagerCore::CManagerCore(const Parts& parts, const ConfigurationEntry& configuration)
     : m_parts(parts),
@@ -127,9 +127,7 @@ void CManagerCore::ReturnToFirstPool(const Source& source) {
 }
 
 void CManagerCore::LogConnect(const PoolEntry& pool) {
-    std::wstring host = pool.Server;
-    const std::uint32_t port = CutPort(host, pool.Port);
-    m_parts.shell.LogLine(std::wstring(L"*** Miner connect to ") + pool.Name + L" - " + host + L":" + std::to_wstring(port));
+    m_parts.shell.LogLine(std::wstring(L"*** Miner connect to ") + pool.Name + L" - " + PoolAddressText(pool));
 }
 
 // ---- The developer fee

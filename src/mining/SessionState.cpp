@@ -61,6 +61,13 @@ std::wstring BareReason(std::wstring_view reason) {
     return std::wstring(reason);
 }
 
+// A reason as long as it fits into a line; the particulars behind its first colon stand where there is more room.
+std::wstring Headline(std::wstring reason) {
+    constexpr std::size_t kLine = 110;
+    if (reason.size() > kLine) reason.resize(std::min(reason.find(L": "), kLine));
+    return reason;
+}
+
 const wchar_t* ModeName(ProtocolMode mode) {
     return mode == ProtocolMode::None ? L"" : DialectOf(mode).name;
 }
@@ -89,7 +96,9 @@ SessionState DecideSessionState(const SessionFacts& facts, TimeSpan now) {
     return state;
 }
 
-std::wstring SessionStateText(const SessionState& state) {
+std::wstring SessionStateText(const SessionState& whole) {
+    SessionState state = whole;
+    state.reason = Headline(std::move(state.reason));
     switch (state.phase) {
         case SessionPhase::NotRunning:
             return WithReason(L"not running", state.reason);

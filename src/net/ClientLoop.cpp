@@ -8,7 +8,7 @@
 _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop::Prepare(bool& waits) {
     if (IsPast(m_plan.Deadline())) {
         waits = false;
-        return AddressFailed("Connect timed out", WSAETIMEDOUT);
+        return LinkFailed("Connect timed out", WSAETIMEDOUT);
     }
     const Step step = HasLink() ? Step::Continue : ConnectNext();
     waits = HasLink();
@@ -56,10 +56,18 @@ _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop:
 }
 
 _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop::LinkConnected(std::uint32_t error) {
-    if (error != 0) return AddressFailed("Connect failed", error);
+    if (error != 0) return LinkFailed("Connect failed", error);
     m_plan.Connected();
+    if (const std::string how = m_io.m_link->Protection(); !how.empty()) m_io.OnSecured(how);
     m_io.SetState(ConnectionState::Connected);
     return Step::Continue;
+}
+
+// The link may know better why.
+_NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop::LinkFailed(const char* text,
+                                                                                            std::uint32_t error) {
+    const std::optional<LinkFailure> why = HasLink() ? m_io.m_link->Failure() : std::nullopt;
+    return why ? AddressFailed(why->text.c_str(), why->code) : AddressFailed(text, error);
 }
 
 _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop::AddressFailed(const char* text,
@@ -77,7 +85,7 @@ _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop:
 }
 
 _NetworkInterfaceSocket::CClientLoop::Step _NetworkInterfaceSocket::CClientLoop::LinkBroken(std::uint32_t error) {
-    if (m_io.m_state != ConnectionState::Connected) return AddressFailed("Connect failed", error);
+    if (m_io.m_state != ConnectionState::Connected) return LinkFailed("Connect failed", error);
     return ConnectionEnded("Connection lost", error);
 }
 

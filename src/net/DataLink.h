@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include "net/Resolver.h"
 
@@ -20,6 +21,12 @@ struct LinkTransfer {
     std::size_t bytes = 0;  // without an error: 0 received means that there is nothing now
 };
 
+// Why a link is not connected, where a code of Windows Sockets says too little.
+struct LinkFailure {
+    std::string text;  // for the user, narrow
+    std::uint32_t code = 0;
+};
+
 // One connection's way for bytes, from its beginning to its end, which its destruction is. What carries them (a plain
 // socket, an encrypted one) is its own affair. It signals the event that it was made with when there are Events to take.
 //
@@ -31,6 +38,11 @@ class IDataLink {
     // Begins; once. 0, or why it cannot.
     virtual std::uint32_t Connect(const HostAddress& address, std::uint32_t port) = 0;
     virtual LinkEvents TakeEvents() = 0;
+    // Why the connection failed, or what it is waiting for until it is there; nothing: the codes say it.
+    virtual std::optional<LinkFailure> Failure() const { return std::nullopt; }
+    // What keeps others from reading and changing the bytes of the connection that is there, narrow, for a log; empty:
+    // nothing.
+    virtual std::string Protection() const { return {}; }
     virtual LinkTransfer Receive(std::span<char> area) = 0;
     // All in one call; short sends are not repeated.
     virtual LinkTransfer Send(std::string_view bytes) = 0;

@@ -2,7 +2,7 @@
 #include <string>
 #include <utility>
 #include "common/Clock.h"
-#include "net/HostText.h"
+#include "common/PoolAddress.h"
 #include "net/TcpLink.h"
 
 namespace {

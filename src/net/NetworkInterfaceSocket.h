@@ -71,6 +71,8 @@ class _NetworkInterfaceSocket : public _NetworkInterfaceIO {
     // All on the connection's thread; client mode only.
     // Before each look-up, target: the host; before each address, target: "1.2.3.4:4444" or "[::1]:4444".
     virtual void OnActivity(ConnectActivity, const std::string&) {}
+    // Before OnConnected, of a connection that is encrypted: how, and with whom; narrow text.
+    virtual void OnSecured(const std::string&) {}
     // How long to wait, in ms, before the next attempt. afterConnect: the last one was established (and lost) rather than
     // failed. The default: 0 after an established connection, 2000 otherwise.
     virtual std::uint32_t ReconnectPause(bool afterConnect);

@@ -103,6 +103,7 @@ class _NetworkInterfaceSocket::CClientLoop final : public CLoop {
 
     Step ConnectNext();
     Step LookUp();
+    Step LinkFailed(const char* text, std::uint32_t error);
     Step AddressFailed(const char* text, std::uint32_t error);
     Step AttemptFailed(const char* text, std::uint32_t error);
     Step ConnectionEnded(const char* text, std::uint32_t error);

@@ -1,6 +1,7 @@
 #include "pool/MiningStratum.h"
 #include <utility>
 #include "common/CodePage.h"
+#include "net/TlsLink.h"
 
 CMiningStratum::CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver)
     : _NetworkInterfaceSocket(resolver), m_session(kind, host, *this, clock, this) {
@@ -27,13 +28,24 @@ void CMiningStratum::Connect() {
     const PoolPointer pool = m_session.CurrentPool();
     if (!pool) return;
     m_closing = false;
-    std::wstring server = pool->Server;  // a copy: the start cuts the port off
-    StartClient(server, pool->Port, 0);
+    const PoolTarget& target = m_session.Target();
+    std::wstring host = target.host;
+    StartClient(host, target.port, 0);
 }
 
 void CMiningStratum::CloseConnection() {
     m_closing = true;
     Stop();
+}
+
+std::unique_ptr<IDataLink> CMiningStratum::MakeLink(WSAEVENT dataEvent) {
+    const PoolTarget& target = m_session.Target();
+    if (!target.encryption.isEncrypted) return _NetworkInterfaceSocket::MakeLink(dataEvent);
+    return std::make_unique<CTlsLink>(dataEvent, target.host, target.encryption);
+}
+
+void CMiningStratum::OnSecured(const std::string& how) {
+    if (!m_closing) m_session.Secured(how);
 }
 
 void CMiningStratum::OnConnected(std::uint32_t) {

@@ -30,6 +30,8 @@ class CMiningStratum final : public _NetworkInterfaceSocket, public IPoolConnect
     std::uint32_t SendRequest(std::string_view text) override { return Send(text); }
 
   private:
+    std::unique_ptr<IDataLink> MakeLink(WSAEVENT dataEvent) override;
+    void OnSecured(const std::string& how) override;
     void OnConnected(std::uint32_t state) override;
     void OnDisconnected(std::uint32_t state) override;
     void OnDataSent(std::string_view text, std::uint32_t bytesSent, ddt_datetime time, std::uint32_t result,

@@ -4,7 +4,6 @@
 #include <utility>
 #include "common/CodePage.h"
 #include "common/SharedWord.h"
-#include "net/HostText.h"
 #include "pool/StratumMessage.h"
 #include "pool/StratumRequests.h"
 #include "pool/WorkBlock.h"
@@ -26,10 +25,17 @@ constexpr std::uint32_t kConnectionRefused = 10061;
 constexpr std::uint32_t kHostUnreachable = 10065;
 constexpr std::uint32_t kFirstResolverCode = 11001;
 constexpr std::uint32_t kLastResolverCode = 11004;
+constexpr std::uint32_t kSystemFailure = 0x80000000;
 
 // Algorithms whose pools never speak eth-proxy.
 constexpr bool StartsPlain(std::int32_t algorithm) {
     return algorithm == 7 || algorithm == 8;
+}
+
+ProtocolMode FirstModeOf(const PoolEntry& pool) {
+    const AddressProtocol named = TargetOf(pool).protocol;
+    if (named != AddressProtocol::Any) return static_cast<ProtocolMode>(named);
+    return StartsPlain(pool.Algo) ? ProtocolMode::Plain : ProtocolMode::EthProxy;
 }
 
 std::uint32_t Milliseconds(TimeSpan span) {
@@ -37,9 +43,12 @@ std::uint32_t Milliseconds(TimeSpan span) {
 }
 
 // Why no connection came about.
-ConnectionFailure FailureOf(std::string_view text, std::uint32_t code, const std::wstring& host) {
+ConnectionFailure FailureOf(std::string_view text, std::uint32_t code, const PoolTarget& target) {
+    if (!target.reason.empty()) return {TroubleCode::NotConnected, "The server's address cannot be used: " + target.reason};
+    // Encryption and certificates have codes of their own, far from those of sockets.
+    if ((code & kSystemFailure) != 0) return {TroubleCode::NotTrusted, std::string(text)};
     if (code >= kFirstResolverCode && code <= kLastResolverCode) {
-        return {TroubleCode::HostNotFound, "Host not found: " + WideToNarrow(host)};
+        return {TroubleCode::HostNotFound, "Host not found: " + WideToNarrow(target.host)};
     }
     switch (code) {
         case kConnectionRefused:
@@ -82,7 +91,7 @@ void CStratumSession::SetPools(std::vector<PoolPointer> pools) {
     m_poolIndex = 0;
     std::vector<ProtocolMode> firstModes;
     for (const PoolPointer& pool : m_pools)
-        firstModes.push_back(StartsPlain(pool->Algo) ? ProtocolMode::Plain : ProtocolMode::EthProxy);
+        firstModes.push_back(FirstModeOf(*pool));
     m_access.SetPools(firstModes, m_clock.Monotonic());
     {
         const std::lock_guard lock(m_statusLock);
@@ -112,8 +121,7 @@ void CStratumSession::Reset() {
     m_loginIndex = m_poolIndex;
     TakeWorkerName();
     if (!pool) return;
-    m_serverName.assign(std::begin(pool->Server), std::find(std::begin(pool->Server), std::end(pool->Server), L'\0'));
-    CutPort(m_serverName, 0);
+    m_target = TargetOf(*pool);
 }
 
 // ---- The connection ------------------------------------------------------------------------------------------------------
@@ -124,6 +132,10 @@ void CStratumSession::Resolving(std::string_view host) {
 
 void CStratumSession::Connecting(std::string_view address) {
     SetPhase(ConnectionPhase::Connecting, std::string(address));
+}
+
+void CStratumSession::Secured(std::string_view how) {
+    m_output.LogText(std::string(how));
 }
 
 void CStratumSession::Connected() {
@@ -160,7 +172,7 @@ void CStratumSession::Closed() {
 void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
     m_output.LogText("Connect error: " + std::string(text) + "(" + std::to_string(static_cast<std::int32_t>(code)) + ")");
     if (!m_isConnected) {
-        ConnectionFailure failure = FailureOf(text, code, m_serverName);
+        ConnectionFailure failure = FailureOf(text, code, m_target);
         SetFailure(failure.code, std::move(failure.text));
         CarryOut(m_access.ConnectFailed(m_clock.Monotonic()));
         return;
@@ -364,7 +376,7 @@ PoolPointer CStratumSession::CurrentPool() const {
 }
 
 LoginFields CStratumSession::Login() const {
-    return {m_block.workerName, m_block.walletUser, m_block.password, m_serverName, m_loginPool ? m_loginPool->Port : 0};
+    return {m_block.workerName, m_block.walletUser, m_block.password, m_target.host, m_loginPool ? m_target.shownPort : 0};
 }
 
 // At each login, so that shares go out under the name that has logged in.

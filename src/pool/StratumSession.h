@@ -8,6 +8,7 @@
 #include <vector>
 #include "common/Clock.h"
 #include "config/MinerConfiguration.h"
+#include "config/PoolTarget.h"
 #include "pool/ConnectionStatus.h"
 #include "pool/PoolAccess.h"
 #include "pool/ProtocolMode.h"
@@ -54,6 +55,8 @@ class CStratumSession {
     // Events.
     void Resolving(std::string_view host);
     void Connecting(std::string_view address);
+    // What keeps the connection from being read and changed on its way, which is about to be made: for the log.
+    void Secured(std::string_view how);
     void Connected();
     void Disconnected();
     // The connection was ended from this side: no trouble of the pool's.
@@ -93,6 +96,9 @@ class CStratumSession {
     void SetPoolIndex(std::uint32_t index) { m_poolIndex = index; }
     // Null: there is no such pool.
     PoolPointer CurrentPool() const;
+    // Where the connection leads, of the pool that was current at the last reset. While no connection runs, or on its
+    // thread.
+    const PoolTarget& Target() const { return m_target; }
 
   private:
     // Replies and notifications, by id and by method (StratumReplies.cpp).
@@ -136,7 +142,7 @@ class CStratumSession {
     std::vector<PoolPointer> m_pools;
     PoolPointer m_loginPool;  // the pool of this connection, whatever the index says meanwhile; may be null
     std::uint32_t m_loginIndex = 0;
-    std::wstring m_serverName;  // its host, without port
+    PoolTarget m_target;  // of that pool
     // Every text whose address was ever in the work block; plug-ins read them at any time.
     std::vector<std::unique_ptr<const std::wstring>> m_keptTexts;
 

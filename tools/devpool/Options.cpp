@@ -29,6 +29,11 @@ const std::map<std::string, std::optional<EthashVariant>> kAlgorithms = {{"etcha
                                                                          {"ethash", EthashVariant::Ethash},
                                                                          {"ubqhash", EthashVariant::Ubqhash},
                                                                          {"toy", std::nullopt}};
+const std::map<std::string, TlsCertificate> kCertificates = {{"good", TlsCertificate::Good},
+                                                             {"expired", TlsCertificate::Expired},
+                                                             {"other-name", TlsCertificate::OtherName},
+                                                             {"self-signed", TlsCertificate::SelfSigned}};
+const std::map<std::string, int> kTlsVersions = {{"1.2", 12}, {"1.3", 13}};
 const std::map<std::string, Garbage> kGarbage = {
     {"none", Garbage::None}, {"before", Garbage::Before}, {"instead", Garbage::Instead}};
 
@@ -129,6 +134,23 @@ void AddFaults(CLI::App& app, FaultOptions& faults) {
     group.AddFlag("--announce-nicehash", faults.announceNiceHash, "Answer every kind of mining.subscribe as mode 2 does");
 }
 
+void AddTls(CLI::App& app, TlsOptions& tls) {
+    COptionGroup group(app, "Encryption");
+    group
+        .Add("--tls", tls.certificate, "CERTIFICATE",
+             "Speak TLS; the certificate is made at the start for \"localhost\" and\n"
+             "127.0.0.1, and is good, expired, other-name (for another name), or\n"
+             "self-signed. Its SHA-256 is printed. With --split every byte is sent on its own")
+        ->transform(OneOf(kCertificates))
+        ->default_str("none");
+    group.Add("--tls-version", tls.version, "VERSION", "1.2 or 1.3")->transform(OneOf(kTlsVersions))->default_str("1.2");
+    group.Add("--tls-root", tls.rootFile, "FILE", "Write the root that signed the certificate there");
+    group.Add("--tls-close-after", tls.closeAfter, "BYTES", "Close after that many bytes, 0: do not");
+    group.AddFlag("--tls-flood", tls.floods, "Send handshake messages for ever");
+    group.AddFlag("--tls-silent", tls.isSilent, "Do not answer the handshake");
+    group.AddFlag("--tls-renew", tls.renews, "Renew the keys (1.3) or the handshake (1.2) before each line");
+}
+
 std::uint64_t BlockOfEpoch(EthashVariant variant, std::uint64_t epoch) {
     const bool longEpochs = variant == EthashVariant::Etchash && epoch * 2 * kEpochBlocks >= kEtchashChangeBlock;
     return epoch * kEpochBlocks * (longEpochs ? 2 : 1);
@@ -147,6 +169,7 @@ std::optional<PoolOptions> ParseOptions(int argc, const char* const* argv, std::
     AddWork(app, options, words);
     AddEnd(app, options);
     AddFaults(app, options.faults);
+    AddTls(app, options.tls);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& failure) {

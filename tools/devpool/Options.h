@@ -21,6 +21,18 @@ struct FaultOptions {
     bool announceNiceHash = false;
 };
 
+// What the server of an encrypted pool shows, and how it misbehaves.
+enum class TlsCertificate { None, Good, Expired, OtherName, SelfSigned };
+struct TlsOptions {
+    TlsCertificate certificate = TlsCertificate::None;  // None: plain TCP
+    int version = 12;                                   // 12: at most TLS 1.2; 13: TLS 1.3 alone
+    std::string rootFile;                               // the root that signed it is written there, as DER
+    std::size_t closeAfter = 0;                         // bytes that the server sends before it closes; 0: it does not
+    bool floods = false;                                // an endless handshake
+    bool isSilent = false;                              // never answers
+    bool renews = false;                                // with every line
+};
+
 struct PoolOptions {
     std::string listen = "127.0.0.1";
     std::uint16_t port = 0;          // 0: chosen by the system
@@ -37,6 +49,7 @@ struct PoolOptions {
     double seconds = 0;        // 0: no end
     std::string statsFile;
     FaultOptions faults;
+    TlsOptions tls;
 };
 
 // Reads a command line. Without a result the program ends with exitCode: 0 after --help, 2 after an error, whose text went

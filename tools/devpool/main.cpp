@@ -9,6 +9,7 @@
 #include "Options.h"
 #include "Server.h"
 #include "Text.h"
+#include "TlsFront.h"
 #include "ToyHash.h"
 
 namespace {
@@ -55,8 +56,12 @@ std::uint64_t RandomSeed() {
 
 int Run(const PoolOptions& options) {
     boost::asio::io_context io(1);
-    CServer server(io, options, Print);
-    Print("listening on " + server.Endpoint());
+    PoolOptions served = options;
+    const bool isEncrypted = options.tls.certificate != TlsCertificate::None;
+    if (isEncrypted) served.port = 0;  // it listens behind the one who decrypts
+    CServer server(io, served, Print);
+    const auto front = isEncrypted ? MakeTlsFront(io, options, server.Port(), Print) : nullptr;
+    Print("listening on " + (front ? front->Endpoint() : server.Endpoint()));
     boost::asio::signal_set signals(io, SIGINT, SIGTERM);
     signals.async_wait([&](const boost::system::error_code& error, int) {
         if (error) return;
@@ -69,7 +74,10 @@ int Run(const PoolOptions& options) {
     const CShareCheck check(hashing.hash);
     CStatistics statistics;
     const Clock::time_point start = Clock::now();
-    server.Serve({options, jobs, check, statistics}, [&] { signals.cancel(); });
+    server.Serve({served, jobs, check, statistics}, [&] {
+        signals.cancel();
+        if (front) front->Stop();
+    });
     io.run();
 
     const double seconds = SecondsSince(start);

@@ -48,9 +48,8 @@ TEST(ConfigFile, EachMistakeIsNamedWithItsPlace) {
         {File(PoolWith("\"port\":4444", "\"port\":0"), kConfig), "pools[0].port: must be a whole number from 1 to 65535"},
         {File(PoolWith("\"port\":4444", "\"port\":4294967297"), kConfig), "pools[0].port: must be"},
         {File(PoolWith("\"id\":1", "\"id\":-1"), kConfig), "pools[0].id: must be"},
-        {File(PoolWith("pool.example\",\"port\":4444", "stratum+ssl://pool.example:1\""), kConfig),
-         "pools[0].server: encrypted connections (stratum+ssl://) are not supported yet: use the pool's port for plain TCP "
-         "(pool \"A\")"},
+        {File(PoolWith("pool.example\",\"port\":4444", "stratum+udp://pool.example:1\""), kConfig),
+         "pools[0].server: stratum+udp:// is not supported"},
         {File(PoolWith("\"port\":4444,", ""), kConfig), "pools[0].port: missing"},
         {File(PoolWith("\"algo\":2", "\"algo\":\"etchas\""), kConfig),
          "pools[0].algo: \"etchas\" is no algorithm; known: \"etchash\" (1), \"etchash-cpu\" (2)"},

@@ -48,8 +48,8 @@ TEST(PoolEditModel, ChecksEveryField) {
          {PoolField::WalletUser}},
         {"control character", with([](PoolDraft& d) { d[PoolField::Password] = L"a\tb"; }), {PoolField::Password}},
         {"no server", with([](PoolDraft& d) { d[PoolField::Server] = L""; }), {PoolField::Server}},
-        {"server that needs encryption",
-         with([](PoolDraft& d) { d[PoolField::Server] = L"ssl://a.example"; }),
+        {"server with a scheme that no pool has",
+         with([](PoolDraft& d) { d[PoolField::Server] = L"https://a.example"; }),
          {PoolField::Server}},
         {"server with a space", with([](PoolDraft& d) { d[PoolField::Server] = L"a b"; }), {PoolField::Server}},
         {"pasted server", with([](PoolDraft& d) { d[PoolField::Server] = L" a.example\r\n"; }), {}},
@@ -83,6 +83,7 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
         const wchar_t* port;
     } cases[] = {
         {L"stratum+tcp://pool.example:5555/\r\n", L"pool.example", L"5555"},
+        {L"ethproxy+ssl://pool.example:5555#insecure", L"ethproxy+ssl://pool.example#insecure", L"5555"},
         {L"pool.example:5555", L"pool.example", L"5555"},
         {L"[2001:db8::1]:5555", L"2001:db8::1", L"5555"},
         {L"tcp://pool.example", L"pool.example", L"4444"},
@@ -100,7 +101,7 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
     CGuiRig rig;
     MinerConfiguration odd = *rig.Current();
     PoolEntry pool = *odd.pools[0];
-    CopyToField(std::wstring_view(L"ssl://pool.example"), pool.Server);
+    CopyToField(std::wstring_view(L"http://pool.example"), pool.Server);
     odd.pools[0] = std::make_shared<PoolEntry>(pool);
     CPoolEditModel model(std::make_shared<const MinerConfiguration>(odd), rig.algorithms);
     PoolDraft draft = MakePoolDraft(model.Pool(0));
