@@ -3,17 +3,19 @@
 # --shares N   shares to be accepted (default 10)
 # --seconds N  give up after N seconds (default 240)
 # --keep       go on until interrupted
+# --tls        over an encrypted connection, to a certificate that is named by its fingerprint
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/wine-env.sh
 
-shares=10 seconds=240 keep=
+shares=10 seconds=240 keep= tls=()
 while [ $# -gt 0 ]; do
     case "$1" in
         --shares) shares=${2:?--shares needs a number} && shift 2 ;;
         --seconds) seconds=${2:?--seconds needs a number} && shift 2 ;;
         --keep) keep=yes && shift ;;
-        *) echo "demo: unknown option $1 (--shares N, --seconds N, --keep)" >&2 && exit 2 ;;
+        --tls) tls=(--tls self-signed) && shift ;;
+        *) echo "demo: unknown option $1 (--shares N, --seconds N, --keep, --tls)" >&2 && exit 2 ;;
     esac
 done
 
@@ -30,7 +32,7 @@ finish() {
 trap finish EXIT
 
 start_pool() {
-    build/tools/devpool --port 0 --mode auto --difficulty 4000 --interval 20 --stats "$pool_stats" >"$pool_log" 2>&1 &
+    build/tools/devpool --port 0 --mode auto --difficulty 4000 --interval 20 --stats "$pool_stats" "${tls[@]}" >"$pool_log" 2>&1 &
     pool_pid=$!
     for _ in $(seq 100); do
         port=$(sed -n 's/.*listening on [0-9.]*:\([0-9]*\).*/\1/p' "$pool_log" | head -1)
@@ -41,6 +43,12 @@ start_pool() {
     echo "demo: the local pool did not start:" >&2
     cat "$pool_log" >&2
     exit 1
+}
+
+server() { # what the miner is told
+    local fingerprint
+    fingerprint=$(sed -n 's/^certificate sha256=//p' "$pool_log")
+    [ -z "$fingerprint" ] && echo 127.0.0.1 || echo "ssl://127.0.0.1#sha256=$fingerprint"
 }
 
 answers() { (: <"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
@@ -69,7 +77,7 @@ XML
     cat >"$folder/configuration.json" <<JSON
 {
     "pools": [
-        {"id": 1, "name": "Local pool", "server": "127.0.0.1", "port": $port, "algo": 2,
+        {"id": 1, "name": "Local pool", "server": "$(server)", "port": $port, "algo": 2,
          "wallet": "0x0000000000000000000000000000000000000000", "password": "x"}
     ],
     "config": [

@@ -25,7 +25,8 @@ constexpr FieldIds kFields[] = {
     {PoolField::Password, IDC_POOLEDIT_PASSWORD, IDC_POOLEDIT_PASSWORD_ERROR},
     {PoolField::WorkerOverride, IDC_POOLEDIT_OVERRIDE, IDC_POOLEDIT_OVERRIDE_ERROR},
 };
-constexpr int kButtons[] = {IDC_POOL_ADD, IDC_POOL_REMOVE, IDC_POOL_UP, IDC_POOL_DOWN, IDC_SHOW_PASSWORD, IDOK, IDCANCEL};
+constexpr int kButtons[] = {IDC_POOLEDIT_ENCRYPTED, IDC_POOL_ADD, IDC_POOL_REMOVE, IDC_POOL_UP, IDC_POOL_DOWN,
+                            IDC_SHOW_PASSWORD,      IDOK,         IDCANCEL};
 constexpr wchar_t kBullet = L'\x2022';
 
 }  // namespace
@@ -62,6 +63,11 @@ void CConfigMiningPoolsDlg::TakeControls() {
         if (field.control == IDC_POOLEDIT_ALGORITHM) continue;
         (m_edits[field.control] = std::make_unique<CExEdit>(Paint()))->SubclassDlgItem(Handle(), field.control);
     }
+    (m_edits[IDC_POOLEDIT_CERTIFICATE] = std::make_unique<CExEdit>(Paint()))
+        ->SubclassDlgItem(Handle(), IDC_POOLEDIT_CERTIFICATE);
+    auto& error = m_errors[IDC_POOLEDIT_CERTIFICATE_ERROR] = std::make_unique<CExStatic>(Paint());
+    error->SubclassDlgItem(Handle(), IDC_POOLEDIT_CERTIFICATE_ERROR);
+    error->SetTextColor(Paint().GetColor(ThemeColor::Error));
 }
 
 void CConfigMiningPoolsDlg::SetUpResize() {
@@ -72,6 +78,8 @@ void CConfigMiningPoolsDlg::SetUpResize() {
     for (const int id : {static_cast<int>(IDOK), static_cast<int>(IDCANCEL)})
         Resize().SetRule(id, ResizeRule::MoveRightDown());
     Resize().SetRule(IDC_POOL_FIELDS_SEPARATOR, ResizeRule::StretchRight());
+    Resize().SetRule(IDC_POOLEDIT_CERTIFICATE, ResizeRule::StretchRight());
+    Resize().SetRule(IDC_POOLEDIT_CERTIFICATE_ERROR, ResizeRule::MoveRight());
     for (const FieldIds& field : kFields) {
         if (field.control != IDC_POOLEDIT_ALGORITHM) Resize().SetRule(field.control, ResizeRule::StretchRight());
         Resize().SetRule(field.error, ResizeRule::MoveRight());
@@ -85,6 +93,7 @@ LRESULT CConfigMiningPoolsDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lPa
         MapCommand<&Self::OnFieldChanged>(kAnyId, EN_CHANGE),
         MapCommand<&Self::OnFieldChanged>(IDC_POOLEDIT_ALGORITHM, CBN_SELCHANGE),
         MapCommand<&Self::OnServerLeft>(IDC_POOLEDIT_SERVER, EN_KILLFOCUS),
+        MapCommand<&Self::OnEncrypted>(IDC_POOLEDIT_ENCRYPTED, BN_CLICKED),
         MapCommand<&Self::AddPool>(IDC_POOL_ADD, BN_CLICKED),
         MapCommand<&Self::RemovePool>(IDC_POOL_REMOVE, BN_CLICKED),
         MapCommand<&Self::MovePoolUp>(IDC_POOL_UP, BN_CLICKED),
@@ -128,8 +137,10 @@ void CConfigMiningPoolsDlg::FillFields() {
         if (field.field != PoolField::Algorithm) SetItemText(field.control, draft[field.field]);
     }
     FillAlgorithms(draft.algorithm);
+    ShowEncryption(draft);
     for (const FieldIds& field : kFields)
         EnableItem(field.control, any);
+    EnableItem(IDC_POOLEDIT_ENCRYPTED, any);
     m_filling = false;
     ShowReasons({});
     EnableButtons();
@@ -152,6 +163,8 @@ PoolDraft CConfigMiningPoolsDlg::Draft() const {
         if (field.field != PoolField::Algorithm) draft[field.field] = ItemText(field.control);
     }
     draft.algorithm = static_cast<std::int32_t>(m_algorithms.ItemData());
+    draft.isEncrypted = IsDlgButtonChecked(Handle(), IDC_POOLEDIT_ENCRYPTED) == BST_CHECKED;
+    draft.certificate = ItemText(IDC_POOLEDIT_CERTIFICATE);
     return draft;
 }
 
@@ -163,17 +176,35 @@ void CConfigMiningPoolsDlg::OnFieldChanged() {
 void CConfigMiningPoolsDlg::OnServerLeft() {
     const PoolDraft draft = Draft();
     if (m_current && draft[PoolField::Server] == m_model.Pool(*m_current).Server) return;
-    const PoolDraft tidy = TidyPoolDraft(draft);
-    SetItemText(IDC_POOLEDIT_SERVER, tidy[PoolField::Server]);
-    SetItemText(IDC_POOLEDIT_POOL_PORT, tidy[PoolField::Port]);
+    ShowAddress(TidyPoolDraft(draft));
+}
+
+void CConfigMiningPoolsDlg::OnEncrypted() {
+    const PoolDraft draft = Draft();
+    ShowAddress(WithEncryption(draft, draft.isEncrypted));
+    OnFieldChanged();
+}
+
+void CConfigMiningPoolsDlg::ShowAddress(const PoolDraft& draft) {
+    SetItemText(IDC_POOLEDIT_SERVER, draft[PoolField::Server]);
+    SetItemText(IDC_POOLEDIT_POOL_PORT, draft[PoolField::Port]);
+    ShowEncryption(draft);
+}
+
+void CConfigMiningPoolsDlg::ShowEncryption(const PoolDraft& draft) {
+    CheckDlgButton(Handle(), IDC_POOLEDIT_ENCRYPTED, draft.isEncrypted ? BST_CHECKED : BST_UNCHECKED);
+    SetItemText(IDC_POOLEDIT_CERTIFICATE, draft.certificate);
+    EnableItem(IDC_POOLEDIT_CERTIFICATE, draft.isEncrypted);
 }
 
 void CConfigMiningPoolsDlg::ShowReasons(const PoolFieldReasons& reasons) {
     for (const FieldIds& field : kFields) {
-        const auto found =
-            std::find_if(reasons.begin(), reasons.end(), [&](const auto& reason) { return reason.field == field.field; });
+        const auto found = std::ranges::find_if(
+            reasons, [&](const auto& reason) { return reason.field == field.field && !reason.isOfCertificate; });
         SetItemText(field.error, found == reasons.end() ? std::wstring() : found->text);
     }
+    const auto found = std::ranges::find(reasons, true, &PoolFieldReason::isOfCertificate);
+    SetItemText(IDC_POOLEDIT_CERTIFICATE_ERROR, found == reasons.end() ? std::wstring() : found->text);
 }
 
 bool CConfigMiningPoolsDlg::TakeFields() {
@@ -187,7 +218,7 @@ bool CConfigMiningPoolsDlg::TakeFields() {
     }
     const auto* first = std::find_if(std::begin(kFields), std::end(kFields),
                                      [&](const FieldIds& field) { return field.field == reasons.front().field; });
-    SetFocus(Item(first->control));
+    SetFocus(Item(reasons.front().isOfCertificate ? IDC_POOLEDIT_CERTIFICATE : first->control));
     return false;
 }
 

@@ -30,6 +30,9 @@ class CConfigMiningPoolsDlg final : public CExDialog {
     PoolDraft Draft() const;
     void OnFieldChanged();
     void OnServerLeft();
+    void OnEncrypted();
+    void ShowAddress(const PoolDraft& draft);
+    void ShowEncryption(const PoolDraft& draft);
     void ShowReasons(const PoolFieldReasons& reasons);
     // Takes the fields over into the model. False: they have reasons, which are shown; the first such field has the focus.
     bool TakeFields();

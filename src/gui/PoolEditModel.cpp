@@ -1,7 +1,11 @@
 #include "gui/PoolEditModel.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 #include "common/CodePage.h"
 #include "common/PoolAddress.h"
@@ -14,15 +18,61 @@ std::wstring SentenceStart(std::wstring text) {
     return text;
 }
 
+constexpr std::wstring_view kInsecure = L"insecure";
+
+std::optional<PoolAddress> AddressIn(const std::wstring& server) {
+    // What the code page lacks would not come back.
+    if (!CheckFieldText(server, std::numeric_limits<std::size_t>::max()).empty()) return std::nullopt;
+    PoolAddress address = ParsePoolAddress(WideToUtf8(server));
+    return address.reason.empty() ? std::optional(std::move(address)) : std::nullopt;
+}
+
+std::wstring UrlText(const PoolAddress& address) {
+    return NarrowToWide(Utf8ToNarrow(PoolAddressUrl(address), nullptr));
+}
+
+// The server's text in the editor: only the protocol, if any, shows in a scheme.
+std::wstring ShownServer(PoolAddress address) {
+    address.port.reset();
+    const bool isEncrypted = address.encryption.isEncrypted && address.protocol != AddressProtocol::Any;
+    address.encryption = {};
+    address.encryption.isEncrypted = isEncrypted;
+    return UrlText(address);
+}
+
 void TakeServerApart(PoolDraft& draft) {
     std::wstring& server = draft[PoolField::Server];
-    // What the code page lacks would not come back.
-    if (!CheckFieldText(server, std::numeric_limits<std::size_t>::max()).empty()) return;
-    PoolAddress address = ParsePoolAddress(WideToUtf8(server));
-    if (!address.reason.empty()) return;
-    if (address.port) draft[PoolField::Port] = std::to_wstring(*address.port);
-    address.port.reset();
-    server = NarrowToWide(Utf8ToNarrow(PoolAddressUrl(address), nullptr));
+    const std::optional<PoolAddress> address = AddressIn(server);
+    if (!address) return;
+    if (address->port) draft[PoolField::Port] = std::to_wstring(*address->port);
+    const PoolEncryption& encryption = address->encryption;
+    if (server.find(L"://") != std::wstring::npos) draft.isEncrypted = encryption.isEncrypted;
+    if (encryption.isUnchecked) draft.certificate = kInsecure;
+    if (!encryption.fingerprint.empty()) draft.certificate = NarrowToWide(encryption.fingerprint);
+    server = ShownServer(*address);
+}
+
+// Nothing: the text is no certificate's.
+std::optional<PoolEncryption> EncryptionOf(const PoolDraft& draft) {
+    PoolEncryption encryption{.isEncrypted = draft.isEncrypted, .fingerprint = {}, .isUnchecked = false};
+    if (!draft.isEncrypted || draft.certificate.empty()) return encryption;
+    encryption.isUnchecked = draft.certificate == kInsecure;
+    if (encryption.isUnchecked) return encryption;
+    std::string text = WideToUtf8(draft.certificate);
+    if (text.starts_with("sha256=")) text.erase(0, text.find('=') + 1);
+    const std::optional<std::string> digits = ParseFingerprint(text);
+    if (!digits) return std::nullopt;
+    encryption.fingerprint = *digits;
+    return encryption;
+}
+
+// As the file keeps it.
+std::wstring KeptServer(const PoolDraft& draft) {
+    std::optional<PoolAddress> address = AddressIn(draft[PoolField::Server]);
+    const std::optional<PoolEncryption> encryption = EncryptionOf(draft);
+    if (!address || !encryption) return draft[PoolField::Server];
+    address->encryption = *encryption;
+    return UrlText(*address);
 }
 
 std::wstring CheckText(const PoolFieldSpec& spec, const std::wstring& text, std::size_t room) {
@@ -43,6 +93,9 @@ PoolDraft MakePoolDraft(const PoolEntry& pool) {
     }
     draft[PoolField::Port] = std::to_wstring(pool.Port);
     draft.algorithm = pool.Algo;
+    // Another server stays as the file has it until the user touches it.
+    const std::optional<PoolAddress> address = AddressIn(draft[PoolField::Server]);
+    if (address && address->encryption.isEncrypted) TakeServerApart(draft);
     return draft;
 }
 
@@ -50,7 +103,18 @@ PoolDraft TidyPoolDraft(PoolDraft draft) {
     for (const PoolFieldSpec& spec : kPoolFields) {
         if (spec.isTrimmed) draft[spec.field] = Trimmed(draft[spec.field]);
     }
+    draft.certificate = Trimmed(draft.certificate);
     TakeServerApart(draft);
+    return draft;
+}
+
+PoolDraft WithEncryption(PoolDraft draft, bool isEncrypted) {
+    draft = TidyPoolDraft(std::move(draft));
+    draft.isEncrypted = isEncrypted;
+    if (std::optional<PoolAddress> address = AddressIn(draft[PoolField::Server])) {
+        address->encryption.isEncrypted = isEncrypted;
+        draft[PoolField::Server] = ShownServer(std::move(*address));
+    }
     return draft;
 }
 
@@ -63,14 +127,21 @@ PoolFieldReasons CheckPoolDraft(const PoolDraft& draft) {
             reason = CheckText(spec, draft[spec.field], TextOf(limits, spec.field).size());
         else if (spec.kind == PoolFieldKind::Port)
             reason = ParsePort(draft[spec.field]).reason;
-        if (!reason.empty()) reasons.push_back({spec.field, std::move(reason)});
+        if (reason.empty() && spec.field == PoolField::Server && KeptServer(draft).size() >= std::size(limits.Server))
+            reason = L"Too long together with the certificate";
+        if (!reason.empty()) reasons.push_back({.field = spec.field, .text = std::move(reason)});
+    }
+    if (!EncryptionOf(draft)) {
+        reasons.push_back(
+            {.field = PoolField::Server, .text = L"Its SHA-256 has 64 digits; or \"insecure\"", .isOfCertificate = true});
     }
     return reasons;
 }
 
 void ApplyPoolDraft(const PoolDraft& draft, PoolEntry& pool) {
     for (const PoolFieldSpec& spec : kPoolFields) {
-        if (spec.kind == PoolFieldKind::Text) CopyToField(draft[spec.field], TextOf(pool, spec.field));
+        if (spec.kind != PoolFieldKind::Text) continue;
+        CopyToField(spec.field == PoolField::Server ? KeptServer(draft) : draft[spec.field], TextOf(pool, spec.field));
     }
     pool.Port = ParsePort(draft[PoolField::Port]).port;
     pool.Algo = draft.algorithm;
@@ -100,9 +171,10 @@ PoolFieldReasons CPoolEditModel::Check(const PoolDraft& draft, std::optional<std
     if (index && draft == MakePoolDraft(Pool(*index))) return {};
     const PoolDraft tidy = TidyPoolDraft(draft);
     PoolFieldReasons reasons = CheckPoolDraft(tidy);
-    if (IsNameTaken(tidy[PoolField::Name], index)) reasons.push_back({PoolField::Name, L"Another pool has this name"});
+    if (IsNameTaken(tidy[PoolField::Name], index))
+        reasons.push_back({.field = PoolField::Name, .text = L"Another pool has this name"});
     std::wstring reason = CheckAlgorithm(tidy.algorithm, index);
-    if (!reason.empty()) reasons.push_back({PoolField::Algorithm, std::move(reason)});
+    if (!reason.empty()) reasons.push_back({.field = PoolField::Algorithm, .text = std::move(reason)});
     return reasons;
 }
 

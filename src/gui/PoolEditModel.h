@@ -12,6 +12,9 @@
 struct PoolDraft {
     std::array<std::wstring, kPoolFields.size()> texts;
     std::int32_t algorithm = 0;
+    // Both part of the server's text where it is kept.
+    bool isEncrypted = false;
+    std::wstring certificate;  // its fingerprint, "insecure", or empty: the system judges
 
     std::wstring& operator[](PoolField field) { return texts[static_cast<std::size_t>(field)]; }
     const std::wstring& operator[](PoolField field) const { return texts[static_cast<std::size_t>(field)]; }
@@ -22,14 +25,17 @@ struct PoolDraft {
 struct PoolFieldReason {
     PoolField field;
     std::wstring text;
+    bool isOfCertificate = false;  // field: Server
 };
 using PoolFieldReasons = std::vector<PoolFieldReason>;
 
 PoolDraft MakePoolDraft(const PoolEntry& pool);
 // As it is meant: texts but for port and password without white space around them; of a server that is a URL or names a port
-// the host alone, the port where it belongs; with scheme and fragment where the connection is to be encrypted or the scheme
-// names the protocol. A server that cannot be taken apart stays, and CheckPoolDraft says why.
+// the host alone, the port and what the scheme says of encryption where they belong. A scheme that names the protocol stays,
+// as does a server that cannot be taken apart; CheckPoolDraft says why.
 PoolDraft TidyPoolDraft(PoolDraft draft);
+// The same, and encrypted or not whatever the server's scheme said.
+PoolDraft WithEncryption(PoolDraft draft, bool isEncrypted);
 // What can be told of the draft alone; at most one reason per field.
 PoolFieldReasons CheckPoolDraft(const PoolDraft& draft);
 // Takes over a draft without reasons; the rest of the pool stays.

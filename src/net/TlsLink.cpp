@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr std::size_t kInputArea = 32 * 1024;          // holds the longest record
-constexpr std::size_t kLongestHandshake = 256 * 1024;  // bytes; certificates of a chain are some thousands
-constexpr std::size_t kMostHeld = 64 * 1024;
+constexpr std::size_t kInputArea = std::size_t{32} * 1024;          // holds the longest record
+constexpr std::size_t kLongestHandshake = std::size_t{256} * 1024;  // bytes; certificates of a chain are some thousands
+constexpr std::size_t kMostHeld = std::size_t{64} * 1024;
 constexpr DWORD kRequirements = ISC_REQ_SEQUENCE_DETECT | ISC_REQ_REPLAY_DETECT | ISC_REQ_CONFIDENTIALITY |
                                 ISC_REQ_EXTENDED_ERROR | ISC_REQ_ALLOCATE_MEMORY | ISC_REQ_STREAM |
                                 ISC_REQ_MANUAL_CRED_VALIDATION | ISC_REQ_USE_SUPPLIED_CREDS;
@@ -102,9 +102,13 @@ std::string StatusText(SECURITY_STATUS status) {
 }  // namespace
 
 CTlsLink::CTlsLink(WSAEVENT dataEvent, std::wstring host, PoolEncryption asked)
-    : m_event(dataEvent), m_host(std::move(host)), m_asked(std::move(asked)), m_tcp(dataEvent), m_in(kInputArea) {
-    m_credentials = m_context = kNoHandle;
-}
+    : m_event(dataEvent),
+      m_host(std::move(host)),
+      m_asked(std::move(asked)),
+      m_tcp(dataEvent),
+      m_credentials(kNoHandle),
+      m_context(kNoHandle),
+      m_in(kInputArea) {}
 
 CTlsLink::~CTlsLink() {
     if (m_phase == Phase::Open) SayGoodbye();

@@ -18,7 +18,7 @@ using boost::system::error_code;
 
 namespace {
 
-constexpr std::size_t kArea = 16 * 1024;
+constexpr std::size_t kArea = std::size_t{16} * 1024;
 
 // A socket that writes with the faults that were asked for; what TLS runs over.
 class CFaultySocket {
@@ -64,7 +64,7 @@ class CRelay : public std::enable_shared_from_this<CRelay> {
     CRelay(tcp::socket client, asio::ssl::context& context, const PoolOptions& options)
         : m_options(options), m_pool(client.get_executor()), m_client(CFaultySocket(std::move(client), options), context) {}
 
-    void Start(const tcp::endpoint& pool, std::function<void(const std::string&)> print) {
+    void Start(const tcp::endpoint& pool, const std::function<void(const std::string&)>& print) {
         error_code ignored;
         m_client.lowest_layer().set_option(tcp::no_delay(true), ignored);
         if (m_options.tls.isSilent) return Swallow();
@@ -213,6 +213,6 @@ class CTlsFront final : public ITlsFront {
 }  // namespace
 
 std::unique_ptr<ITlsFront> MakeTlsFront(asio::io_context& io, const PoolOptions& options, std::uint16_t poolPort,
-                                        std::function<void(const std::string&)> print) {
-    return std::make_unique<CTlsFront>(io, options, poolPort, std::move(print));
+                                        const std::function<void(const std::string&)>& print) {
+    return std::make_unique<CTlsFront>(io, options, poolPort, print);
 }

@@ -20,4 +20,4 @@ class ITlsFront {
 
 // Listens at once, where the options say. Throws std::runtime_error when it cannot; a build for Windows always does.
 std::unique_ptr<ITlsFront> MakeTlsFront(boost::asio::io_context& io, const PoolOptions& options, std::uint16_t poolPort,
-                                        std::function<void(const std::string&)> print);
+                                        const std::function<void(const std::string&)>& print);

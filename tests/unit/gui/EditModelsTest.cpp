@@ -5,7 +5,10 @@
 namespace {
 
 PoolDraft GoodDraft() {
-    return {.texts = {L"", L"New", L"eu.pool.example", L"4444", L"0xwallet", L"x", L""}, .algorithm = 3};
+    PoolDraft draft;
+    draft.texts = {L"", L"New", L"eu.pool.example", L"4444", L"0xwallet", L"x", L""};
+    draft.algorithm = 3;
+    return draft;
 }
 
 std::vector<PoolField> Fields(const PoolFieldReasons& reasons) {
@@ -83,7 +86,7 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
         const wchar_t* port;
     } cases[] = {
         {L"stratum+tcp://pool.example:5555/\r\n", L"pool.example", L"5555"},
-        {L"ethproxy+ssl://pool.example:5555#insecure", L"ethproxy+ssl://pool.example#insecure", L"5555"},
+        {L"ethproxy+ssl://pool.example:5555#insecure", L"ethproxy+ssl://pool.example", L"5555"},
         {L"pool.example:5555", L"pool.example", L"5555"},
         {L"[2001:db8::1]:5555", L"2001:db8::1", L"5555"},
         {L"tcp://pool.example", L"pool.example", L"4444"},
@@ -109,6 +112,48 @@ TEST(PoolEditModel, TakesAPastedServerApart) {
     EXPECT_FALSE(model.IsChanged());
     draft[PoolField::Password] = L"other";
     EXPECT_EQ(Fields(model.Edit(0, draft)), std::vector{PoolField::Server});
+}
+
+TEST(PoolEditModel, EncryptionIsPartOfTheServerWhereItIsKept) {
+    CGuiRig rig;
+    CPoolEditModel model(rig.Current(), rig.algorithms);
+    const std::wstring digits(64, L'a');
+    const std::wstring pinned = L"stratum+ssl://a.example#sha256=" + digits;
+    const struct {
+        const wchar_t* server;
+        bool isEncrypted;
+        std::wstring certificate;
+        std::wstring kept;
+    } kCases[] = {
+        {L"a.example", true, L"", L"stratum+ssl://a.example"},
+        {L"a.example", false, L"ignored", L"a.example"},
+        {L"a.example", true, L" sha256=AA:" + digits.substr(2), pinned},
+        {L"tls://a.example", false, L"", L"stratum+ssl://a.example"},
+        {L"ethproxy+ssl://a.example", true, L"insecure", L"ethproxy+ssl://a.example#insecure"},
+    };
+    PoolDraft draft = GoodDraft();
+    ASSERT_TRUE(model.Add(draft).empty());
+    const std::size_t last = model.Count() - 1;
+    for (const auto& test : kCases) {
+        draft[PoolField::Server] = test.server;
+        draft.isEncrypted = test.isEncrypted;
+        draft.certificate = test.certificate;
+        EXPECT_TRUE(model.Edit(last, draft).empty()) << test.kept;
+        EXPECT_EQ(model.Pool(last).Server, test.kept);
+        const PoolDraft shown = MakePoolDraft(model.Pool(last));
+        PoolEntry again;
+        ApplyPoolDraft(shown, again);
+        EXPECT_EQ(again.Server, test.kept) << "what is shown is what is kept";
+        EXPECT_EQ(shown[PoolField::Server].find(L"sha256"), std::wstring::npos);
+    }
+    draft.isEncrypted = true;
+    draft.certificate = L"12ab";
+    const PoolFieldReasons reasons = model.Edit(last, draft);
+    ASSERT_EQ(reasons.size(), 1u);
+    EXPECT_TRUE(reasons[0].isOfCertificate);
+    draft = WithEncryption(MakePoolDraft(model.Pool(last)), false);
+    ASSERT_TRUE(model.Edit(last, draft).empty());
+    EXPECT_STREQ(model.Pool(last).Server, L"ethproxy+tcp://a.example");
 }
 
 TEST(PoolEditModel, AddsWithAnUnusedId) {
