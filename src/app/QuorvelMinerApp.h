@@ -70,6 +70,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     void PoolErrorHappened(const PoolError& error) override;
     void RequestStopMining(const std::string& reason) override;
     std::wstring DefaultWorkerName() override;
+    ProxyAddress Proxy() override { return ParseProxyAddress(m_settings.Proxy); }
 
     const DataFolder m_data;
     const bool m_guarded;

@@ -26,6 +26,7 @@ struct RuntimeSettings {
     std::int32_t Theme = 0;          // number of the look; 0 the program's choice
     std::int32_t HideMinimized = 0;  // non-zero: minimising hides to the notification area
     std::string ControlToken;        // shared secret of the control channel, UTF-8 as in the file; empty: none
+    std::string Proxy;               // SOCKS5 proxy of all pool connections, UTF-8 as in the file; empty: none
     std::int32_t LogDays = 30;       // how long the logs of a day are kept; 0: for ever
 };
 

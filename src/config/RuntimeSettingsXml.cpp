@@ -91,7 +91,12 @@ constexpr AnySetting kNumbers[] = {
     Flag("Theme", &RuntimeSettings::Theme, Presence::UnlessDefault),
     Flag("HideMinimized", &RuntimeSettings::HideMinimized, Presence::UnlessDefault),
 };
-constexpr char kToken[] = "ControlToken";
+// Written unless empty.
+struct TextSetting {
+    const char* name;
+    std::string RuntimeSettings::*field;
+};
+constexpr TextSetting kTexts[] = {{"ControlToken", &RuntimeSettings::ControlToken}, {"Proxy", &RuntimeSettings::Proxy}};
 
 // In the child of that name.
 constexpr char kLogging[] = "Logging";
@@ -143,7 +148,8 @@ std::vector<std::string_view> NamesOf(std::span<const AnySetting> settings) {
 void CheckSettings(const XML_NODE& root, CLoadReport& report) {
     if (root.name != kRuntimeSettingsRoot) report.Dropped(L"the root element, which is no RuntimeSettings");
     std::vector<std::string_view> names = NamesOf(kNumbers);
-    names.emplace_back(kToken);
+    for (const TextSetting& text : kTexts)
+        names.emplace_back(text.name);
     for (const RectangleSetting& rectangle : kRectangles)
         names.emplace_back(rectangle.name);
     constexpr std::string_view children[] = {kLogging};
@@ -185,7 +191,8 @@ void ReadRuntimeSettings(const XML_NODE& root, RuntimeSettings& settings, CLoadR
     for (const RectangleSetting& rectangle : kRectangles)
         ReadRectangle(root, rectangle.name, settings.*rectangle.field);
     ReadNumbers(root, kNumbers, settings);
-    if (auto token = FindUtf8Attribute(root, kToken)) settings.ControlToken = *std::move(token);
+    for (const TextSetting& text : kTexts)
+        if (auto value = FindUtf8Attribute(root, text.name)) settings.*text.field = *std::move(value);
     if (const XML_NODE* logging = FindChild(root, kLogging)) ReadNumbers(*logging, kLoggingNumbers, settings);
 }
 
@@ -193,6 +200,7 @@ void WriteRuntimeSettings(const RuntimeSettings& settings, XML_NODE& root) {
     for (const RectangleSetting& rectangle : kRectangles)
         WriteRectangle(root, rectangle.name, settings.*rectangle.field);
     WriteNumbers(settings, kNumbers, root);
-    if (!settings.ControlToken.empty()) SetUtf8Attribute(root, kToken, settings.ControlToken);
+    for (const TextSetting& text : kTexts)
+        if (!(settings.*text.field).empty()) SetUtf8Attribute(root, text.name, settings.*text.field);
     WriteNumbers(settings, kLoggingNumbers, AddChild(root, kLogging));
 }

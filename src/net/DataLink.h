@@ -21,6 +21,11 @@ struct LinkTransfer {
     std::size_t bytes = 0;  // without an error: 0 received means that there is nothing now
 };
 
+// Beside the codes of Windows Sockets a failure has those of encryption and certificates, which are negative, and a proxy's:
+// that bit and a code of Windows Sockets.
+inline constexpr std::uint32_t kProxyFailure = 0x20000000;
+inline constexpr std::uint32_t kTrustFailure = 0x80000000;
+
 // Why a link is not connected, where a code of Windows Sockets says too little.
 struct LinkFailure {
     std::string text;  // for the user, narrow

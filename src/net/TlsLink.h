@@ -1,8 +1,4 @@
 #pragma once
-#include "net/TcpLink.h"
-// After winsock2.h:
-#define SECURITY_WIN32
-#include <security.h>
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -11,6 +7,8 @@
 #include <vector>
 #include "common/PoolAddress.h"
 #include "net/CertificateCheck.h"
+#include "net/DataLink.h"
+#include "net/SecurityBuffers.h"
 
 // A link whose bytes are encrypted with TLS by the system's own implementation (Schannel). It is connected when the
 // handshake is over and the certificate was found good; before that nothing is sent. What it cannot do it says by Failure.
@@ -19,13 +17,14 @@
 // failed.
 class CTlsLink final : public IDataLink {
   public:
-    // host: the name that is asked for, and that the certificate is to be for. dataEvent outlives the link.
-    CTlsLink(WSAEVENT dataEvent, std::wstring host, PoolEncryption asked);
+    // carrier: what takes the encrypted bytes, made with the same event. host: the name that is asked for, and that the
+    // certificate is to be for. dataEvent outlives the link.
+    CTlsLink(WSAEVENT dataEvent, std::unique_ptr<IDataLink> carrier, std::wstring host, PoolEncryption asked);
     ~CTlsLink() override;
 
     std::uint32_t Connect(const HostAddress& address, std::uint32_t port) override;
     LinkEvents TakeEvents() override;
-    std::optional<LinkFailure> Failure() const override { return m_failure; }
+    std::optional<LinkFailure> Failure() const override { return m_failure ? m_failure : m_carrier->Failure(); }
     std::string Protection() const override;
     LinkTransfer Receive(std::span<char> area) override;
     LinkTransfer Send(std::string_view bytes) override;
@@ -66,7 +65,7 @@ class CTlsLink final : public IDataLink {
     const WSAEVENT m_event;
     std::wstring m_host;
     const PoolEncryption m_asked;
-    CTcpLink m_tcp;
+    const std::unique_ptr<IDataLink> m_carrier;
     std::optional<LinkFailure> m_failure;
     CredHandle m_credentials;
     CtxtHandle m_context;

@@ -1,6 +1,7 @@
 #include "pool/MiningStratum.h"
 #include <utility>
 #include "common/CodePage.h"
+#include "net/SocksLink.h"
 #include "net/TlsLink.h"
 
 CMiningStratum::CMiningStratum(StratumKind kind, IStratumHost& host, const IClock& clock, IResolver& resolver)
@@ -29,8 +30,10 @@ void CMiningStratum::Connect() {
     if (!pool) return;
     m_closing = false;
     const PoolTarget& target = m_session.Target();
-    std::wstring host = target.host;
-    StartClient(host, target.port, 0);
+    const ProxyAddress& proxy = m_session.Proxy();
+    // Of a proxy that cannot be used the host is empty, which is found nowhere: never past it.
+    std::wstring host = proxy.IsWanted() ? NarrowToWide(Utf8ToNarrow(proxy.host, nullptr)) : target.host;
+    StartClient(host, proxy.IsWanted() ? proxy.port : target.port, 0);
 }
 
 void CMiningStratum::CloseConnection() {
@@ -40,8 +43,12 @@ void CMiningStratum::CloseConnection() {
 
 std::unique_ptr<IDataLink> CMiningStratum::MakeLink(WSAEVENT dataEvent) {
     const PoolTarget& target = m_session.Target();
-    if (!target.encryption.isEncrypted) return _NetworkInterfaceSocket::MakeLink(dataEvent);
-    return std::make_unique<CTlsLink>(dataEvent, target.host, target.encryption);
+    const ProxyAddress& proxy = m_session.Proxy();
+    std::unique_ptr<IDataLink> link = proxy.IsWanted()
+                                          ? std::make_unique<CSocksLink>(dataEvent, proxy, target.host, target.port)
+                                          : _NetworkInterfaceSocket::MakeLink(dataEvent);
+    if (!target.encryption.isEncrypted) return link;
+    return std::make_unique<CTlsLink>(dataEvent, std::move(link), target.host, target.encryption);
 }
 
 void CMiningStratum::OnSecured(const std::string& how) {

@@ -2,11 +2,12 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include "common/ProxyAddress.h"
 #include "config/PoolEntry.h"
 #include "quorvel/plugin.h"
 
 // What a stratum session needs of its surroundings. Every operation is called on the session's I/O thread (DefaultWorkerName
-// also on the GUI thread), must not block and must not wait for the GUI.
+// also on the GUI thread, Proxy on that alone), must not block and must not wait for the GUI.
 class IStratumHost {
   public:
     virtual ~IStratumHost() = default;
@@ -18,6 +19,8 @@ class IStratumHost {
     // narrow text.
     virtual void RequestStopMining(const std::string& reason) = 0;
     virtual std::wstring DefaultWorkerName() = 0;
+    // GUI thread: the proxy that pools are reached through.
+    virtual ProxyAddress Proxy() { return {}; }
 };
 
 // The effects of a stratum session, supplied by whoever owns its connection. Called on the session's I/O thread (PostWork

@@ -4,6 +4,7 @@
 #include <utility>
 #include "common/CodePage.h"
 #include "common/SharedWord.h"
+#include "net/DataLink.h"
 #include "pool/StratumMessage.h"
 #include "pool/StratumRequests.h"
 #include "pool/WorkBlock.h"
@@ -25,7 +26,6 @@ constexpr std::uint32_t kConnectionRefused = 10061;
 constexpr std::uint32_t kHostUnreachable = 10065;
 constexpr std::uint32_t kFirstResolverCode = 11001;
 constexpr std::uint32_t kLastResolverCode = 11004;
-constexpr std::uint32_t kSystemFailure = 0x80000000;
 
 // Algorithms whose pools never speak eth-proxy.
 constexpr bool StartsPlain(std::int32_t algorithm) {
@@ -43,13 +43,18 @@ std::uint32_t Milliseconds(TimeSpan span) {
 }
 
 // Why no connection came about.
-ConnectionFailure FailureOf(std::string_view text, std::uint32_t code, const PoolTarget& target) {
+ConnectionFailure FailureOf(std::string_view text, std::uint32_t code, const PoolTarget& target, const ProxyAddress& proxy) {
     if (!target.reason.empty()) return {TroubleCode::NotConnected, "The server's address cannot be used: " + target.reason};
-    // Encryption and certificates have codes of their own, far from those of sockets.
-    if ((code & kSystemFailure) != 0) return {TroubleCode::NotTrusted, std::string(text)};
+    if (!proxy.reason.empty())
+        return {TroubleCode::NotConnected, "The proxy in the settings cannot be used: " + proxy.reason};
+    if ((code & kTrustFailure) != 0) return {TroubleCode::NotTrusted, std::string(text)};
+    if ((code & kProxyFailure) != 0) return {TroubleCode::NotConnected, std::string(text)};
+    const bool hasProxy = proxy.IsWanted();
     if (code >= kFirstResolverCode && code <= kLastResolverCode) {
-        return {TroubleCode::HostNotFound, "Host not found: " + WideToNarrow(target.host)};
+        return {TroubleCode::HostNotFound, hasProxy ? "Proxy not found: " + Utf8ToNarrow(proxy.host, nullptr)
+                                                    : "Host not found: " + WideToNarrow(target.host)};
     }
+    if (hasProxy) return {TroubleCode::NotConnected, "The proxy cannot be reached (" + std::to_string(code) + ")"};
     switch (code) {
         case kConnectionRefused:
             return {TroubleCode::NotConnected, "Connection refused"};
@@ -122,6 +127,7 @@ void CStratumSession::Reset() {
     TakeWorkerName();
     if (!pool) return;
     m_target = TargetOf(*pool);
+    m_proxy = m_host.Proxy();
 }
 
 // ---- The connection ------------------------------------------------------------------------------------------------------
@@ -172,7 +178,7 @@ void CStratumSession::Closed() {
 void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
     m_output.LogText("Connect error: " + std::string(text) + "(" + std::to_string(static_cast<std::int32_t>(code)) + ")");
     if (!m_isConnected) {
-        ConnectionFailure failure = FailureOf(text, code, m_target);
+        ConnectionFailure failure = FailureOf(text, code, m_target, m_proxy);
         SetFailure(failure.code, std::move(failure.text));
         CarryOut(m_access.ConnectFailed(m_clock.Monotonic()));
         return;

@@ -99,6 +99,7 @@ class CStratumSession {
     // Where the connection leads, of the pool that was current at the last reset. While no connection runs, or on its
     // thread.
     const PoolTarget& Target() const { return m_target; }
+    const ProxyAddress& Proxy() const { return m_proxy; }
 
   private:
     // Replies and notifications, by id and by method (StratumReplies.cpp).
@@ -143,6 +144,7 @@ class CStratumSession {
     PoolPointer m_loginPool;  // the pool of this connection, whatever the index says meanwhile; may be null
     std::uint32_t m_loginIndex = 0;
     PoolTarget m_target;  // of that pool
+    ProxyAddress m_proxy;
     // Every text whose address was ever in the work block; plug-ins read them at any time.
     std::vector<std::unique_ptr<const std::wstring>> m_keptTexts;
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/AlgorithmNames.h"
+#include "common/ProxyAddress.h"
 
 namespace {
 
@@ -115,6 +116,34 @@ TEST(PoolAddress, PortIsCutOffAText) {
         std::wstring text = test.text;
         EXPECT_EQ(CutPort(text, 3333), test.port);
         EXPECT_EQ(text, test.host);
+    }
+}
+
+TEST(ProxyAddress, IsTakenApart) {
+    const struct {
+        std::string text, host, user, password, reason;
+        std::uint32_t port = 1080;
+    } kCases[] = {
+        {"", "", "", "", ""},
+        {"proxy.example", "proxy.example", "", "", ""},
+        {"socks5://proxy.example:9050", "proxy.example", "", "", "", 9050},
+        {"socks5://u:p:q@x@[::1]:1", "::1", "u", "p:q@x", "", 1},
+        {"u@10.0.0.1", "10.0.0.1", "u", "", ""},
+        {"http://proxy.example", "", "", "", "socks5://"},
+        {"socks5://:p@proxy.example", "", "", "", "no user"},
+        {"socks5://proxy.example:0", "", "", "", "port"},
+        {"socks5://", "", "", "", "missing"},
+    };
+    for (const auto& test : kCases) {
+        SCOPED_TRACE(test.text);
+        const ProxyAddress proxy = ParseProxyAddress(test.text);
+        EXPECT_EQ(proxy.host, test.host);
+        EXPECT_EQ(proxy.port, test.port);
+        EXPECT_EQ(proxy.user, test.user);
+        EXPECT_EQ(proxy.password, test.password);
+        EXPECT_EQ(proxy.reason.empty(), test.reason.empty());
+        EXPECT_NE(proxy.reason.find(test.reason), std::string::npos) << proxy.reason;
+        EXPECT_EQ(proxy.IsWanted(), !test.text.empty()) << "what cannot be used is no reason to go past it";
     }
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 #include "net/NetworkInterfaceSocket.h"
+#include "net/TcpLink.h"
 #include "net/TlsLink.h"
 
 namespace {
@@ -59,7 +60,7 @@ class CEncrypted final : public _NetworkInterfaceSocket {
 
   private:
     std::unique_ptr<IDataLink> MakeLink(WSAEVENT event) override {
-        return std::make_unique<CTlsLink>(event, L"localhost", m_asked);
+        return std::make_unique<CTlsLink>(event, std::make_unique<CTcpLink>(event), L"localhost", m_asked);
     }
     void OnSecured(const std::string& how) override { m_how = how; }
     void OnConnected(std::uint32_t) override { Send(kLogin); }
