@@ -102,7 +102,7 @@ class CStratumSession {
     const ProxyAddress& Proxy() const { return m_proxy; }
 
   private:
-    // Replies and notifications, by id and by method (StratumReplies.cpp).
+    // Replies and notifications, by id and by method (StratumSessionReplies.cpp).
     void SubscribeReply(const CStratumMessage& message, PoolError& error);
     void AuthorizeReply(const CStratumMessage& message, PoolError& error);
     void DetectNiceHash(const CStratumMessage& message);

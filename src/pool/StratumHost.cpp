@@ -1,1 +1,0 @@
-#include "pool/StratumHost.h"
