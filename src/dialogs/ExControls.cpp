@@ -1,7 +1,6 @@
 #include "dialogs/ExControls.h"
 
 #include "gui/Colors.h"
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 
 namespace {

@@ -1,6 +1,5 @@
 #include "toolkit/Button.h"
 
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 
 namespace {

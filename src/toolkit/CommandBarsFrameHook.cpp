@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 #include "toolkit/MessageArguments.h"
 #include "toolkit/Wnd.h"

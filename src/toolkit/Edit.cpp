@@ -1,6 +1,5 @@
 #include "toolkit/Edit.h"
 
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 
 namespace {

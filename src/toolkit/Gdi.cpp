@@ -43,3 +43,7 @@ void DrawControlText(HDC device, HWND window, const wchar_t* text, RECT area, CO
     SetTextColor(device, color);
     DrawTextW(device, text, -1, &area, format | DT_SINGLELINE | DT_VCENTER);
 }
+
+int ScaleForDpi(int pixelsAt96Dpi) {
+    return MulDiv(pixelsAt96Dpi, GetDeviceCaps(CWindowDC(nullptr).Get(), LOGPIXELSY), 96);
+}

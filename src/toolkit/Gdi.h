@@ -111,3 +111,6 @@ SIZE TextSize(HWND window, HFONT font, const std::wstring& text);
 int FontHeight(HWND window, HFONT font);
 // Draws one line of text in the window's own font; format: of DrawText, beside DT_SINGLELINE | DT_VCENTER.
 void DrawControlText(HDC device, HWND window, const wchar_t* text, RECT area, COLORREF color, UINT format);
+
+// Pixels for a length given at 96 dpi, at the system's resolution (which the whole process uses). GUI thread.
+int ScaleForDpi(int pixelsAt96Dpi);

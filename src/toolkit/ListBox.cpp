@@ -1,7 +1,6 @@
 #include "toolkit/ListBox.h"
 
 #include "toolkit/Button.h"
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 

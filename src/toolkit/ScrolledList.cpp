@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 

@@ -4,7 +4,6 @@
 #include <limits>
 #include <utility>
 
-#include "toolkit/Dpi.h"
 #include "toolkit/Gdi.h"
 #include "toolkit/report/ReportNotification.h"
 #include "toolkit/report/ReportText.h"

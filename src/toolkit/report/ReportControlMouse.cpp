@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "toolkit/Clipboard.h"
-#include "toolkit/Dpi.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/report/ReportControl.h"
 #include "toolkit/report/ReportNotification.h"
