@@ -1,7 +1,7 @@
 // What the executable offers to plug-ins; described in quorvel/plugin.h.
 #include <winsock2.h>
 
-#include "app/Application.h"
+#include "app/QuorvelMinerApp.h"
 #include "pool/MiningStratum.h"
 
 extern "C" {

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "app/Application.h"
 #include "app/CrashReport.h"
+#include "app/QuorvelMinerApp.h"
 #include "common/Guarded.h"
 #include "support/DataFolder.h"
 

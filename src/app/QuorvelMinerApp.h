@@ -107,3 +107,6 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     std::unique_ptr<CControlHost> m_controlHost;
     std::unique_ptr<CSocketMiner> m_control;
 };
+
+// The process's application object, for entry points that get no context; null before wWinMain has made it and after.
+CQuorvelMinerApp* TheApplication();
