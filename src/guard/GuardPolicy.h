@@ -1,6 +1,8 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string>
 #include <vector>
 #include "common/Time.h"
 
@@ -44,3 +46,15 @@ class CGuardPolicy {
     TimeSpan m_lastAnswer = 0;
     bool m_hadWindow = false;
 };
+
+enum class GuardCommand { Watch, Install, Remove, Help, Version, Invalid };
+
+struct GuardOptions {
+    GuardCommand command = GuardCommand::Watch;
+    GuardTimes times;
+};
+
+// arguments: without the program's name.
+GuardOptions ParseGuardOptions(std::span<const std::wstring> arguments);
+
+extern const wchar_t kGuardUsage[];

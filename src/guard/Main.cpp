@@ -9,7 +9,7 @@
 #include "common/Version.h"
 #include "guard/AutoStart.h"
 #include "guard/Guard.h"
-#include "guard/GuardOptions.h"
+#include "guard/GuardPolicy.h"
 #include "support/DataFolder.h"
 
 namespace {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "guard/GuardOptions.h"
-
 namespace {
 
 constexpr TimeSpan kSecond = kTicksPerSecond;
