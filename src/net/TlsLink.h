@@ -72,6 +72,7 @@ class CTlsLink final : public IDataLink {
     SecPkgContext_StreamSizes m_sizes = {};
     CertificateFacts m_certificate;
     std::unique_ptr<CCertificateCheck> m_check;
+    bool m_isAskedForCertificate = false;
 
     // The connection's thread's own.
     std::vector<char> m_in;  // [m_begin, m_end): from the socket, not decrypted yet

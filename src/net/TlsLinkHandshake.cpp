@@ -3,6 +3,7 @@
 #include <winternl.h>
 #define SCHANNEL_USE_BLACKLISTS
 #include <schannel.h>
+#include <utility>
 #include "common/CodePage.h"
 #include "net/HostLookup.h"
 
@@ -19,6 +20,7 @@ constexpr char kInsufficientSecurity = 71;
 
 constexpr char kNoAnswer[] = "The server does not answer the TLS handshake (is this its port for TLS?)";
 constexpr char kClosed[] = "The server closed the connection in the middle of the TLS handshake (is this its port for TLS?)";
+constexpr char kNoVerdict[] = "Windows does not come to an end with checking the certificate of the pool's server";
 constexpr char kNoTls[] = "The server does not speak TLS on this port";
 
 SECURITY_STATUS Acquire(void* data, CredHandle& credentials) {
@@ -111,8 +113,9 @@ bool CTlsLink::Step() {
     for (const SecBuffer& buffer : out)
         if (buffer.pvBuffer != nullptr) FreeContextBuffer(buffer.pvBuffer);
     if (status == SEC_E_INCOMPLETE_MESSAGE) return false;
-    if (status == SEC_I_INCOMPLETE_CREDENTIALS) return true;  // it asks for a certificate of ours: once more, without one
-    if (FAILED(status)) {
+    // It asks for a certificate of ours: once more, without one.
+    if (status == SEC_I_INCOMPLETE_CREDENTIALS && !std::exchange(m_isAskedForCertificate, true)) return true;
+    if (FAILED(status) || status == SEC_I_INCOMPLETE_CREDENTIALS) {
         FailInHandshake(status);
         return false;
     }
@@ -151,6 +154,7 @@ void CTlsLink::BeginCheck() {
     m_certificate = FactsOf(*certificate);
     m_phase = Phase::Checking;
     const bool isAskedOfSystem = !m_asked.isUnchecked && m_asked.fingerprint.empty();
+    m_failure = LinkFailure{kNoVerdict, SystemCode(WSAETIMEDOUT)};  // while it lasts
     if (isAskedOfSystem) m_check = std::make_unique<CCertificateCheck>(std::move(certificate), m_host, m_event);
 }
 
@@ -185,7 +189,7 @@ void CTlsLink::FailInHandshake(SECURITY_STATUS status) {
 
 // What is there is all that the server has sent yet.
 bool CTlsLink::IsFirstAnswer() const {
-    return m_begin == 0 && m_end != 0 && m_handshakeBytes == m_end;
+    return m_phase == Phase::Handshake && m_begin == 0 && m_end != 0 && m_handshakeBytes == m_end;
 }
 
 bool CTlsLink::LooksLikeTls() const {
