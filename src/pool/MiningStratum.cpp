@@ -31,8 +31,10 @@ void CMiningStratum::Connect() {
     m_closing = false;
     const PoolTarget& target = m_session.Target();
     const ProxyAddress& proxy = m_session.Proxy();
-    // Of a proxy that cannot be used the host is empty, which is found nowhere: never past it.
+    // Of a proxy that cannot be used the host is empty, which is found nowhere: never past it. So it is of an address that
+    // cannot: what was meant to be encrypted must not reach anybody, a proxy included.
     std::wstring host = proxy.IsWanted() ? NarrowToWide(Utf8ToNarrow(proxy.host, nullptr)) : target.host;
+    if (!target.reason.empty()) host.clear();
     StartClient(host, proxy.IsWanted() ? proxy.port : target.port, 0);
 }
 
