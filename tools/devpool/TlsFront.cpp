@@ -4,10 +4,8 @@
 #include <array>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/ssl.hpp>
 #include <boost/asio/write.hpp>
-#include <set>
 #include <stdexcept>
 
 #include "TestCertificate.h"
@@ -118,7 +116,6 @@ class CRelay : public std::enable_shared_from_this<CRelay> {
         m_client.async_shutdown([self = shared_from_this()](const error_code&) { self->Close(); });
     }
     void Swallow() {
-        m_client.lowest_layer();
         m_client.next_layer().async_read_some(
             asio::buffer(m_fromClient),
             [self = shared_from_this()](const error_code& error, std::size_t) { error ? self->Close() : self->Swallow(); });
