@@ -22,6 +22,9 @@ constexpr std::uint32_t SystemCode(std::uint32_t socketCode) {
     return 0x80070000U | socketCode;
 }
 
+// The first byte of a record that holds an alert; TLS 1.3 hides it once the handshake is over.
+inline constexpr char kAlertRecord = 21;
+
 inline constexpr SecHandle kNoHandle = {~ULONG_PTR{0}, ~ULONG_PTR{0}};
 
 inline bool IsValid(const SecHandle& handle) {

@@ -98,12 +98,14 @@ LinkTransfer CTlsLink::Receive(std::span<char> area) {
 CTlsLink::Decrypted CTlsLink::Decrypt() {
     if (m_phase == Phase::Renewing)
         return Renew() ? Decrypted::Again : m_phase == Phase::Ended ? Decrypted::Failed : Decrypted::Incomplete;
+    const bool isAlert = m_in[m_begin] == kAlertRecord;
     std::array buffers = {Buffer(SECBUFFER_DATA, m_in.data() + m_begin, m_end - m_begin), Buffer(SECBUFFER_EMPTY),
                           Buffer(SECBUFFER_EMPTY), Buffer(SECBUFFER_EMPTY)};
     SecBufferDesc description = Description(buffers);
     const SECURITY_STATUS status = DecryptMessage(&m_context, &description, 0, nullptr);
     if (status == SEC_E_INCOMPLETE_MESSAGE && m_end - m_begin < m_in.size()) return Decrypted::Incomplete;
-    if (status == SEC_I_CONTEXT_EXPIRED) return Decrypted::Ended;
+    // What the other side says last. Not every system tells of it, and nobody has to close the socket after it.
+    if (status == SEC_I_CONTEXT_EXPIRED || (status == SEC_E_OK && isAlert)) return Decrypted::Ended;
     if (status != SEC_E_OK && status != SEC_I_RENEGOTIATE) {
         m_readError = static_cast<std::uint32_t>(status);
         return Decrypted::Failed;

@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::size_t kLongestHandshake = std::size_t{256} * 1024;  // bytes; certificates of a chain are some thousands
 constexpr char kHandshakeRecord = 22;
-constexpr char kAlertRecord = 21;
 constexpr char kMajorVersion = 3;
 constexpr std::size_t kAlertBytes = 7;  // the record's head, the level, the alert:
 constexpr char kHandshakeFailure = 40;

@@ -148,6 +148,7 @@ void AddTls(CLI::App& app, TlsOptions& tls) {
     group.Add("--tls-close-after", tls.closeAfter, "BYTES", "Close after that many bytes, 0: do not");
     group.AddFlag("--tls-flood", tls.floods, "Send handshake messages for ever");
     group.AddFlag("--tls-silent", tls.isSilent, "Do not answer the handshake");
+    group.Add("--tls-before", tls.before, "PORT", "Stand before another plain pool of this machine instead of this one");
     group.AddFlag("--tls-renew", tls.renews, "Renew the keys (1.3) or the handshake (1.2) before each line");
 }
 

@@ -31,6 +31,7 @@ struct TlsOptions {
     bool floods = false;                                // an endless handshake
     bool isSilent = false;                              // never answers
     bool renews = false;                                // with every line
+    std::uint16_t before = 0;                           // the port of the pool that is served so; 0: this one
 };
 
 struct PoolOptions {

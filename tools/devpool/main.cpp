@@ -60,7 +60,9 @@ int Run(const PoolOptions& options) {
     const bool isEncrypted = options.tls.certificate != TlsCertificate::None;
     if (isEncrypted) served.port = 0;  // it listens behind the one who decrypts
     CServer server(io, served, Print);
-    const auto front = isEncrypted ? MakeTlsFront(io, options, server.Port(), Print) : nullptr;
+    const auto front = isEncrypted
+                           ? MakeTlsFront(io, options, options.tls.before != 0 ? options.tls.before : server.Port(), Print)
+                           : nullptr;
     Print("listening on " + (front ? front->Endpoint() : server.Endpoint()));
     boost::asio::signal_set signals(io, SIGINT, SIGTERM);
     signals.async_wait([&](const boost::system::error_code& error, int) {

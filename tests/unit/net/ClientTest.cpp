@@ -12,6 +12,9 @@ using Clock = std::chrono::steady_clock;
 
 class SocketClient : public testing::Test {
   protected:
+    SocketClient() {
+        if (peer.IsEncrypted()) client.Encrypt();
+    }
     void Start(std::uint32_t port) {
         client.SetFraming(true, '\n');
         std::wstring host = L"127.0.0.1";

@@ -10,6 +10,7 @@
 #include <vector>
 #include "net/NetworkInterfaceSocket.h"
 #include "net/SocketAddress.h"
+#include "net/TlsLink.h"
 
 // Waits for what no event tells.
 template <typename Condition>
@@ -47,6 +48,13 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
     using _NetworkInterfaceSocket::_NetworkInterfaceSocket;
     ~CRecordingConnection() override { Stop(); }
 
+    // To a peer behind one who decrypts.
+    void Encrypt() { m_isEncrypted = true; }
+    std::unique_ptr<IDataLink> MakeLink(WSAEVENT event) override {
+        auto link = _NetworkInterfaceSocket::MakeLink(event);
+        if (!m_isEncrypted) return link;
+        return std::make_unique<CTlsLink>(event, std::move(link), L"localhost", PoolEncryption{true, {}, true});
+    }
     void SetInterval(std::uint32_t milliseconds) { m_reconnectInterval = milliseconds; }
     SocketLimits& Limits() { return m_limits; }
     std::vector<std::string> Activities() {
@@ -134,6 +142,7 @@ class CRecordingConnection final : public _NetworkInterfaceSocket {
         m_changed.notify_all();
     }
 
+    bool m_isEncrypted = false;
     std::mutex m_lock;
     std::condition_variable m_changed;
     std::vector<std::string> m_events;

@@ -1,5 +1,7 @@
 #include "ScriptedPeer.h"
 #include <chrono>
+#include <cstdlib>
+#include <sstream>
 
 namespace {
 
@@ -82,9 +84,18 @@ void CPeerLink::Reset() {
     Close();
 }
 
-CScriptedPeer::CScriptedPeer(int backlog) : m_listening(NewSocket()) {
-    sockaddr_in address = Loopback(0);
+TlsFront TlsFront::FromEnvironment() {
+    TlsFront front;
+    const char* const text = std::getenv("QV_TLS_FRONT");
+    std::istringstream(text != nullptr ? text : "") >> front.port >> front.peerPort;
+    return front;
+}
+
+CScriptedPeer::CScriptedPeer(int backlog, TlsFront front) : m_listening(NewSocket()), m_front(front) {
+    sockaddr_in address = Loopback(front.peerPort);
     int size = sizeof address;
+    const BOOL isReused = front.peerPort != 0;
+    setsockopt(m_listening.Get(), SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&isReused), sizeof isReused);
     if (bind(m_listening.Get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) return;
     if (listen(m_listening.Get(), backlog) != 0) return;
     if (getsockname(m_listening.Get(), reinterpret_cast<sockaddr*>(&address), &size) == 0) m_port = ntohs(address.sin_port);

@@ -27,19 +27,29 @@ class CPeerLink {
     std::string m_pending;
 };
 
-// A listening socket of this machine at a port that the system chose.
+// Where tls-pools.sh has put somebody before the peer who decrypts: QV_TLS_FRONT holds his port and the peer's.
+struct TlsFront {
+    std::uint32_t port = 0;  // 0: nobody is there
+    std::uint32_t peerPort = 0;
+    static TlsFront FromEnvironment();
+};
+
+// A listening socket of this machine at a port that the system chose, or behind the one who decrypts.
 class CScriptedPeer {
   public:
-    explicit CScriptedPeer(int backlog = 8);
-    std::uint32_t Port() const { return m_port; }
+    explicit CScriptedPeer(int backlog = 8, TlsFront front = TlsFront::FromEnvironment());
+    // Where to connect to.
+    std::uint32_t Port() const { return m_front.port != 0 ? m_front.port : m_port; }
+    bool IsEncrypted() const { return m_front.port != 0; }
     CPeerLink Accept();
     void Close() { m_listening.Close(); }
 
     // A port where nobody listens.
-    static std::uint32_t FreePort() { return CScriptedPeer().Port(); }
+    static std::uint32_t FreePort() { return CScriptedPeer(1, {}).Port(); }
 
   private:
     CWinsockSession m_winsock;
     CSocket m_listening;
+    const TlsFront m_front;
     std::uint32_t m_port = 0;
 };

@@ -46,7 +46,8 @@ class MiningStratumTest : public ::testing::Test {
     MiningStratumTest() {
         session.SetWindows(plugin.Handle(), manager.Handle());
         // The port in the host's text wins over the port field.
-        const std::wstring server = L"127.0.0.1:" + std::to_wstring(peer.Port());
+        const std::wstring port = std::to_wstring(peer.Port());
+        const std::wstring server = peer.IsEncrypted() ? L"ssl://127.0.0.1:" + port + L"#insecure" : L"127.0.0.1:" + port;
         session.Session().SetPools({std::make_shared<const PoolEntry>(MakePool(1, server.c_str()))});
     }
     ~MiningStratumTest() override { session.CloseConnection(); }
