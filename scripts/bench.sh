@@ -6,7 +6,7 @@ source scripts/wine-env.sh
 wine_environment
 
 build() { cmake --preset "$1" >/dev/null && cmake --build "build/$1" --target "${@:2}"; }
-build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench empty_dialog idle_plugin sim_nvcuda sim_nvml \
+build windows Quorvel-Miner Office2013 VisualStudio2012 net_bench tls_bench empty_dialog idle_plugin sim_nvcuda sim_nvml \
     miner-window open_time bare_controls bare_tick
 build host-release stratum_bench ethash_bench control_bench devpool
 
@@ -21,6 +21,9 @@ build/host-release/bench/control/control_bench
 
 printf '\n== From pool line to answer on the wire; beside a bare event-select echo (under Wine)\n'
 scripts/wine-run build/windows/bench/net/net_bench.exe
+
+printf '\n== One encrypted line to the work block; beside a bare decryption of it (under Wine)\n'
+tests/unit/net/tls-front.sh build/host-release/tools/devpool/devpool build/windows/bench/net/tls_bench.exe
 
 printf '\n== Size of the executable (goal: under 4 MB)\n'
 stat -c '%s bytes  %n' build/windows/bin/Quorvel-Miner.exe

@@ -69,29 +69,36 @@ bool CTlsLink::Read() {
     return read.error == 0;
 }
 
+// As many records as there are and the area takes: each call costs the caller a wait.
 LinkTransfer CTlsLink::Receive(std::span<char> area) {
-    while (m_plain.empty()) {
-        switch (m_begin == m_end ? Decrypted::Incomplete : Decrypt()) {
-            case Decrypted::Plain:
-            case Decrypted::Again:
-                break;
-            case Decrypted::Ended:
+    std::size_t bytes = 0;
+    while (bytes < area.size()) {
+        if (m_plain.empty()) {
+            const Decrypted record = m_begin == m_end ? Decrypted::Incomplete : Decrypt();
+            if (record == Decrypted::Ended) {
                 m_closed = 0;
                 WSASetEvent(m_event);
-                return {};
-            case Decrypted::Failed:
-                return {m_readError, 0};
-            case Decrypted::Incomplete: {
+                return {0, bytes};
+            }
+            if (record == Decrypted::Failed) {
+                if (bytes == 0) return {m_readError, 0};
+                m_broken = m_readError;  // after what came before it
+                WSASetEvent(m_event);
+                return {0, bytes};
+            }
+            if (record == Decrypted::Incomplete) {
+                if (bytes != 0) break;
                 const std::size_t before = m_end - m_begin;
                 if (!Read()) return {m_readError, 0};
                 if (m_end - m_begin == before) return {};
             }
         }
+        const std::size_t part = std::min(area.size() - bytes, m_plain.size());
+        if (part != 0) std::memcpy(area.data() + bytes, m_plain.data(), part);
+        m_plain = m_plain.subspan(part);
+        bytes += part;
     }
-    const std::size_t bytes = std::min(area.size(), m_plain.size());
-    std::memcpy(area.data(), m_plain.data(), bytes);
-    m_plain = m_plain.subspan(bytes);
-    if (HasPending()) WSASetEvent(m_event);
+    if (m_isReadable || bytes == area.size()) WSASetEvent(m_event);  // there may be more already
     return {0, bytes};
 }
 

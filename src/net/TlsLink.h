@@ -89,5 +89,5 @@ class CTlsLink final : public IDataLink {
     Phase m_phase = Phase::Connecting;  // from Open on changed under the lock, by the connection's thread alone
     std::vector<char> m_out;
     std::string m_held;                       // what is to be sent when the connection is renewed
-    std::atomic<std::uint32_t> m_broken = 0;  // by a record that was not sent whole
+    std::atomic<std::uint32_t> m_broken = 0;  // by a record that was not sent whole, or is not what was sent
 };

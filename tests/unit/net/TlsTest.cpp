@@ -44,7 +44,7 @@ class CEncrypted final : public _NetworkInterfaceSocket {
   public:
     CEncrypted(const std::string& pool, PoolEncryption asked) : m_asked(std::move(asked)) {
         m_asked.isEncrypted = true;
-        m_limits.attempt = m_limits.address = 1500;
+        if (pool == "silent") m_limits.attempt = m_limits.address = 1500;
         SetFraming(true, '\n');
         std::wstring host = L"localhost";
         StartClient(host, PoolNamed(pool).port, 0);
