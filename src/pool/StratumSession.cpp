@@ -137,7 +137,9 @@ void CStratumSession::Resolving(std::string_view host) {
 }
 
 void CStratumSession::Connecting(std::string_view address) {
-    SetPhase(ConnectionPhase::Connecting, std::string(address));
+    if (!m_proxy.IsWanted()) return SetPhase(ConnectionPhase::Connecting, std::string(address));
+    SetPhase(ConnectionPhase::Connecting, WideToNarrow(m_target.host) + ":" + std::to_string(m_target.port) +
+                                              " through the proxy " + std::string(address));
 }
 
 void CStratumSession::Secured(std::string_view how) {
@@ -184,10 +186,14 @@ void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
         return;
     }
     if (m_dropping) return;
-    const char* const when = m_sharesMayGo          ? "Connection lost"
-                             : m_subscribeSent != 0 ? "The pool closed the connection before the login"
-                                                    : "The pool closed the connection after the login";
-    SetFailure(TroubleCode::ConnectionLost, when);
+    std::string when = "Connection lost";
+    if (!m_sharesMayGo) {
+        const bool isBefore = m_subscribeSent != 0;
+        const bool isSilent = isBefore && m_lastLine == m_subscribeSent;
+        when = std::string("The pool closed the connection ") + (isBefore ? "before" : "after") + " the login";
+        if (isSilent && !m_target.encryption.isEncrypted) when += " (may this be its port for TLS?)";
+    }
+    SetFailure(TroubleCode::ConnectionLost, std::move(when));
 }
 
 void CStratumSession::CarryOut(const CPoolAccess::Verdict& verdict) {

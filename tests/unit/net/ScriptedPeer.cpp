@@ -19,9 +19,9 @@ CSocket NewSocket() {
     return CSocket(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
 }
 
-bool WaitReadable(SOCKET socket) {
+bool WaitReadable(SOCKET socket, long seconds = kPatienceSeconds) {
     fd_set set = {1, {socket}};
-    timeval patience = {kPatienceSeconds, 0};
+    timeval patience = {seconds, 0};
     return select(0, &set, nullptr, nullptr, &patience) == 1;
 }
 
@@ -99,6 +99,10 @@ CScriptedPeer::CScriptedPeer(int backlog, TlsFront front) : m_listening(NewSocke
     if (bind(m_listening.Get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) return;
     if (listen(m_listening.Get(), backlog) != 0) return;
     if (getsockname(m_listening.Get(), reinterpret_cast<sockaddr*>(&address), &size) == 0) m_port = ntohs(address.sin_port);
+}
+
+bool CScriptedPeer::HasVisitor() const {
+    return WaitReadable(m_listening.Get(), 0);
 }
 
 CPeerLink CScriptedPeer::Accept() {

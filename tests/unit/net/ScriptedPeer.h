@@ -42,6 +42,7 @@ class CScriptedPeer {
     std::uint32_t Port() const { return m_front.port != 0 ? m_front.port : m_port; }
     bool IsEncrypted() const { return m_front.port != 0; }
     CPeerLink Accept();
+    bool HasVisitor() const;  // now
     void Close() { m_listening.Close(); }
 
     // A port where nobody listens.

@@ -7,6 +7,7 @@
 #include <thread>
 #include "../net/ScriptedPeer.h"
 #include "SessionRecorder.h"
+#include "fixtures/Eventually.h"
 #include "fixtures/ScratchFolder.h"
 #include "pool/MiningStratum.h"
 
@@ -63,7 +64,10 @@ class MiningStratumTest : public ::testing::Test {
     CScriptedPeer peer;
     CRecordingWindow plugin;
     CRecordingWindow manager;
-    CQuietHost host;
+    struct Host : CQuietHost {
+        ProxyAddress Proxy() override { return proxy; }
+        ProxyAddress proxy;
+    } host;
     CMiningStratum session{StratumKind::User, host, SystemClock()};
 };
 
@@ -109,6 +113,24 @@ TEST_F(MiningStratumTest, ClosingIsNoLossAndLeavesNothingPosted) {
     manager.Take();
     EXPECT_TRUE(plugin.messages.empty()) << "posted after the connection was closed";
     EXPECT_TRUE(manager.messages.empty());
+}
+
+// What was meant to be encrypted must reach nobody, a proxy included.
+TEST_F(MiningStratumTest, ByAnAddressThatCannotBeUsedNobodyIsReached) {
+    const std::string port = std::to_string(peer.Port());
+    for (const std::string& proxy : {std::string(), "127.0.0.1:" + port}) {
+        host.proxy = ParseProxyAddress(proxy);
+        const std::wstring server = L"http://127.0.0.1:" + std::to_wstring(peer.Port());
+        session.Session().SetPools({std::make_shared<const PoolEntry>(MakePool(1, server.c_str()))});
+        session.Connect();
+        const auto reason = [this] {
+            const auto failures = session.Session().Status().poolFailures;
+            return failures.empty() ? std::string() : failures[0].text;
+        };
+        EXPECT_TRUE(Eventually([&] { return reason().find("http:// is not supported") != std::string::npos; })) << reason();
+        session.CloseConnection();
+        EXPECT_FALSE(peer.HasVisitor()) << proxy;
+    }
 }
 
 TEST_F(MiningStratumTest, TheLogHoldsTheTrafficInTheOrderOfItsEvents) {
