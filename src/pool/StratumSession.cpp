@@ -178,13 +178,19 @@ void CStratumSession::Closed() {
 }
 
 void CStratumSession::ConnectError(std::string_view text, std::uint32_t code) {
-    m_output.LogText("Connect error: " + std::string(text) + "(" + std::to_string(static_cast<std::int32_t>(code)) + ")");
+    const auto log = [&](std::string_view said) {
+        m_output.LogText("Connect error: " + std::string(said) + "(" + std::to_string(static_cast<std::int32_t>(code)) +
+                         ")");
+    };
     if (!m_isConnected) {
         ConnectionFailure failure = FailureOf(text, code, m_target, m_proxy);
+        const bool isUsable = m_target.reason.empty() && m_proxy.reason.empty();
+        log(isUsable ? text : failure.text);
         SetFailure(failure.code, std::move(failure.text));
         CarryOut(m_access.ConnectFailed(m_clock.Monotonic()));
         return;
     }
+    log(text);
     if (m_dropping) return;
     std::string when = "Connection lost";
     if (!m_sharesMayGo) {
