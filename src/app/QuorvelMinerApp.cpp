@@ -262,13 +262,14 @@ void CQuorvelMinerApp::RunProgram() {
                                                                        .events = m_events,
                                                                        .configurationReplaced = [this] { CheckPlugIns(); }});
     m_control = std::make_unique<CSocketMiner>(*m_controlHost);
-    RunDialog();
-    TellGuardOfClosing();
+    // A guard tries again when there was no window: what it lacked may be there then.
+    if (RunDialog()) TellGuardOfClosing();
     m_control->Close();
     m_mining->Stop();
 }
 
-void CQuorvelMinerApp::RunDialog() {
+// False: the window could not be made, and whoever is there was told.
+bool CQuorvelMinerApp::RunDialog() {
     CDialogHost host({.settings = m_settings,
                       .files = *m_files,
                       .trouble = m_standingTrouble,
@@ -304,8 +305,16 @@ void CQuorvelMinerApp::RunDialog() {
                                    .gridFont = m_folders.textFont.get(),
                                    .windowChanged = [this](HWND window) { m_mainWindow = window; }});
     m_pMainWnd = &dialog;
-    dialog.DoModal(nullptr);
+    const INT_PTR result = dialog.DoModal(nullptr);
+    const DWORD error = GetLastError();
     m_pMainWnd = nullptr;
+    if (result != -1) return true;
+    const std::wstring text = L"The window could not be made (Windows error " + std::to_wstring(error) + L").";
+    LogMain(text.c_str());
+    m_events.Event(EventKind::Program, L"", text);
+    m_exitCode = kExitNoWindow;
+    if (!m_guarded) ShowTaskDialog(kApplicationName, text, TaskDialogIcon::Error);
+    return false;
 }
 
 int CQuorvelMinerApp::ExitInstance() {

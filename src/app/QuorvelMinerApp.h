@@ -61,7 +61,7 @@ class CQuorvelMinerApp final : public CWinApp, private IStratumHost {
     // One line in the main log about what a pool said: whole, on one line, and no flood.
     void LogPoolError(const PoolError& error);
     void RunProgram();
-    void RunDialog();
+    bool RunDialog();
     // The telemetry reader's thread, or the GUI's.
     void SensorsChanged(const QvGpuRecord& gpu, SensorState state);
 

@@ -14,3 +14,4 @@ inline constexpr wchar_t kClosingEventName[] = L"Quorvel-Miner closing";
 
 inline constexpr int kExitNoGpus = 41;
 inline constexpr int kExitSecondInstance = 42;
+inline constexpr int kExitNoWindow = 43;

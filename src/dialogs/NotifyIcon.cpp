@@ -3,6 +3,7 @@
 #include <shellapi.h>
 
 #include "common/CodePage.h"
+#include "toolkit/Wnd.h"
 
 namespace {
 
@@ -19,29 +20,35 @@ NotifyFunction FindNotify() {
 }  // namespace
 
 void CNotifyIcon::Show(HWND owner, UINT message, HICON icon, const std::wstring& tip) {
-    if (m_owner != nullptr) return SetTip(tip);
+    if (m_owner != nullptr) return Change(icon, tip);
     m_owner = owner;
     m_message = message;
     m_icon = icon;
     m_tip = tip;
-    // Without a taskbar the icon waits for one.
-    Tell(NIM_ADD, NIF_MESSAGE | NIF_ICON | NIF_TIP);
+    // A process that shows the icon may have the rights of an administrator, the taskbar has not.
+    AllowMessageFromAll(owner, TaskbarCreated());
+    Keep();
 }
 
-void CNotifyIcon::SetTip(const std::wstring& tip) {
-    if (m_owner == nullptr || m_tip == tip) return;
+void CNotifyIcon::Change(HICON icon, const std::wstring& tip) {
+    if (m_owner == nullptr || (m_tip == tip && m_icon == icon)) return;
+    m_icon = icon;
     m_tip = tip;
-    Tell(NIM_MODIFY, NIF_TIP);
+    if (m_shown) m_shown = Tell(NIM_MODIFY, NIF_ICON | NIF_TIP);
 }
 
 void CNotifyIcon::Remove() {
     if (m_owner == nullptr) return;
-    Tell(NIM_DELETE, 0);
+    if (m_shown) Tell(NIM_DELETE, 0);
     m_owner = nullptr;
+    m_shown = false;
 }
 
-void CNotifyIcon::ShowAgain() {
-    if (m_owner != nullptr) Tell(NIM_ADD, NIF_MESSAGE | NIF_ICON | NIF_TIP);
+// An icon that was added too slowly for the answer is there all the same: then only a change of it succeeds.
+void CNotifyIcon::Keep() {
+    if (m_owner == nullptr) return;
+    constexpr UINT kAll = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+    m_shown = Tell(NIM_MODIFY, kAll) || Tell(NIM_ADD, kAll);
 }
 
 UINT CNotifyIcon::TaskbarCreated() {

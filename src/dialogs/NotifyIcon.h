@@ -11,21 +11,26 @@ class CNotifyIcon {
     CNotifyIcon(const CNotifyIcon&) = delete;
     CNotifyIcon& operator=(const CNotifyIcon&) = delete;
 
-    // The owner gets the message with the mouse message (WM_LBUTTONUP, WM_RBUTTONUP, WM_LBUTTONDBLCLK ...) as lParam.
+    // The owner gets the message with the mouse message (WM_LBUTTONUP, WM_RBUTTONUP, WM_LBUTTONDBLCLK ...) as lParam. A
+    // taskbar that is not there yet, as at log-on, or too busy does not take it: Keep tries again.
     void Show(HWND owner, UINT message, HICON icon, const std::wstring& tip);
-    // Cut at 127 characters; nothing happens when it is what it was or there is no icon.
-    void SetTip(const std::wstring& tip);
+    // The tip is cut at 127 characters. Nothing happens when they are what they were or there is no icon.
+    void Change(HICON icon, const std::wstring& tip);
     void Remove();
-    // To be called for the message TaskbarCreated(): the taskbar is new and knows no icons.
-    void ShowAgain();
+    // To be called every few seconds and for the message TaskbarCreated(), when the taskbar is new and knows no icons:
+    // finds out whether the icon is there and else shows it again.
+    void Keep();
+    // The taskbar had it when it was last told of it.
+    bool IsShown() const { return m_shown; }
 
     static UINT TaskbarCreated();
 
   private:
     bool Tell(DWORD command, UINT flags);
 
-    HWND m_owner = nullptr;  // null: not shown
+    HWND m_owner = nullptr;  // null: none is wanted
     UINT m_message = 0;
     HICON m_icon = nullptr;
     std::wstring m_tip;
+    bool m_shown = false;
 };

@@ -54,6 +54,7 @@ LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         MapMessage<kMessageMining, &Self::OnMining>(),
         MapMessage<kNotifyIconMessage, &Self::OnNotifyIcon>(),
         MapMessage<kLoadMessage, &Self::OnLoadMessage>(),
+        MapMessage<kShowIconMessage, &Self::ShowNotifyIcon>(),
         MapCommand<&Self::OnListenButton>(IDC_START_LISTEN, BN_CLICKED),
         MapCommand<&Self::OnMiningButton>(IDC_START_MINING, BN_CLICKED),
         MapCommand<&Self::OnInterfacesOpened>(IDC_INTERFACE, CBN_DROPDOWN),
@@ -63,7 +64,7 @@ LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     };
     if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
     if (message == WM_DESTROY) EndWork();
-    if (message == CNotifyIcon::TaskbarCreated()) m_notifyIcon.ShowAgain();
+    if (message == CNotifyIcon::TaskbarCreated()) KeepNotifyIcon();
     if (message == ShowRequest()) Restore();
     return CExDialog::OnMessage(message, wParam, lParam);
 }
@@ -76,7 +77,7 @@ void CQuorvelMinerDlg::OnConfigurationReplaced() {
 }
 
 bool CQuorvelMinerDlg::OnSize(WPARAM kind) {
-    if (kind == SIZE_MINIMIZED && m_host.Settings().HideMinimized != 0) ShowWindow(Handle(), SW_HIDE);
+    if (kind == SIZE_MINIMIZED) HideOrShowMinimized();
     return false;
 }
 
@@ -138,6 +139,7 @@ void CQuorvelMinerDlg::OnTimer() {
     if (m_tick % kTelemetryTicks == 0) m_host.ReadTelemetry();
     if (m_tick % kSaveTicks == 0) m_host.SaveConfiguration();
     if (m_tick % kInterfaceTicks == 0) RefreshInterfaces();
+    if (m_tick % kNotifyIconTicks == 0) KeepNotifyIcon();
     RefreshAll();
     RefreshControlNote();
     ++m_tick;

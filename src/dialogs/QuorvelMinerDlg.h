@@ -40,8 +40,10 @@ class CQuorvelMinerDlg final : public CExDialog {
     static constexpr std::uint32_t kTelemetryTicks = 5;
     static constexpr std::uint32_t kSaveTicks = 30;
     static constexpr std::uint32_t kInterfaceTicks = 5;
+    static constexpr std::uint32_t kNotifyIconTicks = 5;
     static constexpr UINT kNotifyIconMessage = WM_USER + 0x1100;
-    static constexpr UINT kLoadMessage = WM_USER + 0x1101;  // posted: what the files lack is to be shown
+    static constexpr UINT kLoadMessage = WM_USER + 0x1101;      // posted: what the files lack is to be shown
+    static constexpr UINT kShowIconMessage = WM_USER + 0x1102;  // posted once: the window is there, its icon may follow
 
     // QuorvelMinerDlgSetUp.cpp: what OnInitDialog does, in order.
     void TakeControls();
@@ -93,7 +95,10 @@ class CQuorvelMinerDlg final : public CExDialog {
     void CheckHideMinimized();
     void CopyDiagnostics();
     void ToggleHideMinimized();
+    void ShowNotifyIcon();
     void UpdateNotifyIcon();
+    void KeepNotifyIcon();
+    void HideOrShowMinimized();
     void OnNotifyIcon(WPARAM, LPARAM mouseMessage);
     void ShowNotifyMenu();
     void Restore();
@@ -139,6 +144,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     std::wstring m_shownLoadMessage;
     bool m_startIsDue = false;  // with the program, but nothing was configured
     bool m_commandRuns = false;
+    bool m_hasNotifyIcon = false;  // from ShowNotifyIcon on
     bool m_closing = false;
 };
 

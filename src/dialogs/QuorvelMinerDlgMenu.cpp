@@ -101,6 +101,7 @@ void CQuorvelMinerDlg::ToggleHideMinimized() {
     setting = setting == 0 ? 1 : 0;
     m_host.SaveSettings();
     CheckHideMinimized();
+    HideOrShowMinimized();
 }
 
 void CQuorvelMinerDlg::CheckHideMinimized() {
@@ -108,7 +109,26 @@ void CQuorvelMinerDlg::CheckHideMinimized() {
     CheckMenuItem(GetSystemMenu(Handle(), FALSE), kMenuHideMinimized, isChosen ? MF_CHECKED : MF_UNCHECKED);
 }
 
+void CQuorvelMinerDlg::ShowNotifyIcon() {
+    m_hasNotifyIcon = true;
+    UpdateNotifyIcon();
+    HideOrShowMinimized();
+}
+
+void CQuorvelMinerDlg::KeepNotifyIcon() {
+    m_notifyIcon.Keep();
+    HideOrShowMinimized();
+}
+
+// A window without a button in the taskbar and without an icon could never be brought back.
+void CQuorvelMinerDlg::HideOrShowMinimized() {
+    if (!IsIconic(Handle())) return;
+    const bool hide = m_host.Settings().HideMinimized != 0 && m_notifyIcon.IsShown();
+    if (hide == (IsWindowVisible(Handle()) != FALSE)) ShowWindow(Handle(), hide ? SW_HIDE : SW_SHOWMINNOACTIVE);
+}
+
 void CQuorvelMinerDlg::UpdateNotifyIcon() {
+    if (!m_hasNotifyIcon) return;
     const std::wstring tip = std::wstring(kApplicationName) + L"\nMiner: " + BareState(MiningStateLook(m_host.IsRunning())) +
                              (m_health == MiningHealth::Good ? L"" : L", with trouble") + L"\nControl: " +
                              BareState(ControlStateLook(m_controlState, 0));

@@ -77,7 +77,7 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     SendMessageW(Handle(), WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_looks.icon));
     SendMessageW(Handle(), WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(m_looks.icon));
     SetText(MainDialogTitle());
-    AcceptShowRequest(Handle());
+    AllowMessageFromAll(Handle(), ShowRequest());
     FillChoices();
     SendMessageW(Item(IDC_PORT), EM_LIMITTEXT, kPortCharacters, 0);
     m_edits.at(IDC_PORT)->SetNumber(kShownPort);
@@ -99,7 +99,7 @@ bool CQuorvelMinerDlg::OnInitDialog() {
     OfferLoadMessage();
     // The system would show it only once nothing is posted any more, and the first message may bring a box to the front.
     ShowWindow(Handle(), SW_SHOW);
-    UpdateNotifyIcon();  // the shell takes its time
+    PostMessageW(Handle(), kShowIconMessage, 0, 0);  // the shell takes its time
     return true;
 }
 

@@ -39,13 +39,3 @@ UINT ShowRequest() {
     static const UINT message = RegisterWindowMessageW(L"Quorvel-Miner.Show");
     return message;
 }
-
-void AcceptShowRequest(HWND dialog) {
-    constexpr DWORD kAllow = 1;  // MSGFLT_ALLOW
-    using Function = BOOL(WINAPI*)(HWND, UINT, DWORD, void*);
-    const HMODULE library = GetModuleHandleW(L"user32.dll");
-    if (library == nullptr) return;
-    const auto change =
-        reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "ChangeWindowMessageFilterEx")));
-    if (change != nullptr) change(dialog, ShowRequest(), kAllow, nullptr);
-}

@@ -12,5 +12,3 @@ void ShowRunningInstance();
 
 // The message by which it is asked to.
 UINT ShowRequest();
-// The dialog hears it also from processes with fewer rights than its own.
-void AcceptShowRequest(HWND dialog);

@@ -122,3 +122,13 @@ void CancelModalWindows(HWND besides) {
     SendMessageW(besides, WM_CANCELMODE, 0, 0);
     EnumThreadWindows(GetCurrentThreadId(), &CancelDialog, reinterpret_cast<LPARAM>(besides));
 }
+
+void AllowMessageFromAll(HWND window, UINT message) {
+    constexpr DWORD kAllow = 1;  // MSGFLT_ALLOW
+    using Function = BOOL(WINAPI*)(HWND, UINT, DWORD, void*);
+    const HMODULE library = GetModuleHandleW(L"user32.dll");
+    if (library == nullptr) return;
+    const auto change =
+        reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, "ChangeWindowMessageFilterEx")));
+    if (change != nullptr) change(window, message, kAllow, nullptr);
+}

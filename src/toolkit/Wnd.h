@@ -64,6 +64,9 @@ class CWnd {
     WNDPROC m_original = nullptr;  // of a window that was taken over
 };
 
+// The window hears the message also from processes with fewer rights than its own.
+void AllowMessageFromAll(HWND window, UINT message);
+
 // Cancels what is modal in the calling thread: dialogs, message boxes, menus, moving and sizing, all but the dialog besides.
 // The calls that show them return once their messages are dispatched, so a program that is told to end does not wait for an
 // answer.
