@@ -48,7 +48,7 @@ LRESULT HitTestFrame(const FrameLayout& layout, POINT point) {
         if (bottom) return HTBOTTOM;
     }
     if (point.y >= layout.inset + layout.caption) return HTCLIENT;
-    return point.x < layout.inset + layout.caption ? HTSYSMENU : HTCAPTION;
+    return layout.hasIcon && point.x < layout.inset + layout.caption ? HTSYSMENU : HTCAPTION;
 }
 
 namespace {
@@ -163,7 +163,13 @@ FrameLayout CXTPCommandBarsFrameHook::Layout() const {
     layout.button = ScaleForDpi(kButtonAt96Dpi);
     layout.canMinimize = HasStyle(m_window, WS_MINIMIZEBOX);
     layout.canMaximize = HasStyle(m_window, WS_MAXIMIZEBOX);
+    layout.hasIcon = Icon() != nullptr;
     return layout;
+}
+
+HICON CXTPCommandBarsFrameHook::Icon() const {
+    const auto icon = reinterpret_cast<HICON>(SendMessageW(m_window, WM_GETICON, ICON_SMALL, 0));
+    return icon != nullptr ? icon : reinterpret_cast<HICON>(GetClassLongPtrW(m_window, GCLP_HICONSM));
 }
 
 std::optional<LRESULT> CXTPCommandBarsFrameHook::OnFrameMessage(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -325,9 +331,7 @@ void CXTPCommandBarsFrameHook::DrawCaption(HDC device, const RECT& area, const F
     const int iconSize = GetSystemMetrics(SM_CXSMICON);
     const int middle = layout.inset + layout.caption / 2;
     int textLeft = layout.inset + ScaleForDpi(10);
-    auto icon = reinterpret_cast<HICON>(SendMessageW(m_window, WM_GETICON, ICON_SMALL, 0));
-    if (icon == nullptr) icon = reinterpret_cast<HICON>(GetClassLongPtrW(m_window, GCLP_HICONSM));
-    if (icon != nullptr) {
+    if (const HICON icon = Icon(); icon != nullptr) {
         DrawIconEx(device, textLeft, middle - iconSize / 2, icon, iconSize, iconSize, 0, nullptr, DI_NORMAL);
         textLeft += iconSize + ScaleForDpi(7);
     }

@@ -12,6 +12,7 @@ struct FrameLayout {
     int button = 0;   // width of a caption button
     bool canMinimize = false;
     bool canMaximize = false;
+    bool hasIcon = true;  // a double click on it closes the window
 };
 // An HT... value: HTCAPTION, HTCLOSE, HTMAXBUTTON, HTMINBUTTON, HTSYSMENU, HTTOPLEFT ..., HTCLIENT.
 LRESULT HitTestFrame(const FrameLayout& layout, POINT point);
@@ -32,6 +33,7 @@ class CXTPCommandBarsFrameHook {
   private:
     void ChangeFrame(HWND window, HWND hooked);
     FrameLayout Layout() const;
+    HICON Icon() const;  // null: the caption has none
     LRESULT OnCalcSize(WPARAM wParam, LPARAM lParam) const;
     LRESULT HitTestAt(POINT screen) const;
     bool OnButtonDown(LRESULT hit);

@@ -32,7 +32,8 @@ TEST(FrameLayoutTest, FixedWindowHasNoEdgesAndItsButtonsCloseUp) {
     ExpectHits(layout, {{{0, 0}, HTSYSMENU}, {{0, 299}, HTCLIENT}, {{399, 0}, HTCLOSE}, {{330, 10}, HTMINBUTTON}});
     EXPECT_TRUE(IsRectEmpty(std::vector{FrameButton(layout, HTMAXBUTTON)}.data()));
     layout.canMinimize = false;
-    ExpectHits(layout, {{{330, 10}, HTCAPTION}, {{380, 10}, HTCLOSE}});
+    layout.hasIcon = false;
+    ExpectHits(layout, {{{0, 0}, HTCAPTION}, {{330, 10}, HTCAPTION}, {{380, 10}, HTCLOSE}});
 }
 
 TEST(FrameLayoutTest, MaximizedWindowBeginsAtTheEdgeOfTheScreen) {
