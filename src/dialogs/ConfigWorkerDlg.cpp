@@ -164,16 +164,20 @@ void CConfigWorkerDlg::FillBackup() {
     m_backup.SelectByData(pool != nullptr ? chosen : kUnassignedPoolId);
 }
 
+std::wstring CConfigWorkerDlg::GpuLabel(const QvGpuRecord& gpu) const {
+    std::wstring text = L"GPU#" + std::to_wstring(gpu.cudaId) + L"  " + GpuName(gpu);
+    const auto owner = m_model.OwnerOf(gpu);
+    if (owner && *owner != Current()) text += L"  (configuration " + std::to_wstring(*owner + 1) + L")";
+    return text;
+}
+
 void CConfigWorkerDlg::FillGpus() {
     const int selected = m_gpus.Selected();
     m_gpus.Clear();
     if (!HasCurrent()) return;
     int item = 0;
     for (const QvGpuRecord* gpu : m_model.Gpus()) {
-        std::wstring text = L"GPU#" + std::to_wstring(gpu->cudaId) + L"  " + GpuName(*gpu);
-        const auto owner = m_model.OwnerOf(*gpu);
-        if (owner && *owner != Current()) text += L"  (configuration " + std::to_wstring(*owner + 1) + L")";
-        m_gpus.Add(text);
+        m_gpus.Add(GpuLabel(*gpu));
         m_gpus.SetChecked(item++, m_model.IsChecked(Current(), *gpu));
     }
     for (const AbsentGpu& gpu : m_model.Entry(Current()).absentGpus) {
@@ -193,8 +197,15 @@ void CConfigWorkerDlg::OnGpuChecked() {
     } else {
         m_model.RemoveAbsent(Current(), index - present.size());
     }
-    FillGpus();
-    RefreshLabels();
+    // The list stays as it is under the pointer, with what the other configurations lost.
+    for (std::size_t i = 0; i < present.size(); ++i) {
+        const int row = static_cast<int>(i);
+        m_gpus.SetItemText(row, GpuLabel(*present[i]));
+        m_gpus.SetChecked(row, m_model.IsChecked(Current(), *present[i]));
+    }
+    if (index >= present.size()) m_gpus.Remove(item);
+    for (std::size_t i = 0; i < m_model.Count(); ++i)
+        m_list.SetItemText(static_cast<int>(i), m_model.Label(i));
     ShowReasons();
 }
 

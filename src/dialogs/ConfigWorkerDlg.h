@@ -31,6 +31,7 @@ class CConfigWorkerDlg final : public CExDialog {
     void FillPrimary();
     void FillBackup();
     void FillGpus();
+    std::wstring GpuLabel(const QvGpuRecord& gpu) const;
     void OnGpuChecked();
     void AddConfiguration();
     void RemoveConfiguration();

@@ -20,7 +20,30 @@ void CXTPListBox::PreSubclassWindow() {
     SendMessageW(Handle(), LB_SETITEMHEIGHT, 0, ScaleForDpi(kItemAt96Dpi));
 }
 
+void CXTPListBox::SetItemText(int item, const std::wstring& text) {
+    if (ItemText(static_cast<UINT>(item)) == text) return;
+    const int selected = Selected();
+    const LRESULT top = SendMessageW(Handle(), LB_GETTOPINDEX, 0, 0);
+    const LRESULT data = SendMessageW(Handle(), LB_GETITEMDATA, static_cast<WPARAM>(item), 0);
+    // A list box cannot change a text.
+    SendMessageW(Handle(), WM_SETREDRAW, FALSE, 0);
+    Remove(item);
+    SendMessageW(Handle(), LB_INSERTSTRING, static_cast<WPARAM>(item), reinterpret_cast<LPARAM>(text.c_str()));
+    SendMessageW(Handle(), LB_SETITEMDATA, static_cast<WPARAM>(item), data);
+    Select(selected);
+    SendMessageW(Handle(), LB_SETTOPINDEX, static_cast<WPARAM>(top), 0);
+    SendMessageW(Handle(), WM_SETREDRAW, TRUE, 0);
+    Redraw();
+}
+
+std::wstring CXTPListBox::ItemText(UINT item) const {
+    std::wstring text(static_cast<std::size_t>(SendMessageW(Handle(), LB_GETTEXTLEN, item, 0)), L'\0');
+    SendMessageW(Handle(), LB_GETTEXT, item, reinterpret_cast<LPARAM>(text.data()));
+    return text;
+}
+
 void CXTPListBox::SetChecked(int item, bool checked) {
+    if (IsChecked(item) == checked) return;
     SendMessageW(Handle(), LB_SETITEMDATA, static_cast<WPARAM>(item), checked ? 1 : 0);
     Redraw();
 }
@@ -93,8 +116,6 @@ LRESULT CXTPListBox::OnDrawItem(const DRAWITEMSTRUCT& item) const {
         area.left = box.right;
     }
     area.left += ScaleForDpi(kMarginAt96Dpi);
-    std::wstring name(static_cast<std::size_t>(SendMessageW(Handle(), LB_GETTEXTLEN, item.itemID, 0)), L'\0');
-    SendMessageW(Handle(), LB_GETTEXT, item.itemID, reinterpret_cast<LPARAM>(name.data()));
-    DrawControlText(item.hDC, Handle(), name.c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
+    DrawControlText(item.hDC, Handle(), ItemText(item.itemID).c_str(), area, text, DT_END_ELLIPSIS | DT_NOPREFIX);
     return TRUE;
 }

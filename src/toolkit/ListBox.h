@@ -14,6 +14,9 @@ class CXTPListBox : public CXTPScrolledList {
 
     void Clear() { SendMessageW(Handle(), LB_RESETCONTENT, 0, 0); }
     void Add(const std::wstring& text) { SendMessageW(Handle(), LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())); }
+    void Remove(int item) { SendMessageW(Handle(), LB_DELETESTRING, static_cast<WPARAM>(item), 0); }
+    // Position, selection and data of the items stay.
+    void SetItemText(int item, const std::wstring& text);
     int Selected() const { return static_cast<int>(SendMessageW(Handle(), LB_GETCURSEL, 0, 0)); }  // -1: none
     void Select(int item) { SendMessageW(Handle(), LB_SETCURSEL, static_cast<WPARAM>(item), 0); }
     bool IsChecked(int item) const { return SendMessageW(Handle(), LB_GETITEMDATA, static_cast<WPARAM>(item), 0) == 1; }
@@ -29,6 +32,7 @@ class CXTPListBox : public CXTPScrolledList {
     std::optional<LRESULT> OnClick(POINT point, WPARAM keys);
     void OnThemeChanged() const;
     void Toggle(int item);
+    std::wstring ItemText(UINT item) const;
     RECT CheckBoxIn(const RECT& item) const;
 
     const Kind m_kind;
