@@ -150,7 +150,10 @@ std::vector<ReportColumnSize> MoveReportDivider(std::span<const ReportColumnSize
     const int lowest = std::min(left.minWidth - leftShown, 0);
     const int by = std::clamp(distance, lowest, std::max(right.width - right.minWidth, 0));
     right.width -= by;
-    left.width = left.stretch ? std::min(left.width, leftShown + by) : leftShown + by;
+    // Only the first column that stretches takes the room that is left.
+    const auto first = std::find_if(columns.begin(), columns.end(), [](const ReportColumnSize& c) { return c.stretch; });
+    const bool takesSpare = first == columns.begin() + column;
+    left.width = takesSpare ? std::min(left.width, leftShown + by) : leftShown + by;
     return moved;
 }
 

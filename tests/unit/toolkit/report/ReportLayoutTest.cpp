@@ -121,6 +121,17 @@ TEST(ReportLayout, DividersFollowThePointer) {
     }
 }
 
+// Only the first of them takes the spare room, the other is one like the rest.
+TEST(ReportLayout, TheDividerRightOfASecondStretchingColumnFollowsThePointer) {
+    const std::vector<ReportColumnSize> columns = {{100, 40, true}, {80, 30, true}, {50, 20, false}};
+    const ReportLayout before = LayOutReport(columns, {300, 120}, 1, kMetrics);
+    const auto moved = [&](int distance) {
+        return Widths(LayOutReport(MoveReportDivider(columns, before, 1, distance), {300, 120}, 1, kMetrics));
+    };
+    EXPECT_EQ(moved(20), (std::vector{170, 100, 30}));
+    EXPECT_EQ(moved(-500), (std::vector{170, 30, 100}));
+}
+
 TEST(ReportLayout, KeysMoveWithinTheRows) {
     struct Case {
         WPARAM key;
