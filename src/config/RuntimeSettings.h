@@ -6,6 +6,7 @@
 struct SettingsRect {
     std::int32_t left = 0, top = 0, right = 0, bottom = 0;
     bool IsEmpty() const { return left >= right || top >= bottom; }
+    bool operator==(const SettingsRect&) const = default;
 };
 
 // What the user sets in the main window. One record, GUI thread only.
@@ -23,11 +24,12 @@ struct RuntimeSettings {
     std::int32_t LastControlState = 0;
     std::int32_t LastMiningState = 0;
     // Our own additions: in the file only when they differ from these defaults.
-    std::int32_t Theme = 0;          // number of the look; 0 the program's choice
-    std::int32_t HideMinimized = 0;  // non-zero: minimising hides to the notification area
-    std::string ControlToken;        // shared secret of the control channel, UTF-8 as in the file; empty: none
-    std::string Proxy;               // SOCKS5 proxy of all pool connections, UTF-8 as in the file; empty: none
-    std::int32_t LogDays = 30;       // how long the logs of a day are kept; 0: for ever
+    std::int32_t Theme = 0;             // number of the look; 0 the program's choice
+    std::int32_t HideMinimized = 0;     // non-zero: minimising hides to the notification area
+    std::int32_t AskBeforeClosing = 1;  // non-zero: a user who closes the window while mining runs is asked
+    std::string ControlToken;           // shared secret of the control channel, UTF-8 as in the file; empty: none
+    std::string Proxy;                  // SOCKS5 proxy of all pool connections, UTF-8 as in the file; empty: none
+    std::int32_t LogDays = 30;          // how long the logs of a day are kept; 0: for ever
 };
 
 // RuntimeSettingsMiner.xml. Windows only; GUI thread. settingsFolder ends with a backslash.

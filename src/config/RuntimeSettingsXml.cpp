@@ -90,6 +90,7 @@ constexpr AnySetting kNumbers[] = {
     Number("LastMiningState", &RuntimeSettings::LastMiningState, 0, 1),
     Flag("Theme", &RuntimeSettings::Theme, Presence::UnlessDefault),
     Flag("HideMinimized", &RuntimeSettings::HideMinimized, Presence::UnlessDefault),
+    Flag("AskBeforeClosing", &RuntimeSettings::AskBeforeClosing, Presence::UnlessDefault),
 };
 // Written unless empty.
 struct TextSetting {

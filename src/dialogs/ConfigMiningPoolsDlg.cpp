@@ -32,7 +32,7 @@ constexpr wchar_t kBullet = L'\x2022';
 }  // namespace
 
 CConfigMiningPoolsDlg::CConfigMiningPoolsDlg(IMainDialogHost& host, CThemeManager& themes)
-    : CExDialog(IDD_POOLS, themes),
+    : CEditorDlg(IDD_POOLS, themes, host.Settings().ConfigMiningPoolsPos),
       m_host(host),
       m_model(host.Configuration().Current(), host.Algorithms()),
       m_list(themes.Paint()),
@@ -42,7 +42,7 @@ bool CConfigMiningPoolsDlg::OnInitDialog() {
     TakeControls();
     CExDialog::OnInitDialog();
     SetUpResize();
-    RestoreDialogPlace(Handle(), m_host.Settings().ConfigMiningPoolsPos);
+    RestorePlace();
     if (m_host.IsRunning()) {
         SetItemText(IDC_POOLS_STATUS, L"Mining runs: changes take effect at its next start.");
     }
@@ -101,8 +101,7 @@ LRESULT CConfigMiningPoolsDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lPa
         MapCommand<&Self::OnShowPassword>(IDC_SHOW_PASSWORD, BN_CLICKED),
     };
     if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
-    if (message == WM_DESTROY) KeepDialogPlace(Handle(), m_host.Settings().ConfigMiningPoolsPos);
-    return CExDialog::OnMessage(message, wParam, lParam);
+    return CEditorDlg::OnMessage(message, wParam, lParam);
 }
 
 void CConfigMiningPoolsDlg::OnPoolSelected() {
@@ -166,6 +165,12 @@ PoolDraft CConfigMiningPoolsDlg::Draft() const {
     draft.isEncrypted = IsDlgButtonChecked(Handle(), IDC_POOLEDIT_ENCRYPTED) == BST_CHECKED;
     draft.certificate = ItemText(IDC_POOLEDIT_CERTIFICATE);
     return draft;
+}
+
+bool CConfigMiningPoolsDlg::HasChanges() const {
+    if (m_model.IsChanged()) return true;
+    if (m_isNew) return Draft() != m_model.NewDraft();
+    return m_current && Draft() != MakePoolDraft(m_model.Pool(*m_current));
 }
 
 void CConfigMiningPoolsDlg::OnFieldChanged() {

@@ -2,21 +2,22 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include "dialogs/EditorDlg.h"
 #include "dialogs/ExControls.h"
-#include "dialogs/ExDialog.h"
 #include "dialogs/MainDialogHost.h"
 #include "gui/PoolEditModel.h"
 #include "toolkit/ListBox.h"
 
 // "Mining pools...": add, edit, remove and order the pools. Nothing is in force before Save, which publishes and saves all
 // of it at once.
-class CConfigMiningPoolsDlg final : public CExDialog {
+class CConfigMiningPoolsDlg final : public CEditorDlg {
   public:
     CConfigMiningPoolsDlg(IMainDialogHost& host, CThemeManager& themes);
 
   protected:
     bool OnInitDialog() override;
     void OnOK() override;
+    bool HasChanges() const override;
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
   private:

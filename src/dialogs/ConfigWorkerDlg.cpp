@@ -24,7 +24,7 @@ constexpr int kButtons[] = {IDC_CONFIGURATION_ADD, IDC_CONFIGURATION_REMOVE, IDO
 }  // namespace
 
 CConfigWorkerDlg::CConfigWorkerDlg(IMainDialogHost& host, CThemeManager& themes)
-    : CExDialog(IDD_WORKER, themes),
+    : CEditorDlg(IDD_WORKER, themes, host.Settings().ConfigWorkerPos),
       m_host(host),
       m_model(host.Configuration().Current(), host.Gpus()),
       m_name(themes.Paint()),
@@ -37,7 +37,7 @@ bool CConfigWorkerDlg::OnInitDialog() {
     TakeControls();
     CExDialog::OnInitDialog();
     SetUpResize();
-    RestoreDialogPlace(Handle(), m_host.Settings().ConfigWorkerPos);
+    RestorePlace();
     m_filling = true;
     SetItemText(IDC_WORKER_NAME, m_model.WorkerName());
     m_filling = false;
@@ -91,8 +91,7 @@ LRESULT CConfigWorkerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         MapCommand<&Self::RemoveConfiguration>(IDC_CONFIGURATION_REMOVE, BN_CLICKED),
     };
     if (const auto result = DispatchByMap(*this, kMap, message, wParam, lParam)) return *result;
-    if (message == WM_DESTROY) KeepDialogPlace(Handle(), m_host.Settings().ConfigWorkerPos);
-    return CExDialog::OnMessage(message, wParam, lParam);
+    return CEditorDlg::OnMessage(message, wParam, lParam);
 }
 
 void CConfigWorkerDlg::OnNameChanged() {

@@ -1,21 +1,22 @@
 #pragma once
 #include <map>
 #include <memory>
+#include "dialogs/EditorDlg.h"
 #include "dialogs/ExControls.h"
-#include "dialogs/ExDialog.h"
 #include "dialogs/MainDialogHost.h"
 #include "gui/ConfigurationEditModel.h"
 #include "toolkit/ListBox.h"
 
 // "Worker...": the default worker name and the configurations, which say on which pools each GPU mines. Nothing is in force
 // before Save, which publishes and saves all of it at once.
-class CConfigWorkerDlg final : public CExDialog {
+class CConfigWorkerDlg final : public CEditorDlg {
   public:
     CConfigWorkerDlg(IMainDialogHost& host, CThemeManager& themes);
 
   protected:
     bool OnInitDialog() override;
     void OnOK() override;
+    bool HasChanges() const override { return m_model.IsChanged(); }
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
 
   private:

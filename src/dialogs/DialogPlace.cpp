@@ -19,27 +19,31 @@ BOOL CALLBACK TakeWorkArea(HMONITOR monitor, HDC, LPRECT, LPARAM areas) {
     return TRUE;
 }
 
-// Its message disables a dialog, but not for messages that are posted again and again.
-bool HasMessageOpen(HWND dialog) {
-    return IsWindowEnabled(dialog) == FALSE;
-}
-
 }  // namespace
 
-void RestoreDialogPlace(HWND dialog, const SettingsRect& place) {
+void RestoreDialogPlace(HWND dialog, const SettingsRect& place, KeptSize size) {
     if (place.IsEmpty()) return;
     std::vector<SettingsRect> areas;
     EnumDisplayMonitors(nullptr, nullptr, &TakeWorkArea, reinterpret_cast<LPARAM>(&areas));
     const SettingsRect visible = PlaceOnScreen(place, areas);
-    SetWindowPos(dialog, nullptr, visible.left, visible.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    const UINT flags = SWP_NOZORDER | SWP_NOACTIVATE | (size == KeptSize::Ignored ? SWP_NOSIZE : 0U);
+    SetWindowPos(dialog, nullptr, visible.left, visible.top, visible.right - visible.left, visible.bottom - visible.top,
+                 flags);
 }
 
 void KeepDialogPlace(HWND dialog, SettingsRect& place) {
     WINDOWPLACEMENT placement = {};
     placement.length = sizeof(placement);
     if (!GetWindowPlacement(dialog, &placement)) return;
-    const RECT& normal = placement.rcNormalPosition;
-    place = {normal.left, normal.top, normal.right, normal.bottom};
+    const auto kept = [](const RECT& rect) { return SettingsRect{rect.left, rect.top, rect.right, rect.bottom}; };
+    MONITORINFO screen = {};
+    screen.cbSize = sizeof(screen);
+    GetMonitorInfoW(MonitorFromWindow(dialog, MONITOR_DEFAULTTONEAREST), &screen);
+    place = FromWorkspace(kept(placement.rcNormalPosition), kept(screen.rcMonitor), kept(screen.rcWork));
+}
+
+bool HasMessageOpen(HWND dialog) {
+    return IsWindowEnabled(dialog) == FALSE;
 }
 
 bool AskWhether(HWND dialog, const std::wstring& question) {

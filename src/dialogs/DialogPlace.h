@@ -4,8 +4,13 @@
 #include "dialogs/MainDialogHost.h"
 
 // Puts a dialog where it was last, as far as that is on a screen; an empty place leaves it where it is.
-void RestoreDialogPlace(HWND dialog, const SettingsRect& place);
+enum class KeptSize { Ignored, Restored };
+void RestoreDialogPlace(HWND dialog, const SettingsRect& place, KeptSize size = KeptSize::Ignored);
 void KeepDialogPlace(HWND dialog, SettingsRect& place);
+
+// A message or another dialog of its own waits for an answer. It disables the dialog, but not for messages that are posted
+// again and again.
+bool HasMessageOpen(HWND dialog);
 
 // A warning that can be answered with OK or Cancel.
 bool AskWhether(HWND dialog, const std::wstring& question);

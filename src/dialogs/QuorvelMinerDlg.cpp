@@ -111,8 +111,8 @@ void CQuorvelMinerDlg::OnMiningChoice() {
     m_host.SaveSettings();
 }
 
-// Whoever closes the program while a message or another dialog is open does not want to answer it first; what an editor
-// has not saved is lost, as with its Cancel.
+// Whoever ends the program from outside while a message or another dialog is open does not want to answer it first; what an
+// editor has not saved is lost.
 void CQuorvelMinerDlg::OnClose() {
     m_closing = true;
     CancelModalWindows(Handle());

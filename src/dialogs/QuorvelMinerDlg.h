@@ -101,6 +101,9 @@ class CQuorvelMinerDlg final : public CExDialog {
     void HideOrShowMinimized();
     void OnNotifyIcon(WPARAM, LPARAM mouseMessage);
     void ShowNotifyMenu();
+    void CloseByUser();
+    // What waits for an answer, or else the dialog itself.
+    void SetMessageInFront() const;
     void Restore();
     void EditPools();
     void EditWorker();
@@ -146,6 +149,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     bool m_commandRuns = false;
     bool m_hasNotifyIcon = false;  // from ShowNotifyIcon on
     bool m_closing = false;
+    bool m_closingAsked = false;
 };
 
 // Numbers of the system menu's own entries: below 0xF000, multiples of 16.

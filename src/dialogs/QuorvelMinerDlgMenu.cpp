@@ -4,6 +4,7 @@
 #include "dialogs/AboutDlg.h"
 #include "dialogs/ConfigMiningPoolsDlg.h"
 #include "dialogs/ConfigWorkerDlg.h"
+#include "dialogs/DialogPlace.h"
 #include "dialogs/QuorvelMinerDlg.h"
 #include "gui/DialogState.h"
 #include "toolkit/Clipboard.h"
@@ -42,6 +43,10 @@ bool CQuorvelMinerDlg::OnSysCommand(UINT command) {
         m_host.Settings().Theme = entry.theme;
         m_host.SaveSettings();
         ChooseTheme(entry.theme);
+        return true;
+    }
+    if (command == SC_CLOSE) {
+        CloseByUser();
         return true;
     }
     // A command that is posted again while its window is open opens no second one.
@@ -157,13 +162,30 @@ void CQuorvelMinerDlg::ShowNotifyMenu() {
     DestroyMenu(menu);
     if (command == kNotifyOpen) Restore();
     if (command == kNotifyMining) OnMiningButton();
-    if (command == kNotifyExit) PostMessageW(Handle(), WM_CLOSE, 0, 0);
+    if (command == kNotifyExit) CloseByUser();
+}
+
+// A program that sends WM_CLOSE, a controller and the end of the session do not come here: nobody may be there to answer.
+void CQuorvelMinerDlg::CloseByUser() {
+    if (m_closingAsked) return SetMessageInFront();
+    const bool editorIsOpen = m_commandRuns && HasMessageOpen(Handle());
+    std::wstring question;
+    if (m_host.IsRunning() && m_host.Settings().AskBeforeClosing != 0)
+        question = L"Mining runs and stops with the program. ";
+    if (editorIsOpen) question += L"A window is open; what is not saved in it is lost. ";
+    m_closingAsked = true;
+    const bool close = question.empty() || AskWhether(GetLastActivePopup(Handle()), question + L"Close all the same?");
+    m_closingAsked = false;
+    if (close && !m_closing) OnClose();
+}
+
+void CQuorvelMinerDlg::SetMessageInFront() const {
+    SetForegroundWindow(GetLastActivePopup(Handle()));
 }
 
 void CQuorvelMinerDlg::Restore() {
     ShowWindow(Handle(), IsIconic(Handle()) || !IsWindowVisible(Handle()) ? SW_RESTORE : SW_SHOW);
-    // What waits for an answer comes to the front with it.
-    SetForegroundWindow(GetLastActivePopup(Handle()));
+    SetMessageInFront();
 }
 
 void CQuorvelMinerDlg::EditPools() {

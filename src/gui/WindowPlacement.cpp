@@ -70,3 +70,9 @@ SettingsRect PlaceOnScreen(const SettingsRect& window, std::span<const SettingsR
     const Wide y = shiftY(nearest);
     return {Narrow(window.left + x), Narrow(window.top + y), Narrow(window.right + x), Narrow(window.bottom + y)};
 }
+
+SettingsRect FromWorkspace(const SettingsRect& window, const SettingsRect& screen, const SettingsRect& workArea) {
+    const std::int32_t x = workArea.left - screen.left;
+    const std::int32_t y = workArea.top - screen.top;
+    return {window.left + x, window.top + y, window.right + x, window.bottom + y};
+}

@@ -6,3 +6,7 @@
 // enough of its caption can be seen and grasped; else it comes, at its size, onto the nearest screen, its top left corner
 // within it. Portable.
 SettingsRect PlaceOnScreen(const SettingsRect& window, std::span<const SettingsRect> workAreas);
+
+// In coordinates of the screen, what the system gives in those of the workspace, which begin where a taskbar at the top or
+// at the left ends. screen, workArea: of the screen that the window is on. Portable.
+SettingsRect FromWorkspace(const SettingsRect& window, const SettingsRect& screen, const SettingsRect& workArea);

@@ -50,9 +50,16 @@ int CTaskDialog::DoModal(HWND owner) const {
     config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION;
     if (owner != nullptr) config.dwFlags |= TDF_POSITION_RELATIVE_TO_WINDOW;
     if (m_options.enableHyperlinks) config.dwFlags |= TDF_ENABLE_HYPERLINKS;
-    if (m_options.useCommandLinks) config.dwFlags |= TDF_USE_COMMAND_LINKS;
+    if (m_options.useCommandLinks && m_buttons != TaskDialogButtons::SaveDiscardContinue)
+        config.dwFlags |= TDF_USE_COMMAND_LINKS;
     config.dwCommonButtons = TDCBF_OK_BUTTON;
     if (m_buttons == TaskDialogButtons::OkCancel) config.dwCommonButtons |= TDCBF_CANCEL_BUTTON;
+    constexpr TASKDIALOG_BUTTON kEditorButtons[] = {{IDYES, L"&Save"}, {IDNO, L"&Discard"}, {IDCANCEL, L"&Go on editing"}};
+    if (m_buttons == TaskDialogButtons::SaveDiscardContinue) {
+        config.dwCommonButtons = 0;
+        config.cButtons = static_cast<UINT>(std::size(kEditorButtons));
+        config.pButtons = kEditorButtons;
+    }
     config.pszWindowTitle = m_title.c_str();
     config.pszMainIcon = IconsOf(m_icon).taskDialog;
     config.pszMainInstruction = m_mainInstruction.empty() ? nullptr : m_mainInstruction.c_str();
@@ -69,7 +76,9 @@ int CTaskDialog::DoModal(HWND owner) const {
 
 int CTaskDialog::ShowMessageBox(HWND owner) const {
     const std::wstring text = m_mainInstruction.empty() ? m_content : m_mainInstruction + L"\n\n" + m_content;
-    const UINT buttons = m_buttons == TaskDialogButtons::OkCancel ? MB_OKCANCEL : MB_OK;
+    const UINT buttons = m_buttons == TaskDialogButtons::OkCancel              ? MB_OKCANCEL
+                         : m_buttons == TaskDialogButtons::SaveDiscardContinue ? MB_YESNOCANCEL
+                                                                               : MB_OK;
     return MessageBoxW(owner, text.c_str(), m_title.c_str(), buttons | IconsOf(m_icon).messageBox);
 }
 

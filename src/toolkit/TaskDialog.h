@@ -4,7 +4,8 @@
 #include <utility>
 
 enum class TaskDialogIcon { None, Error, Warning, Information };
-enum class TaskDialogButtons { Ok, OkCancel };
+// SaveDiscardContinue answers with IDYES, IDNO, IDCANCEL: an editor that is left with changes.
+enum class TaskDialogButtons { Ok, OkCancel, SaveDiscardContinue };
 
 struct TaskDialogOptions {
     bool enableHyperlinks = true;  // <a href="address">text</a> in the content, opened when clicked
@@ -24,7 +25,7 @@ class CTaskDialog {
           m_options(options) {}
 
     void SetMainIcon(TaskDialogIcon icon) { m_icon = icon; }
-    // Returns when the user has closed it: IDOK or IDCANCEL. owner: disabled meanwhile; may be null.
+    // Returns when the user has closed it: IDOK or IDCANCEL, or as its buttons say. owner: disabled meanwhile; may be null.
     int DoModal(HWND owner = GetActiveWindow()) const;
 
   private:

@@ -375,4 +375,25 @@ TEST_F(DialogTest, EndsWhenItIsToldToWhateverIsOpen) {
     }
 }
 
+TEST_F(DialogTest, AsksAUserWhoClosesWhileMiningOrLeavesAnEditorWithChanges) {
+    m_rig.Configure(1, 2);
+    ASSERT_NE(m_rig.Start(), nullptr);
+    ASSERT_TRUE(m_rig.WaitForText(kMiningState, L"State: Mining"));
+    const auto asks = [&](HWND window) { return WaitUntil(5000, [&] { return IsWindowEnabled(window) == FALSE; }); };
+    PostMessageW(m_rig.Window(), WM_SYSCOMMAND, SC_CLOSE, 0);
+    ASSERT_TRUE(asks(m_rig.Window()));
+    PostMessageW(GetLastActivePopup(m_rig.Window()), WM_COMMAND, IDCANCEL, 0);
+    ASSERT_TRUE(WaitUntil(5000, [&] { return IsWindowEnabled(m_rig.Window()) != FALSE; }));
+    EXPECT_TRUE(m_rig.WaitForText(kMiningState, L"State: Mining"));
+    const CEditDialog untouched(m_rig, 0x20, L"Mining pools");
+    PostMessageW(GetParent(untouched.Item(IDOK)), WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(untouched.WaitForEnd()) << "nothing was changed";
+    const CEditDialog changed(m_rig, 0x20, L"Mining pools");
+    changed.Type(kPoolEditName, L"Other");
+    PostMessageW(GetParent(changed.Item(IDOK)), WM_COMMAND, IDCANCEL, 0);
+    ASSERT_TRUE(asks(GetParent(changed.Item(IDOK))));
+    EXPECT_EQ(m_rig.Close(), 0) << "who ends it from outside is not asked";
+    EXPECT_EQ(FileBytes(m_rig.ConfigurationFile()).find("Other"), std::string::npos);
+}
+
 }  // namespace

@@ -29,7 +29,7 @@ TEST(RuntimeSettingsXml, WritesTheBytesItRead) {
         "<RuntimeSettings WindowPos=\"-1,2,-2147483648,2147483647\" ConfigWorkerPos=\"5,6,7,8\""
         " ConfigMiningPoolsPos=\"9,10,11,12\" StartSolverOnStart=\"13\" HostIP=\"4294967295\" HostPort=\"14\""
         " ControlState=\"15\" LastControlState=\"16\" MiningState=\"17\" LastMiningState=\"-18\" Theme=\"15\""
-        " HideMinimized=\"1\" ControlToken=\"s&amp;crét €\" Proxy=\"socks5://a:b@c:1\">\n"
+        " HideMinimized=\"1\" AskBeforeClosing=\"0\" ControlToken=\"s&amp;crét €\" Proxy=\"socks5://a:b@c:1\">\n"
         "  <Logging MainLog=\"19\" ConnectionLog=\"20\" LogDays=\"0\"/>\n"
         "</RuntimeSettings>\n";
     EXPECT_EQ(Write(Read(text)), text);

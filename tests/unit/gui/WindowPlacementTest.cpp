@@ -52,4 +52,11 @@ TEST(WindowPlacement, TakesAnyNumbersOfAFile) {
     EXPECT_EQ(PlaceOnScreen({-900, -900, -900, -900}, screens).left, -900) << "an empty rectangle means none";
 }
 
+TEST(WindowPlacement, DoesNotCreepUnderATaskbarAtTheTopOrTheLeft) {
+    constexpr SettingsRect kWindow = {100, 100, 860, 730};
+    EXPECT_EQ(FromWorkspace(kWindow, {0, 0, 1920, 1080}, {0, 40, 1920, 1080}), (SettingsRect{100, 140, 860, 770}));
+    EXPECT_EQ(FromWorkspace(kWindow, {-1280, 0, 0, 1024}, {-1200, 0, 0, 1024}), (SettingsRect{180, 100, 940, 730}));
+    EXPECT_EQ(FromWorkspace(kWindow, {0, 0, 1920, 1080}, {0, 0, 1920, 1040}), kWindow);
+}
+
 }  // namespace
