@@ -86,26 +86,28 @@ std::optional<MiningSessionView> CDialogHost::SessionOf(const QvGpuRecord& gpu) 
     return std::nullopt;
 }
 
-std::vector<std::int32_t> CDialogHost::TroubledGpus() const {
-    std::vector<std::int32_t> troubled;
+std::vector<GpuTrouble> CDialogHost::TroubledGpus() const {
+    std::vector<GpuTrouble> troubled;
     for (const PoolError& trouble : m_parts.troubles.Lasting()) {
-        if (trouble.gpuIndex >= 0) troubled.push_back(trouble.gpuIndex);
+        if (trouble.gpuIndex >= 0) troubled.push_back({trouble.gpuIndex, NarrowToWide(trouble.text)});
     }
     for (const auto& manager : m_parts.mining.Managers()) {
         const std::vector<PoolError> errors = manager->Core().Troubles();
-        if (std::none_of(errors.begin(), errors.end(), [](const PoolError& error) { return error.gpuIndex < 0; })) continue;
+        const auto ofSession = std::ranges::find_if(errors, [](const PoolError& error) { return error.gpuIndex < 0; });
+        if (ofSession == errors.end()) continue;
         for (const QvGpuRecord* gpu : manager->Core().Gpus())
-            troubled.push_back(gpu->cudaId);
+            troubled.push_back({gpu->cudaId, NarrowToWide(ofSession->text)});
     }
     return troubled;
 }
 
 MiningHealth CDialogHost::Health() const {
-    const std::vector<std::int32_t> troubled = TroubledGpus();
+    const std::vector<GpuTrouble> troubled = TroubledGpus();
     if (troubled.empty()) return MiningHealth::Good;
     for (const auto& manager : m_parts.mining.Managers()) {
         for (const QvGpuRecord* gpu : manager->Core().Gpus()) {
-            if (std::find(troubled.begin(), troubled.end(), gpu->cudaId) == troubled.end()) return MiningHealth::Impaired;
+            if (std::ranges::find(troubled, gpu->cudaId, &GpuTrouble::cudaId) == troubled.end())
+                return MiningHealth::Impaired;
         }
     }
     return MiningHealth::Sick;

@@ -40,7 +40,7 @@ class CDialogHost final : public IMainDialogHost {
 
     bool IsRunning() const override { return m_parts.mining.IsRunning(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const override;
-    std::vector<std::int32_t> TroubledGpus() const override;
+    std::vector<GpuTrouble> TroubledGpus() const override;
     MiningHealth Health() const override;
 
     RuntimeSettings& Settings() override { return m_parts.settings; }

@@ -27,6 +27,8 @@ struct RuntimeSettings {
     std::int32_t Theme = 0;             // number of the look; 0 the program's choice
     std::int32_t HideMinimized = 0;     // non-zero: minimising hides to the notification area
     std::int32_t AskBeforeClosing = 1;  // non-zero: a user who closes the window while mining runs is asked
+    std::uint32_t WarmDegrees = 75;     // a card's temperature from there on is shown in amber
+    std::uint32_t HotDegrees = 85;      // and from there on in red
     std::string ControlToken;           // shared secret of the control channel, UTF-8 as in the file; empty: none
     std::string Proxy;                  // SOCKS5 proxy of all pool connections, UTF-8 as in the file; empty: none
     std::int32_t LogDays = 30;          // how long the logs of a day are kept; 0: for ever

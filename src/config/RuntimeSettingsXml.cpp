@@ -73,8 +73,9 @@ constexpr AnySetting Number(const char* name, std::int32_t RuntimeSettings::*fie
                             Presence presence = Presence::Always) {
     return NumberSetting<std::int32_t>{name, field, ParseInt32, least, most, presence};
 }
-constexpr AnySetting Number(const char* name, std::uint32_t RuntimeSettings::*field, std::int64_t least, std::int64_t most) {
-    return NumberSetting<std::uint32_t>{name, field, ParseUInt32, least, most};
+constexpr AnySetting Number(const char* name, std::uint32_t RuntimeSettings::*field, std::int64_t least, std::int64_t most,
+                            Presence presence = Presence::Always) {
+    return NumberSetting<std::uint32_t>{name, field, ParseUInt32, least, most, presence};
 }
 constexpr AnySetting Flag(const char* name, std::int32_t RuntimeSettings::*field, Presence presence = Presence::Always) {
     return Number(name, field, kInt32Least, kInt32Most, presence);
@@ -91,6 +92,8 @@ constexpr AnySetting kNumbers[] = {
     Flag("Theme", &RuntimeSettings::Theme, Presence::UnlessDefault),
     Flag("HideMinimized", &RuntimeSettings::HideMinimized, Presence::UnlessDefault),
     Flag("AskBeforeClosing", &RuntimeSettings::AskBeforeClosing, Presence::UnlessDefault),
+    Number("WarmDegrees", &RuntimeSettings::WarmDegrees, 1, 150, Presence::UnlessDefault),
+    Number("HotDegrees", &RuntimeSettings::HotDegrees, 1, 150, Presence::UnlessDefault),
 };
 // Written unless empty.
 struct TextSetting {

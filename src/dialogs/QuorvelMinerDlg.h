@@ -138,7 +138,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     ddt_datetime m_now;
     std::vector<LocalInterface> m_listedInterfaces;
     std::wstring m_listenRefusal;  // why the last attempt to listen was refused
-    std::vector<std::int32_t> m_troubledGpus;
+    std::vector<GpuTrouble> m_troubledGpus;
     MiningHealth m_health = MiningHealth::Good;
     QvGpuRecord* m_selectedGpu = nullptr;
     std::uint32_t m_controlState = 0;

@@ -9,6 +9,7 @@
 namespace {
 
 const std::wstring kPoolCaption = L"Selected Pool information";
+const std::wstring kGridCaption = L"Available GPUs";
 
 // Dark or light, whichever stands out more on the colour.
 COLORREF ReadableText(COLORREF background) {
@@ -27,7 +28,9 @@ void CQuorvelMinerDlg::ShowState(int id, const LabelLook& look) {
 }
 
 GpuGridSource CQuorvelMinerDlg::GridSource() const {
-    return {m_host.Gpus(), *m_shown, m_unassigned, m_host.Algorithms(), m_now, m_troubledGpus};
+    const RuntimeSettings& settings = m_host.Settings();
+    return {m_host.Gpus(), *m_shown,       m_unassigned,         m_host.Algorithms(),
+            m_now,         m_troubledGpus, settings.WarmDegrees, settings.HotDegrees};
 }
 
 void CQuorvelMinerDlg::RefreshAll() {
@@ -36,6 +39,8 @@ void CQuorvelMinerDlg::RefreshAll() {
     m_troubledGpus = m_host.TroubledGpus();
     RefreshHealth();
     m_grid.Refresh();
+    const std::wstring sum = GpuSumText(GridSource());
+    SetItemText(IDC_GRID_SEPARATOR, sum.empty() ? kGridCaption : kGridCaption + L" - " + sum);
     RefreshPoolGroup();
     RefreshGpuLive();
 }

@@ -31,9 +31,10 @@ void* CPrivateHeap::Allocate(std::size_t size) {
 void CRecordGPUs::GetItemMetrics(int row, int column, ReportItemMetrics& metrics) {
     GridCell cell = GpuCell(m_source(), static_cast<std::size_t>(row), static_cast<std::size_t>(column));
     metrics.text = std::move(cell.text);
-    metrics.textColor = cell.textColor;
+    metrics.tip = std::move(cell.tip);
     // The red of the light looks cannot be read on a dark row.
-    if (cell.textColor == kRed) metrics.textColor = m_paint.GetColor(ThemeColor::Error);
+    if (cell.mark == CellMark::Problem) metrics.textColor = m_paint.GetColor(ThemeColor::Error);
+    if (cell.mark == CellMark::Warning) metrics.textColor = NoteColor(false, m_paint.GetColor(ThemeColor::RowFace));
 }
 
 CReportGPUs::CReportGPUs(CXTPPaintManager& paint, CRecordGPUs::SourceFunction source)

@@ -2,12 +2,23 @@
 
 #include <algorithm>
 
-#include "gui/Colors.h"
+#include "common/SharedWord.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuText.h"
 #include "gui/UnitText.h"
 
 namespace {
+
+GridCell SensorCell(const GpuGridSource& source, const QvGpuRecord& gpu, GpuColumn column) {
+    if (!HasSensors(gpu)) return {};
+    if (column == GpuColumn::Fan) return {FanText(ReadShared(gpu.fanSpeed)), {}};
+    if (column == GpuColumn::Power) return {HasPower(gpu) ? PowerText(ReadShared(gpu.powerUsage)) : std::wstring(), {}};
+    const std::uint32_t degrees = ReadShared(gpu.temperature);
+    const CellMark mark = degrees >= source.hotDegrees    ? CellMark::Problem
+                          : degrees >= source.warmDegrees ? CellMark::Warning
+                                                          : CellMark::None;
+    return {TemperatureText(degrees), mark};
+}
 
 // The columns that are empty unless the GPU mines for a pool.
 GridCell AssignedCell(const GpuGridSource& source, const QvGpuRecord& gpu, const PoolEntry& pool, GpuColumn column) {
@@ -21,7 +32,12 @@ GridCell AssignedCell(const GpuGridSource& source, const QvGpuRecord& gpu, const
         case GpuColumn::LastShare:
             return {LastShareText(counters.lastShare, source.now), {}};
         case GpuColumn::Stals:
-            return {std::to_wstring(counters.stale), counters.stale > 0 ? std::optional(kRed) : std::nullopt};
+            return {std::to_wstring(counters.stale), counters.stale > 0 ? CellMark::Problem : CellMark::None};
+        case GpuColumn::Efficiency:
+            if (counters.hashSpeed == 0 || !HasPower(gpu)) return {};
+            return {EfficiencyText(counters.hashSpeed, ReadShared(gpu.powerUsage), PoolUnit(pool, source.algorithms)), {}};
+        case GpuColumn::State:
+            return {counters.hashSpeed == 0 ? L"" : L"hashing", {}};
         default:
             return {};
     }
@@ -38,6 +54,10 @@ GridCell PlainCell(const GpuGridSource& source, const QvGpuRecord& gpu, std::siz
             return {CapabilityText(gpu), {}};
         case GpuColumn::PoolConfig:
             return {PoolText(*pool, source.algorithms), {}};
+        case GpuColumn::Temperature:
+        case GpuColumn::Fan:
+        case GpuColumn::Power:
+            return SensorCell(source, gpu, kGpuColumns[column].column);
         default:
             return pool->IsUnassigned() ? GridCell() : AssignedCell(source, gpu, *pool, kGpuColumns[column].column);
     }
@@ -49,7 +69,39 @@ GridCell GpuCell(const GpuGridSource& source, std::size_t row, std::size_t colum
     if (row >= source.gpus.size() || column >= kGpuColumns.size()) return {};
     const QvGpuRecord& gpu = *source.gpus[row];
     GridCell cell = PlainCell(source, gpu, column);
-    if (std::find(source.troubledGpus.begin(), source.troubledGpus.end(), gpu.cudaId) != source.troubledGpus.end())
-        cell.textColor = kRed;
+    const auto trouble = std::ranges::find(source.troubledGpus, gpu.cudaId, &GpuTrouble::cudaId);
+    if (trouble == source.troubledGpus.end()) return cell;
+    cell.mark = CellMark::Problem;
+    cell.tip = trouble->reason;
+    if (kGpuColumns[column].column == GpuColumn::State) cell.text = trouble->reason;
     return cell;
+}
+
+std::wstring GpuSumText(const GpuGridSource& source) {
+    if (source.gpus.empty()) return {};
+    std::uint32_t watts = 0, hottest = 0;
+    std::uint64_t speedOfWatts = 0;
+    const std::wstring* unit = nullptr;
+    bool isOneUnit = true, hasSensors = false;
+    for (const QvGpuRecord* gpu : source.gpus) {
+        if (!HasSensors(*gpu)) continue;
+        hasSensors = true;
+        hottest = std::max(hottest, ReadShared(gpu->temperature));
+        if (!HasPower(*gpu)) continue;
+        const std::uint32_t power = ReadShared(gpu->powerUsage);
+        watts += power;
+        const PoolPointer pool = FindGpuPool(source.configuration, *gpu, source.unassignedPool);
+        const std::uint64_t speed = ReadGpuCounters(*gpu).hashSpeed;
+        if (speed == 0 || pool->IsUnassigned()) continue;
+        const std::wstring& ofPool = PoolUnit(*pool, source.algorithms);
+        isOneUnit = isOneUnit && (unit == nullptr || *unit == ofPool);
+        unit = &ofPool;
+        speedOfWatts += speed;
+    }
+    const std::size_t cards = source.gpus.size();
+    std::wstring text = std::to_wstring(cards) + (cards == 1 ? L" card" : L" cards");
+    if (watts != 0) text.append(L", ").append(PowerText(watts));
+    if (speedOfWatts != 0 && watts != 0 && isOneUnit) text.append(L", ").append(EfficiencyText(speedOfWatts, watts, *unit));
+    if (hasSensors) text.append(L", hottest ").append(TemperatureText(hottest));
+    return text;
 }

@@ -25,14 +25,6 @@ const std::wstring& PoolUnit(const PoolEntry& pool, const CAlgorithmList& algori
     return algorithms.Find(pool.Algo).unit;
 }
 
-namespace {
-
-// Values of QvGpuRecord::telemetryState that mean a GPU whose sensors cannot be shown.
-constexpr std::uint32_t kNeverRead = 0;
-constexpr std::uint32_t kExcluded = 7;
-
-}  // namespace
-
 GpuStaticGroup MakeGpuStaticGroup(const QvGpuRecord* gpu) {
     if (gpu == nullptr) return {};
     return {GpuTypeText(*gpu), L"V " + CapabilityText(*gpu)};
@@ -44,7 +36,7 @@ GpuLiveGroup MakeGpuLiveGroup(const QvGpuRecord* gpu, std::wstring_view unit) {
     const GpuCounters counters = ReadGpuCounters(*gpu);
     group.hashRate = HashRateText(counters.hashSpeed, unit);
     group.shares = ShareCountsText(counters);
-    if (gpu->telemetryState == kNeverRead || gpu->telemetryState == kExcluded) return group;
+    if (!HasSensors(*gpu)) return group;
     group.temperature = TemperatureText(gpu->temperature);
     group.fan = FanText(gpu->fanSpeed);
     group.coreClock = ClockText(gpu->coreClock);

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "common/CodePage.h"
+#include "common/SharedWord.h"
 #include "gui/UnitText.h"
 
 std::wstring GpuName(const QvGpuRecord& gpu) {
@@ -40,4 +41,31 @@ std::wstring FanText(std::uint32_t percent) {
 
 std::wstring ClockText(std::uint32_t megahertz) {
     return std::to_wstring(megahertz).append(L" MHz");
+}
+
+namespace {
+
+// Values of QvGpuRecord::telemetryState.
+constexpr std::uint32_t kReadWithoutPower = 1;
+constexpr std::uint32_t kRead = 2;
+
+}  // namespace
+
+bool HasSensors(const QvGpuRecord& gpu) {
+    const std::uint32_t state = ReadShared(gpu.telemetryState);
+    return state == kReadWithoutPower || state == kRead;
+}
+
+bool HasPower(const QvGpuRecord& gpu) {
+    return ReadShared(gpu.telemetryState) == kRead && ReadShared(gpu.powerUsage) != 0;
+}
+
+std::wstring PowerText(std::uint32_t watts) {
+    if (watts < 1000) return std::to_wstring(watts).append(L" W");
+    return FixedText(watts / 1000.0, 2).append(L"kW");
+}
+
+std::wstring EfficiencyText(std::uint64_t hashSpeed, std::uint32_t watts, std::wstring_view unit) {
+    if (unit.ends_with(L"/s")) unit.remove_suffix(2);
+    return RateText(static_cast<double>(hashSpeed) / watts, 1, unit).append(L"/W");
 }

@@ -30,6 +30,13 @@ struct MiningSessionView {
 // Who asked for mining to be started or stopped.
 enum class MiningAsker { Unknown, User, ProgramStart, Controller, Pool, ProgramEnd };
 
+// A GPU that should mine and does not, for longer than a moment, or that the driver does not answer for.
+struct GpuTrouble {
+    std::int32_t cudaId = -1;
+    std::wstring reason;
+    bool operator==(const GpuTrouble&) const = default;
+};
+
 // Whether what runs earns anything. Sick: nothing does.
 enum class MiningHealth { Good, Impaired, Sick };
 
@@ -40,8 +47,6 @@ class IMiningView {
     virtual bool IsRunning() const = 0;
     // The session that mines with the GPU, if there is one.
     virtual std::optional<MiningSessionView> SessionOf(const QvGpuRecord& gpu) const = 0;
-    // The CUDA ids of the GPUs that should mine and do not, for longer than a moment, or that the driver does not answer
-    // for.
-    virtual std::vector<std::int32_t> TroubledGpus() const = 0;
+    virtual std::vector<GpuTrouble> TroubledGpus() const = 0;
     virtual MiningHealth Health() const = 0;
 };

@@ -28,34 +28,37 @@ Scale ScaleOf(std::uint64_t value, std::uint64_t step, std::span<const wchar_t* 
     return scale;
 }
 
-// With a space behind it.
-std::wstring Fixed(double value, int decimals) {
+std::wstring ScaledText(double value, std::uint64_t whole, int decimals, std::wstring_view unit) {
+    const Scale scale = ScaleOf(whole, 1000, kRatePrefixes);
+    return FixedText(value / static_cast<double>(scale.divisor), decimals).append(scale.name).append(unit);
+}
+
+}  // namespace
+
+std::wstring FixedText(double value, int decimals) {
     char text[64] = {};
     FormatTo(text, "%.*f ", decimals, value);
     return {text, text + std::char_traits<char>::length(text)};
 }
 
-std::wstring RateText(double value, std::uint64_t whole, std::wstring_view unit) {
-    const Scale scale = ScaleOf(whole, 1000, kRatePrefixes);
-    return Fixed(value / static_cast<double>(scale.divisor), 3).append(scale.name).append(unit);
+std::wstring HashRateText(std::uint64_t value, std::wstring_view unit) {
+    return ScaledText(static_cast<double>(value), value, 3, unit);
 }
 
-}  // namespace
-
-std::wstring HashRateText(std::uint64_t value, std::wstring_view unit) {
-    return RateText(static_cast<double>(value), value, unit);
+std::wstring RateText(double value, int decimals, std::wstring_view unit) {
+    return ScaledText(value, static_cast<std::uint64_t>(value), decimals, unit);
 }
 
 std::wstring DifficultyText(double value, std::wstring_view unit) {
     constexpr double kTooLarge = 18446744073709551616.0;  // 2^64
     if (!(value > 0.0)) return {};
     if (value >= kTooLarge) return HashRateText(std::numeric_limits<std::uint64_t>::max(), unit);
-    return RateText(value, static_cast<std::uint64_t>(value), unit);
+    return RateText(value, 3, unit);
 }
 
 std::wstring ByteSizeText(std::uint64_t value) {
     const Scale scale = ScaleOf(value, 1024, kByteUnits);
-    return Fixed(static_cast<double>(value) / static_cast<double>(scale.divisor), 1).append(scale.name);
+    return FixedText(static_cast<double>(value) / static_cast<double>(scale.divisor), 1).append(scale.name);
 }
 
 namespace {

@@ -227,11 +227,12 @@ void CXTPReportControl::ShowTip() {
     ReportItemMetrics metrics;
     const std::size_t column = static_cast<std::size_t>(m_hovered.column);
     m_state.Row(m_hovered.row).GetItemMetrics(m_state.columns[column].ItemIndex(), metrics);
-    if (!IsTextCut(m_hovered, metrics.text)) return m_tip.Hide();
+    if (metrics.tip.empty() && IsTextCut(m_hovered, metrics.text)) metrics.tip = metrics.text;
+    if (metrics.tip.empty()) return m_tip.Hide();
     RECT cell = m_state.CellRect(m_hovered.row, m_hovered.column);
     IntersectRect(&cell, &cell, &m_state.layout.rows);
     MapWindowPoints(Handle(), nullptr, reinterpret_cast<POINT*>(&cell), 2);
-    m_tip.Show(Handle(), metrics.text, m_state.font, cell);
+    m_tip.Show(Handle(), metrics.tip, m_state.font, cell);
 }
 
 void CXTPReportControl::ForgetTip() {

@@ -8,6 +8,7 @@
 struct ReportItemMetrics {
     std::wstring text;
     std::optional<COLORREF> textColor;  // the row's colour where there is none
+    std::wstring tip;                   // shown over the cell; empty: the text, where it is cut
 };
 
 // The source of a grid's cells. In virtual mode one record stands for all rows.
@@ -30,6 +31,7 @@ class CXTPReportRow {
     void GetItemMetrics(int itemIndex, ReportItemMetrics& metrics) const {
         metrics.text.clear();
         metrics.textColor.reset();
+        metrics.tip.clear();
         if (m_record != nullptr) m_record->GetItemMetrics(m_index, itemIndex, metrics);
     }
 

@@ -44,7 +44,7 @@ class CGroups : public testing::Test {
 struct CMiningFake final : IMiningView {
     bool IsRunning() const override { return session.has_value(); }
     std::optional<MiningSessionView> SessionOf(const QvGpuRecord&) const override { return session; }
-    std::vector<std::int32_t> TroubledGpus() const override { return {}; }
+    std::vector<GpuTrouble> TroubledGpus() const override { return {}; }
     MiningHealth Health() const override { return MiningHealth::Good; }
     std::optional<MiningSessionView> session;
 };
@@ -55,12 +55,13 @@ TEST_F(CGroups, FormatTheGridsCells) {
     SetCounters(0, 12, 3, 1, 1'025'000, kNow.ticks - kTicksPerDay - kTicksPerSecond);
     SetCounters(2, 0, 0, 0, 0, 0);
     using Texts = std::vector<std::wstring>;
-    EXPECT_EQ(Row(0), (Texts{L"0", L"Card", L"8.6", L"One", L"1.025 MH/s", L"A:12 - S:1 R:3", L"1 00:00:01", L"1"}));
-    EXPECT_EQ(Row(2), (Texts{L"2", L"Card", L"0.0", L"Seven", L"", L"A:0 - S:0 R:0", L"", L"0"}));
-    EXPECT_EQ(Row(3), Texts(8)) << "no such row";
-    EXPECT_EQ(GpuCell(Source(), 0, 7).textColor, 0x0000C0u);
-    EXPECT_EQ(GpuCell(Source(), 2, 7).textColor, std::nullopt);
-    EXPECT_EQ(GpuCell(Source(), 0, 8).text, L"");
+    EXPECT_EQ(Row(0), (Texts{L"0", L"Card", L"8.6", L"One", L"1.025 MH/s", L"A:12 - S:1 R:3", L"1 00:00:01", L"1", L"", L"",
+                             L"", L"", L"hashing"}));
+    EXPECT_EQ(Row(2), (Texts{L"2", L"Card", L"0.0", L"Seven", L"", L"A:0 - S:0 R:0", L"", L"0", L"", L"", L"", L"", L""}));
+    EXPECT_EQ(Row(3), Texts(13)) << "no such row";
+    EXPECT_EQ(GpuCell(Source(), 0, 7).mark, CellMark::Problem);
+    EXPECT_EQ(GpuCell(Source(), 2, 7).mark, CellMark::None);
+    EXPECT_EQ(GpuCell(Source(), 0, 13).text, L"");
     rig.records[2].statistics.hashSpeed = 7;
     EXPECT_EQ(GpuCell(Source(), 2, 4).text, L"7.000 Sol/s") << "the unit of the pool's own algorithm";
 }
@@ -80,8 +81,45 @@ TEST_F(CGroups, ShowNoMiningOfAGpuWithoutAPool) {
     SetCounters(0, 12, 3, 1, 1'025'000, 1);
     const std::vector<std::wstring> row = Row(0);
     EXPECT_EQ(row[3], L"Unassigned - not used");
-    EXPECT_EQ(std::vector(row.begin() + 4, row.end()), std::vector<std::wstring>(4));
-    EXPECT_EQ(GpuCell(Source(), 0, 7).textColor, std::nullopt);
+    EXPECT_EQ(std::vector(row.begin() + 4, row.end()), std::vector<std::wstring>(9));
+    EXPECT_EQ(GpuCell(Source(), 0, 7).mark, CellMark::None);
+}
+
+TEST_F(CGroups, ShowWhatTheSensorsSayAndWhyACardDoesNotHash) {
+    GpuGridSource source = Source();
+    EXPECT_EQ(GpuSumText(source), L"3 cards");
+    const struct {
+        std::uint32_t state, degrees, watts;
+        std::uint64_t speed;
+        std::vector<std::wstring> texts;
+        CellMark mark;
+    } kCases[] = {
+        {0, 64, 231, 5, {L"", L"", L"", L""}, CellMark::None},
+        {7, 64, 231, 5, {L"", L"", L"", L""}, CellMark::None},
+        {1, 74, 231, 5, {L"74 \u00B0C", L"40 %", L"", L""}, CellMark::None},
+        {2, 75, 0, 5, {L"75 \u00B0C", L"40 %", L"", L""}, CellMark::Warning},
+        {2, 84, 231, 0, {L"84 \u00B0C", L"40 %", L"231 W", L""}, CellMark::Warning},
+        {2, 85, 1239, 104'100'000, {L"85 \u00B0C", L"40 %", L"1.24 kW", L"84.0 kH/W"}, CellMark::Problem},
+    };
+    QvGpuRecord& gpu = rig.records[0];
+    gpu.fanSpeed = 40;
+    for (const auto& test : kCases) {
+        gpu.telemetryState = test.state, gpu.temperature = test.degrees, gpu.powerUsage = test.watts;
+        gpu.statistics.hashSpeed = test.speed;
+        const std::vector<std::wstring> row = Row(0);
+        EXPECT_EQ(std::vector(row.begin() + 8, row.begin() + 12), test.texts);
+        EXPECT_EQ(GpuCell(source, 0, 8).mark, test.mark);
+    }
+    EXPECT_EQ(GpuSumText(source), L"3 cards, 1.24 kW, 84.0 kH/W, hottest 85 \u00B0C");
+    rig.records[2].telemetryState = 2, rig.records[2].powerUsage = 1, rig.records[2].statistics.hashSpeed = 7;
+    EXPECT_EQ(GpuSumText(source), L"3 cards, 1.24 kW, hottest 85 \u00B0C") << "hashes and solutions make no sum";
+
+    const GpuTrouble troubles[] = {{gpu.cudaId, L"The driver cannot run the kernels"}};
+    source.troubledGpus = troubles;
+    EXPECT_EQ(GpuCell(source, 0, 12).text, troubles[0].reason);
+    for (std::size_t column = 0; column < kGpuColumns.size(); ++column)
+        EXPECT_EQ(GpuCell(source, 0, column).mark, CellMark::Problem);
+    EXPECT_EQ(GpuCell(source, 0, 0).tip, troubles[0].reason);
 }
 
 TEST_F(CGroups, ShowNamesInFullLengthAndOtherLetters) {
