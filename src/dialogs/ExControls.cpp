@@ -1,15 +1,24 @@
 #include "dialogs/ExControls.h"
 
+#include <algorithm>
+
 #include "gui/Colors.h"
 #include "toolkit/Gdi.h"
 
 namespace {
 
 constexpr int kNotFound = 24;
+// Text that stands out less is drawn bold, with a shade behind it.
+constexpr double kLeastContrast = 3.0;
 
 // In the control's font.
 LONG TextWidth(HWND control, const std::wstring& text) {
     return TextSize(control, FontOf(control), text).cx;
+}
+
+// Half as bright.
+COLORREF Shaded(COLORREF color) {
+    return RGB(GetRValue(color) / 2, GetGValue(color) / 2, GetBValue(color) / 2);
 }
 
 }  // namespace
@@ -32,13 +41,42 @@ void CExStatic::SetTextColor(COLORREF color) {
     InvalidateRect(Handle(), nullptr, TRUE);
 }
 
-LRESULT CExStatic::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message != WM_CTLCOLORSTATIC + kReflected) return CWnd::OnMessage(message, wParam, lParam);
-    const auto device = reinterpret_cast<HDC>(wParam);
-    const bool enabled = IsWindowEnabled(Handle()) != FALSE;
-    ::SetTextColor(device, enabled ? m_text.value_or(m_paint.GetColor(COLOR_BTNTEXT)) : m_paint.GetColor(COLOR_GRAYTEXT));
-    SetBkColor(device, BackgroundColor());
-    return reinterpret_cast<LRESULT>(m_paint.GetBrush(BackgroundColor()));
+void CExStatic::OnDraw(HDC device, const RECT& area) {
+    FillRect(device, &area, Paint().GetBrush(BackgroundColor()));
+    const COLORREF color = IsEnabled() ? m_text.value_or(Paint().GetColor(COLOR_BTNTEXT)) : Paint().GetColor(COLOR_GRAYTEXT);
+    const std::wstring text = Text();
+    SetBkMode(device, TRANSPARENT);
+    if ((Style() & SS_CENTERIMAGE) != 0) return DrawLine(device, text, area, color);
+    const CSelection selection(device, FontOf(Handle()));
+    RECT place = area;
+    ::SetTextColor(device, color);
+    DrawTextW(device, text.c_str(), -1, &place, DT_WORDBREAK | DT_NOPREFIX);
+}
+
+void CExStatic::DrawLine(HDC device, const std::wstring& text, RECT area, COLORREF color) const {
+    const HFONT font = FontOf(Handle());
+    FontHandle narrow;
+    LOGFONTW look = {};
+    const LONG width = TextWidth(Handle(), text);
+    const LONG room = area.right - area.left - 2 * ScaleForDpi(2);
+    const bool isFaint = ContrastRatio(color, BackgroundColor()) < kLeastContrast;
+    if ((width > room || isFaint) && GetObjectW(font, sizeof(look), &look) != 0) {
+        if (isFaint) look.lfWeight = FW_BOLD;
+        // Down to two thirds; what is longer still ends in dots.
+        if (width > room)
+            look.lfHeight = static_cast<LONG>(look.lfHeight * std::max(room / static_cast<double>(width), 2.0 / 3));
+        narrow.reset(CreateFontIndirectW(&look));
+    }
+    const CSelection selection(device, narrow != nullptr ? narrow.get() : font);
+    constexpr UINT kFormat = DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX;
+    if (isFaint) {
+        RECT shade = area;
+        OffsetRect(&shade, ScaleForDpi(1), ScaleForDpi(1));
+        ::SetTextColor(device, Shaded(BackgroundColor()));
+        DrawTextW(device, text.c_str(), -1, &shade, kFormat);
+    }
+    ::SetTextColor(device, color);
+    DrawTextW(device, text.c_str(), -1, &area, kFormat);
 }
 
 void CExSeparator::OnDraw(HDC device, const RECT& area) {

@@ -7,22 +7,24 @@
 #include "toolkit/Edit.h"
 #include "toolkit/Tip.h"
 
-// A label with a background and text colours of its own; until they are set, the theme's.
-class CExStatic : public CWnd {
+// A label with a background and text colours of its own; until they are set, the theme's. One with SS_CENTERIMAGE shows one
+// line in the middle, narrower where it would be cut; any other wraps its text.
+class CExStatic : public CXTPControl {
   public:
-    explicit CExStatic(CXTPPaintManager& paint) : m_paint(paint) {}
+    using CXTPControl::CXTPControl;
 
     void SetBackgroundColor(COLORREF color);
     void SetTextColor(COLORREF color);
-    COLORREF BackgroundColor() const { return m_background.value_or(m_paint.GetColor(COLOR_BTNFACE)); }
+    COLORREF BackgroundColor() const { return m_background.value_or(Paint().GetColor(COLOR_BTNFACE)); }
     // The theme's background again.
     void ResetBackgroundColor();
 
   protected:
-    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC device, const RECT& area) override;
 
   private:
-    CXTPPaintManager& m_paint;
+    void DrawLine(HDC device, const std::wstring& text, RECT area, COLORREF color) const;
+
     std::optional<COLORREF> m_background;
     std::optional<COLORREF> m_text;
 };

@@ -299,8 +299,10 @@ void CQuorvelMinerDlg::EnableListenFields(bool enable) {
     EnableItem(IDC_INTERFACE, enable && m_interfaces.Count() >= 2);
 }
 
+// There may be no choice any more.
 void CQuorvelMinerDlg::OnInterfacesOpened() {
     FillInterfaces();
+    EnableListenFields(!m_host.IsControlOpen());
 }
 
 // A list of one cannot be opened, and one that is open must not change under the mouse.

@@ -53,6 +53,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     void FillInterfaces();
     void CreateGrid();
     void SetUpResize();
+    void FitOnScreen();
     void TakeSettings();
     void StartAsChosen();
 

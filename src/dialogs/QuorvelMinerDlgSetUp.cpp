@@ -1,4 +1,5 @@
 // How the main dialog comes up.
+#include <algorithm>
 #include <memory>
 
 #include "common/Messages.h"
@@ -9,11 +10,13 @@
 #include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/LocalInterfaces.h"
+#include "toolkit/Gdi.h"
 
 namespace {
 
-constexpr int kStateLabels[] = {IDC_POOL_CONNECTED, IDC_POOL_ROLE,  IDC_TOTAL_RATE,    IDC_TOTAL_SHARES,
-                                IDC_GPU_RATE,       IDC_GPU_SHARES, IDC_CONTROL_STATE, IDC_MINING_STATE};
+constexpr int kStateLabels[] = {IDC_POOL_CONNECTED,  IDC_POOL_ROLE,  IDC_TOTAL_RATE,    IDC_TOTAL_SHARES,
+                                IDC_GPU_RATE,        IDC_GPU_SHARES, IDC_CONTROL_STATE, IDC_MINING_STATE,
+                                IDC_INTERFACE_LABEL, IDC_PORT_LABEL};
 constexpr int kLargeLabels[] = {IDC_CONTROL_STATE, IDC_MINING_STATE, IDC_TOTAL_RATE,
                                 IDC_TOTAL_SHARES,  IDC_GPU_RATE,     IDC_GPU_SHARES};
 constexpr int kSmallLabels[] = {IDC_POOL_CONNECTED, IDC_POOL_ROLE};
@@ -61,6 +64,10 @@ constexpr int kMoved[] = {IDC_DIFFICULTY_LABEL,
                           IDC_UPTIME,
                           IDC_MINING_CHOICE_LABEL,
                           IDC_MINING_CHOICE};
+
+// Of the grid when the window is as low as it can be; a row's height beyond its font's, at 96 dpi, and that of the header.
+constexpr int kLeastRows = 3;
+constexpr int kRowMargin = 8;
 
 constexpr int kPortCharacters = 5;
 constexpr std::uint64_t kShownPort = 8010;
@@ -191,6 +198,24 @@ void CQuorvelMinerDlg::SetUpResize() {
     for (const int id : kMoved)
         Resize().SetRule(id, ResizeRule::MoveRight());
     Resize().SetRule(m_grid.Handle(), ResizeRule::StretchBoth());
+    RECT grid = {};
+    GetWindowRect(m_grid.Handle(), &grid);
+    const int row = FontHeight(m_grid.Handle(), m_looks.gridFont) + ScaleForDpi(kRowMargin);
+    Resize().AllowLower(std::max(static_cast<int>(grid.bottom - grid.top) - (kLeastRows + 1) * row, 0));
+}
+
+// On a low screen the grid gives way, and scrolls.
+void CQuorvelMinerDlg::FitOnScreen() {
+    MONITORINFO screen = {};
+    screen.cbSize = sizeof(screen);
+    RECT window = {};
+    if (!GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTONEAREST), &screen)) return;
+    if (!GetWindowRect(Handle(), &window) || IsZoomed(Handle())) return;
+    const LONG room = screen.rcWork.bottom - screen.rcWork.top;
+    const LONG height = window.bottom - window.top;
+    if (height <= room) return;
+    SetWindowPos(Handle(), nullptr, window.left, screen.rcWork.top, window.right - window.left, room,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 // Also when their file could be read only later.
@@ -207,6 +232,7 @@ void CQuorvelMinerDlg::TakeSettings() {
     StartAsChosen();
     ChooseTheme(settings.Theme);
     RestoreDialogPlace(Handle(), settings.WindowPos);
+    FitOnScreen();
 }
 
 void CQuorvelMinerDlg::StartAsChosen() {

@@ -62,4 +62,6 @@ void CXTPResize::Apply() {
                                    SWP_NOZORDER | SWP_NOACTIVATE | (keepsSize ? SWP_NOSIZE : 0U));
     }
     if (positions != nullptr) EndDeferWindowPos(positions);
+    // What the system copies of moved controls may be of before they were drawn, or of another one's place.
+    RedrawWindow(m_dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }

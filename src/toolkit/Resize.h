@@ -27,8 +27,10 @@ class CXTPResize {
     void SetRule(int id, const ResizeRule& rule);
     void SetRule(HWND control, const ResizeRule& rule);
     void Apply();
-    // The least size of the whole window: the first client area within the present frame.
-    SIZE MinimumSize() const { return {m_first.cx + m_frame.cx, m_first.cy + m_frame.cy}; }
+    // The dialog may become lower than it was at first by so many pixels, which its rules take from what stretches down.
+    void AllowLower(int pixels) { m_lower = pixels; }
+    // The least size of the whole window: the first client area, less what it may be lower, within the present frame.
+    SIZE MinimumSize() const { return {m_first.cx + m_frame.cx, m_first.cy + m_frame.cy - m_lower}; }
     bool IsStarted() const { return m_dialog != nullptr; }
 
   private:
@@ -42,6 +44,7 @@ class CXTPResize {
 
     HWND m_dialog = nullptr;
     SIZE m_first = {};  // client area
+    int m_lower = 0;
     SIZE m_frame = {};  // what the window is larger than its client area
     std::vector<Entry> m_entries;
 };

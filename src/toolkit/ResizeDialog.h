@@ -4,7 +4,8 @@
 #include "toolkit/PaintManager.h"
 #include "toolkit/Resize.h"
 
-// A dialog in the colours of the theme that can be made larger than it opens, never smaller; its controls follow by rules.
+// A dialog in the colours of the theme that can be made larger than it opens, and smaller only as far as its
+// rules allow; its controls follow by rules.
 class CXTPResizeDialog : public CDialog {
   public:
     CXTPResizeDialog(int templateId, CXTPPaintManager& paint) : CDialog(templateId), m_paint(paint) {}
