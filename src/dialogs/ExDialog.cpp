@@ -33,6 +33,7 @@ void CThemeManager::SelectTheme(int number) {
 }
 
 bool CExDialog::OnInitDialog() {
+    TakeTemplateSize();
     UpdateFrame();
     CenterOverOwner();
     return true;

@@ -65,9 +65,9 @@ constexpr int kMoved[] = {IDC_DIFFICULTY_LABEL,
                           IDC_MINING_CHOICE_LABEL,
                           IDC_MINING_CHOICE};
 
-// Of the grid when the window is as low as it can be; a row's height beyond its font's, at 96 dpi, and that of the header.
+// Of the grid when the window is as low as it can be; what header, rows and border take beyond the font's height, at 96 dpi.
 constexpr int kLeastRows = 3;
-constexpr int kRowMargin = 8;
+constexpr int kGridMargins = 29;
 
 constexpr int kPortCharacters = 5;
 constexpr std::uint64_t kShownPort = 8010;
@@ -200,8 +200,8 @@ void CQuorvelMinerDlg::SetUpResize() {
     Resize().SetRule(m_grid.Handle(), ResizeRule::StretchBoth());
     RECT grid = {};
     GetWindowRect(m_grid.Handle(), &grid);
-    const int row = FontHeight(m_grid.Handle(), m_looks.gridFont) + ScaleForDpi(kRowMargin);
-    Resize().AllowLower(std::max(static_cast<int>(grid.bottom - grid.top) - (kLeastRows + 1) * row, 0));
+    const int least = (kLeastRows + 1) * FontHeight(m_grid.Handle(), m_looks.gridFont) + ScaleForDpi(kGridMargins);
+    Resize().AllowLower(std::max(static_cast<int>(grid.bottom - grid.top) - least, 0));
 }
 
 // On a low screen the grid gives way, and scrolls.

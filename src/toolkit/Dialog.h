@@ -18,6 +18,7 @@ class CDialog : public CWnd {
 
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void EndDialog(INT_PTR result);
+    int TemplateId() const { return m_templateId; }
     HWND Item(int id) const { return GetDlgItem(Handle(), id); }
     std::wstring ItemText(int id) const;
     // Does not touch the control when it shows that text already.

@@ -2,6 +2,35 @@
 
 #include "toolkit/MessageMap.h"
 
+namespace {
+
+constexpr LONG kAnySize = 0x7FFF;
+
+// The beginning of an extended dialog template, as the resource holds it.
+struct TemplateStart {
+    WORD version, signature;
+    DWORD helpId, extendedStyle, style;
+    WORD items;
+    short x, y, width, height;
+};
+
+}  // namespace
+
+void CXTPResizeDialog::TakeTemplateSize() {
+    const HMODULE module = GetModuleHandleW(nullptr);
+    const HRSRC resource = FindResourceW(module, MAKEINTRESOURCEW(TemplateId()), MAKEINTRESOURCEW(5));  // a dialog
+    const HGLOBAL data = resource == nullptr ? nullptr : LoadResource(module, resource);
+    const auto* start = data == nullptr ? nullptr : static_cast<const TemplateStart*>(LockResource(data));
+    if (start == nullptr || start->signature != 0xFFFF) return;
+    RECT wanted = {0, 0, start->width, start->height};
+    RECT client = {};
+    RECT window = {};
+    if (!MapDialogRect(Handle(), &wanted) || !GetClientRect(Handle(), &client) || !GetWindowRect(Handle(), &window)) return;
+    if (wanted.right <= client.right && wanted.bottom <= client.bottom) return;
+    SetWindowPos(Handle(), nullptr, 0, 0, window.right - window.left + wanted.right - client.right,
+                 window.bottom - window.top + wanted.bottom - client.bottom, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 LRESULT CXTPResizeDialog::ControlColor(UINT message, HDC device, HWND control) const {
     const LRESULT own = SendMessageW(control, message + kReflected, reinterpret_cast<WPARAM>(device), 0);
     if (own != 0) return own;
@@ -56,7 +85,10 @@ void CXTPResizeDialog::OnSize(WPARAM kind) {
 
 void CXTPResizeDialog::OnMinimumSize(MINMAXINFO& sizes) {
     CDialog::OnMessage(WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&sizes));
-    if (!m_resize.IsStarted()) return;
+    if (!m_resize.IsStarted()) {
+        sizes.ptMaxTrackSize = {kAnySize, kAnySize};
+        return;
+    }
     const SIZE minimum = m_resize.MinimumSize();
     sizes.ptMinTrackSize = {minimum.cx, minimum.cy};
 }

@@ -12,6 +12,9 @@ class CXTPResizeDialog : public CDialog {
 
   protected:
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    // At first in OnInitDialog: a screen that is too small has cut the window, and its controls would count as outside of
+    // it.
+    void TakeTemplateSize();
     // To be started in OnInitDialog by whoever wants to be resized.
     CXTPResize& Resize() { return m_resize; }
     CXTPPaintManager& Paint() const { return m_paint; }
