@@ -1,7 +1,5 @@
 #include "dialogs/NotifyIcon.h"
 
-#include <shellapi.h>
-
 #include "common/CodePage.h"
 #include "toolkit/Wnd.h"
 
@@ -15,6 +13,11 @@ NotifyFunction FindNotify() {
     const HMODULE shell = LoadLibraryW(L"shell32.dll");
     if (shell == nullptr) return nullptr;
     return reinterpret_cast<NotifyFunction>(reinterpret_cast<void*>(GetProcAddress(shell, "Shell_NotifyIconW")));
+}
+
+bool Tell(DWORD command, NOTIFYICONDATAW data) {
+    static const NotifyFunction notify = FindNotify();
+    return notify != nullptr && notify(command, &data) != FALSE;
 }
 
 }  // namespace
@@ -56,9 +59,16 @@ UINT CNotifyIcon::TaskbarCreated() {
     return message;
 }
 
-bool CNotifyIcon::Tell(DWORD command, UINT flags) {
-    static const NotifyFunction notify = FindNotify();
-    if (notify == nullptr) return false;
+void CNotifyIcon::ShowBalloon(const std::wstring& title, const std::wstring& text) {
+    if (!m_shown) return;
+    NOTIFYICONDATAW data = Data(NIF_INFO);
+    data.dwInfoFlags = NIIF_WARNING;
+    CopyToField(title, data.szInfoTitle);
+    CopyToField(text, data.szInfo);
+    ::Tell(NIM_MODIFY, data);
+}
+
+NOTIFYICONDATAW CNotifyIcon::Data(UINT flags) const {
     NOTIFYICONDATAW data = {};
     data.cbSize = sizeof(data);
     data.hWnd = m_owner;
@@ -67,5 +77,9 @@ bool CNotifyIcon::Tell(DWORD command, UINT flags) {
     data.uCallbackMessage = m_message;
     data.hIcon = m_icon;
     CopyToField(m_tip, data.szTip);
-    return notify(command, &data) != FALSE;
+    return data;
+}
+
+bool CNotifyIcon::Tell(DWORD command, UINT flags) const {
+    return ::Tell(command, Data(flags));
 }

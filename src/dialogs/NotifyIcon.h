@@ -1,5 +1,7 @@
 #pragma once
 #include <windows.h>
+// After windows.h:
+#include <shellapi.h>
 #include <string>
 
 // The program's icon in the notification area. GUI thread. It loads the shell's library when it is first shown, which costs
@@ -16,6 +18,8 @@ class CNotifyIcon {
     void Show(HWND owner, UINT message, HICON icon, const std::wstring& tip);
     // The tip is cut at 127 characters. Nothing happens when they are what they were or there is no icon.
     void Change(HICON icon, const std::wstring& tip);
+    // Beside the icon, for as long as the system shows it; without an icon nothing.
+    void ShowBalloon(const std::wstring& title, const std::wstring& text);
     void Remove();
     // To be called every few seconds and for the message TaskbarCreated(), when the taskbar is new and knows no icons:
     // finds out whether the icon is there and else shows it again.
@@ -26,7 +30,8 @@ class CNotifyIcon {
     static UINT TaskbarCreated();
 
   private:
-    bool Tell(DWORD command, UINT flags);
+    NOTIFYICONDATAW Data(UINT flags) const;
+    bool Tell(DWORD command, UINT flags) const;
 
     HWND m_owner = nullptr;  // null: none is wanted
     UINT m_message = 0;

@@ -189,7 +189,9 @@ void CQuorvelMinerDlg::OnMining(WPARAM wanted, LPARAM asker) {
     m_startIsDue = false;
     if (start) {
         if (!StartMining(static_cast<MiningAsker>(asker))) return;
+        m_notices.MiningStarted();
     } else {
+        if (static_cast<MiningAsker>(asker) == MiningAsker::Pool) m_notices.MiningStopped();
         StopMining();
     }
     m_host.SendUpdateReport();

@@ -11,6 +11,7 @@
 #include "dialogs/NotifyIcon.h"
 #include "dialogs/ReportGPUs.h"
 #include "gui/LocalInterfaces.h"
+#include "gui/NotifyText.h"
 #include "gui/PoolGroup.h"
 #include "toolkit/TaskDialog.h"
 
@@ -133,6 +134,7 @@ class CQuorvelMinerDlg final : public CExDialog {
     CExButton m_listenButton, m_miningButton;
     CReportGPUs m_grid;
     CNotifyIcon m_notifyIcon;
+    CNotices m_notices;
 
     ConfigurationPointer m_shown;  // what the cells are formatted from; taken anew with every refresh
     PoolPointer m_unassigned;

@@ -1,4 +1,5 @@
 // The main dialog's system menu and its icon in the notification area.
+#include "common/Clock.h"
 #include "common/Messages.h"
 #include "common/Version.h"
 #include "dialogs/AboutDlg.h"
@@ -7,6 +8,7 @@
 #include "dialogs/DialogPlace.h"
 #include "dialogs/QuorvelMinerDlg.h"
 #include "gui/DialogState.h"
+#include "gui/NotifyText.h"
 #include "toolkit/Clipboard.h"
 
 namespace {
@@ -134,10 +136,16 @@ void CQuorvelMinerDlg::HideOrShowMinimized() {
 
 void CQuorvelMinerDlg::UpdateNotifyIcon() {
     if (!m_hasNotifyIcon) return;
-    const std::wstring tip = std::wstring(kApplicationName) + L"\nMiner: " + BareState(MiningStateLook(m_host.IsRunning())) +
-                             (m_health == MiningHealth::Good ? L"" : L", with trouble") + L"\nControl: " +
-                             BareState(ControlStateLook(m_controlState, 0));
+    std::wstring tip = std::wstring(kApplicationName) + L"\nMiner: " + BareState(MiningStateLook(m_host.IsRunning())) +
+                       (m_health == MiningHealth::Good ? L"" : L", with trouble") + L"\nControl: " +
+                       BareState(ControlStateLook(m_controlState, 0));
+    if (m_host.IsRunning()) {
+        tip = MiningSummary(*m_shown, m_host.Algorithms()) + (m_health == MiningHealth::Good ? L"" : L"\nwith trouble");
+    }
     m_notifyIcon.Show(Handle(), kNotifyIconMessage, m_looks.icon, tip);
+    if (!m_notifyIcon.IsShown()) return;  // a notice waits for it
+    if (const auto notice = m_notices.Look(m_troubledGpus, SystemClock().Monotonic()))
+        m_notifyIcon.ShowBalloon(kApplicationName, *notice);
 }
 
 void CQuorvelMinerDlg::OnNotifyIcon(WPARAM, LPARAM mouseMessage) {

@@ -43,6 +43,7 @@ void CQuorvelMinerDlg::RefreshAll() {
     SetItemText(IDC_GRID_SEPARATOR, sum.empty() ? kGridCaption : kGridCaption + L" - " + sum);
     RefreshPoolGroup();
     RefreshGpuLive();
+    UpdateNotifyIcon();
 }
 
 void CQuorvelMinerDlg::RefreshHealth() {
@@ -72,6 +73,10 @@ void CQuorvelMinerDlg::RefreshPoolGroup() {
     SetItemText(IDC_POOL_SEPARATOR, group.state.empty() ? kPoolCaption : kPoolCaption + L" - " + group.state);
     SetItemText(IDC_POOL_CONNECTED, group.connection.text);
     Label(IDC_POOL_CONNECTED).SetBackgroundColor(group.connection.background);
+    if (!group.hasSession) {
+        SetItemText(IDC_POOL_ROLE, L"");
+        Label(IDC_POOL_ROLE).ResetBackgroundColor();
+    }
     if (!group.role) return;
     SetItemText(IDC_POOL_ROLE, group.role->text);
     Label(IDC_POOL_ROLE).SetBackgroundColor(group.role->background);

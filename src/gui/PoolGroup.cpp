@@ -36,16 +36,27 @@ TimedMessage PoolMessage(const PoolGroupInput& input) {
     return {NarrowToWide(error.text), error.time};
 }
 
+// In minutes, so that the text stays still for whoever copies it.
+std::wstring Aged(const TimedMessage& message, ddt_datetime now) {
+    constexpr std::int64_t kMinutesOfHour = 60;
+    const std::int64_t minutes = (now.ticks - message.time.ticks) / kTicksPerMinute;
+    if (message.text.empty() || !message.time.IsSet() || minutes < 1) return message.text;
+    std::wstring age = std::to_wstring(minutes % kMinutesOfHour) + L" min ago)";
+    if (minutes >= kMinutesOfHour) age = std::to_wstring(minutes / kMinutesOfHour) + L" h " + age;
+    return message.text + L" (" + age;
+}
+
 // What holds now, else what was said last.
 std::wstring Message(const PoolGroupInput& input) {
     const TimedMessage pool = PoolMessage(input);
     if (pool.text.empty() ||
         (pool.time.IsSet() && !input.standingMessage.text.empty() && pool.time < input.standingMessage.time))
-        return input.standingMessage.text;
-    return pool.text;
+        return Aged(input.standingMessage, input.now);
+    return Aged(pool, input.now);
 }
 
 void FillSession(const MiningSessionView& session, const PoolGroupInput& input, PoolGroup& group) {
+    group.hasSession = session.role.has_value();
     if (session.role) group.role = RoleLook(*session.role);
     group.state = session.state;
     group.job = JobText(session.job, input.timeText);

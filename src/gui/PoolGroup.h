@@ -9,9 +9,11 @@
 
 // The group "Selected Pool information". Portable; GUI thread.
 struct PoolGroup {
-    std::wstring name, server, difficulty, lastShare, hashRate, shares, job, message;
+    std::wstring name, server, difficulty, lastShare, hashRate, shares, job;
+    std::wstring message;           // with its age from a minute on, where that is known
     std::wstring state;             // what the session does now; empty: there is none
     LabelLook connection;           // whether mining runs, not whether the pool is connected
+    bool hasSession = false;        // else there is no role to show
     std::optional<LabelLook> role;  // absent: stays as it is
 };
 

@@ -1,6 +1,7 @@
 #include "Rig.h"
 #include "gui/GpuGrid.h"
 #include "gui/GpuGroup.h"
+#include "gui/NotifyText.h"
 #include "gui/PoolGroup.h"
 #include "gui/UnitText.h"
 
@@ -169,7 +170,10 @@ TEST_F(CGroups, SumThePoolGroupOverTheConfiguration) {
     };
     EXPECT_EQ(messageWith(1), L"not saved");
     EXPECT_EQ(messageWith(-1), L"Low difficulty share");
+    rig.Current()->pools[0]->lastError.Set({23, {kNow.ticks - 125 * kTicksPerMinute}, -1, "Low"});
+    EXPECT_EQ(messageWith(-126 * kTicksPerMinute), L"Low (2 h 5 min ago)");
     EXPECT_EQ(group.state, L"mining at 1.2.3.4:5");
+    EXPECT_TRUE(group.hasSession);
     mining.session->message.text = L"GPU 0 is not hashing";
     EXPECT_EQ(messageWith(1), L"GPU 0 is not hashing");
     EXPECT_EQ(group.connection, (LabelLook{L"Connected", 0x00C000}));
@@ -199,6 +203,7 @@ TEST_F(CGroups, NameEachRoleAndLeaveTheLabelAtOthers) {
     }
     mining.session.reset();
     const PoolGroup idle = MakePoolGroup(Source(), rig.gpus[0], mining, TestTime);
+    EXPECT_FALSE(idle.hasSession);
     EXPECT_EQ(idle.role, std::nullopt);
     EXPECT_EQ(idle.connection, (LabelLook{L"Not connected", 0x0000C0}));
 }
@@ -243,6 +248,39 @@ TEST_F(CGroups, ShowTheSelectedGpu) {
 
     live = MakeGpuLiveGroup(nullptr, L"H/s");
     EXPECT_EQ(MakeGpuStaticGroup(nullptr).type + live.temperature + live.hashRate + live.shares + live.availableMemory, L"");
+}
+
+TEST_F(CGroups, SumUpForTheNotificationIcon) {
+    SetCounters(0, 10, 1, 2, 300'000'000, 0);
+    SetCounters(1, 20, 3, 4, 212'000'000, 0);
+    SetCounters(2, 0, 0, 0, 7, 0);
+    EXPECT_EQ(MiningSummary(*rig.Current(), rig.algorithms), L"512.000 MH/s + 7.000 Sol/s \u00B7 30/6/4");
+    for (QvGpuRecord& gpu : rig.records)
+        gpu.telemetryState = 2, gpu.temperature = 61, gpu.powerUsage = 300;
+    rig.records[1].temperature = 71;
+    rig.records[2].telemetryState = 1;
+    EXPECT_TRUE(MiningSummary(*rig.Current(), rig.algorithms).ends_with(L"30/6/4 \u00B7 71 \u00B0C \u00B7 600 W"));
+    rig.records[0].powerUsage = 944;
+    EXPECT_TRUE(MiningSummary(*rig.Current(), rig.algorithms).ends_with(L"1.24 kW"));
+}
+
+TEST(CNotices, DisturbOnceInTenMinutes) {
+    CNotices notices;
+    using Ids = std::vector<std::int32_t>;
+    const auto look = [&](const Ids& ids, std::int64_t minute) {
+        return notices.Look(ids, minute * kTicksPerMinute).value_or(L"");
+    };
+    EXPECT_EQ(look({}, 1), L"");
+    EXPECT_EQ(look({3, 1}, 1), L"Not mining: GPU 3, GPU 1");
+    EXPECT_EQ(look({3, 1, 2}, 2), L"") << "too soon";
+    EXPECT_EQ(look({3, 1, 2}, 11), L"Not mining: GPU 2");
+    EXPECT_EQ(look({3, 1, 2}, 60), L"") << "told";
+    EXPECT_EQ(look({1}, 61), L"");
+    EXPECT_EQ(look({1, 3}, 62), L"Not mining: GPU 3") << "again";
+    notices.MiningStopped();
+    EXPECT_EQ(look({}, 63), L"");
+    EXPECT_EQ(look({}, 72), L"Mining has stopped by itself.");
+    EXPECT_EQ(look({}, 90), L"");
 }
 
 }  // namespace
