@@ -11,6 +11,7 @@
 #include "dialogs/resource.h"
 #include "gui/DialogState.h"
 #include "gui/FieldText.h"
+#include "toolkit/Gdi.h"
 #include "toolkit/MessageMap.h"
 #include "toolkit/TaskDialog.h"
 #include "toolkit/Wnd.h"
@@ -34,6 +35,9 @@ CQuorvelMinerDlg::CQuorvelMinerDlg(IMainDialogHost& host, const Looks& looks)
       m_controlNote(looks.themes.Paint()),
       m_listenButton(looks.themes.Paint()),
       m_miningButton(looks.themes.Paint()),
+      m_poolsButton(looks.themes.Paint()),
+      m_workerButton(looks.themes.Paint()),
+      m_portTip(looks.themes.Paint()),
       m_grid(looks.themes.Paint(), [this] { return GridSource(); }),
       m_shown(host.Configuration().Current()),
       m_unassigned(host.Configuration().UnassignedPool()) {}
@@ -57,6 +61,11 @@ LRESULT CQuorvelMinerDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         MapMessage<kShowIconMessage, &Self::ShowNotifyIcon>(),
         MapCommand<&Self::OnListenButton>(IDC_START_LISTEN, BN_CLICKED),
         MapCommand<&Self::OnMiningButton>(IDC_START_MINING, BN_CLICKED),
+        MapCommand<&Self::HidePortReason>(IDC_PORT, EN_CHANGE),
+        MapCommand<&Self::HidePortReason>(IDC_PORT, EN_KILLFOCUS),
+        MapCommand<&Self::OnPoolsButton>(IDC_POOLS_BUTTON, BN_CLICKED),
+        MapCommand<&Self::OnWorkerButton>(IDC_WORKER_BUTTON, BN_CLICKED),
+        MapMessage<WM_CONTEXTMENU, &Self::OnContextMenu>(),
         MapCommand<&Self::OnInterfacesOpened>(IDC_INTERFACE, CBN_DROPDOWN),
         MapCommand<&Self::OnControlChoice>(IDC_CONTROL_CHOICE, CBN_SELCHANGE),
         MapCommand<&Self::OnMiningChoice>(IDC_MINING_CHOICE, CBN_SELCHANGE),
@@ -171,6 +180,7 @@ void CQuorvelMinerDlg::OnLoadMessage() {
 void CQuorvelMinerDlg::EndWork() {
     m_host.MiningAsked(MiningAsker::ProgramEnd);
     KillTimer(Handle(), kTimerId);
+    HidePortReason();
     m_looks.windowChanged(nullptr);
     m_notifyIcon.Remove();
     m_host.CloseControl();
@@ -256,8 +266,7 @@ void CQuorvelMinerDlg::OnListenButton() {
     }
     const PortResult port = ParsePort(ItemText(IDC_PORT));
     if (!port.reason.empty()) {
-        Tell(port.reason, TaskDialogIcon::Error);
-        SetFocus(Item(IDC_PORT));
+        ShowPortReason(port.reason);
         return;
     }
     // An empty list, where the system does not tell, leaves the address.
@@ -266,6 +275,16 @@ void CQuorvelMinerDlg::OnListenButton() {
     m_host.SaveSettings();
     const std::wstring refusal = StartListening();
     if (!refusal.empty()) Tell(refusal, TaskDialogIcon::Error);
+}
+
+// At the field, until it is changed or left.
+void CQuorvelMinerDlg::ShowPortReason(const std::wstring& reason) {
+    RECT place = {};
+    SetFocus(Item(IDC_PORT));
+    SendMessageW(Item(IDC_PORT), EM_SETSEL, 0, -1);
+    GetWindowRect(Item(IDC_PORT), &place);
+    m_portTip.Show(Handle(), reason, FontOf(Item(IDC_PORT)), place);
+    MessageBeep(MB_ICONWARNING);
 }
 
 // Why the channel does not open; empty: it listens, or goes on trying to.

@@ -15,6 +15,18 @@
 #include "gui/PoolGroup.h"
 #include "toolkit/TaskDialog.h"
 
+// Numbers of the system menu's own entries: below 0xF000, multiples of 16.
+inline constexpr UINT kMenuAbout = 0x10;
+inline constexpr UINT kMenuPools = 0x20;
+inline constexpr UINT kMenuWorker = 0x30;
+inline constexpr UINT kMenuDiagnostics = 0x40;
+inline constexpr UINT kMenuHideMinimized = 0x50;
+inline constexpr UINT kMenuThemeDefault = 0x60;
+inline constexpr UINT kMenuThemeLight = 0x70;
+inline constexpr UINT kMenuThemeDark = 0x80;
+inline constexpr UINT kMenuThemeOffice = 0x90;
+inline constexpr UINT kMenuEventLog = 0xA0;
+
 // The main dialog. GUI thread; other threads reach it only by the posted messages of common/Messages.h. Its one-second timer
 // drives all periodic work of the GUI side.
 class CQuorvelMinerDlg final : public CExDialog {
@@ -83,6 +95,8 @@ class CQuorvelMinerDlg final : public CExDialog {
     void OnListenButton();
     std::wstring StartListening();
     void StopListening();
+    void ShowPortReason(const std::wstring& reason);
+    void HidePortReason() { m_portTip.Hide(); }
     void EnableListenFields(bool enable);
     void OnInterfacesOpened();
     void RefreshInterfaces();
@@ -103,6 +117,9 @@ class CQuorvelMinerDlg final : public CExDialog {
     void HideOrShowMinimized();
     void OnNotifyIcon(WPARAM, LPARAM mouseMessage);
     void ShowNotifyMenu();
+    bool OnContextMenu(WPARAM, LPARAM place);
+    void OnPoolsButton() { OnSysCommand(kMenuPools); }
+    void OnWorkerButton() { OnSysCommand(kMenuWorker); }
     void CloseByUser();
     // What waits for an answer, or else the dialog itself.
     void SetMessageInFront() const;
@@ -131,7 +148,8 @@ class CQuorvelMinerDlg final : public CExDialog {
     std::map<int, std::unique_ptr<CExEdit>> m_edits;
     CExComboBox m_interfaces, m_controlChoice, m_miningChoice;
     CExNote m_controlNote;
-    CExButton m_listenButton, m_miningButton;
+    CExButton m_listenButton, m_miningButton, m_poolsButton, m_workerButton;
+    CXTPTip m_portTip;
     CReportGPUs m_grid;
     CNotifyIcon m_notifyIcon;
     CNotices m_notices;
@@ -154,15 +172,3 @@ class CQuorvelMinerDlg final : public CExDialog {
     bool m_closing = false;
     bool m_closingAsked = false;
 };
-
-// Numbers of the system menu's own entries: below 0xF000, multiples of 16.
-inline constexpr UINT kMenuAbout = 0x10;
-inline constexpr UINT kMenuPools = 0x20;
-inline constexpr UINT kMenuWorker = 0x30;
-inline constexpr UINT kMenuDiagnostics = 0x40;
-inline constexpr UINT kMenuHideMinimized = 0x50;
-inline constexpr UINT kMenuThemeDefault = 0x60;
-inline constexpr UINT kMenuThemeLight = 0x70;
-inline constexpr UINT kMenuThemeDark = 0x80;
-inline constexpr UINT kMenuThemeOffice = 0x90;
-inline constexpr UINT kMenuEventLog = 0xA0;

@@ -10,6 +10,7 @@
 #include "gui/DialogState.h"
 #include "gui/NotifyText.h"
 #include "toolkit/Clipboard.h"
+#include "toolkit/MessageArguments.h"
 
 namespace {
 
@@ -171,6 +172,24 @@ void CQuorvelMinerDlg::ShowNotifyMenu() {
     if (command == kNotifyOpen) Restore();
     if (command == kNotifyMining) OnMiningButton();
     if (command == kNotifyExit) CloseByUser();
+}
+
+// Of the menu key or the right mouse button; a field has a menu of its own.
+bool CQuorvelMinerDlg::OnContextMenu(WPARAM, LPARAM place) {
+    POINT point = PointOf(place);
+    if (place == -1) {  // the key
+        RECT button = {};
+        GetWindowRect(m_poolsButton.Handle(), &button);
+        point = {button.left, button.bottom};
+    }
+    const HMENU menu = CreatePopupMenu();
+    AppendMenuW(menu, MF_STRING, kMenuPools, L"Mining &pools...");
+    AppendMenuW(menu, MF_STRING, kMenuWorker, L"&Worker...");
+    const auto command =
+        TrackPopupMenu(menu, TPM_RETURNCMD | TPM_NONOTIFY | TPM_RIGHTBUTTON, point.x, point.y, 0, Handle(), nullptr);
+    DestroyMenu(menu);
+    if (command != 0) OnSysCommand(static_cast<UINT>(command));
+    return true;
 }
 
 // A program that sends WM_CLOSE, a controller and the end of the session do not come here: nobody may be there to answer.

@@ -128,6 +128,8 @@ void CQuorvelMinerDlg::TakeControls() {
     m_controlNote.SubclassDlgItem(Handle(), IDC_CONTROL_NOTE);
     m_listenButton.SubclassDlgItem(Handle(), IDC_START_LISTEN);
     m_miningButton.SubclassDlgItem(Handle(), IDC_START_MINING);
+    m_poolsButton.SubclassDlgItem(Handle(), IDC_POOLS_BUTTON);
+    m_workerButton.SubclassDlgItem(Handle(), IDC_WORKER_BUTTON);
 }
 
 void CQuorvelMinerDlg::SetFonts() {
