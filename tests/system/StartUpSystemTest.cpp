@@ -23,8 +23,12 @@ TEST(SingleInstanceTest, TheSecondCopyShowsItsMessageAndTouchesNothing) {
     CMinerRig rig;
     rig.WriteSettings("HideMinimized=\"1\"");
     ASSERT_NE(rig.Start(), nullptr);
-    ShowWindow(rig.Window(), SW_MINIMIZE);
-    ASSERT_TRUE(WaitUntil(5000, [&] { return !IsWindowVisible(rig.Window()); }));
+    ASSERT_TRUE(WaitUntil(5000, [&] { return IsWindowVisible(rig.Window()); }));
+    // Only a window with its icon hides, and the icon comes after it.
+    ASSERT_TRUE(WaitUntil(10000, [&] {
+        ShowWindow(rig.Window(), SW_MINIMIZE);
+        return !IsWindowVisible(rig.Window());
+    }));
     ASSERT_TRUE(WaitUntil(5000, [&] { return rig.MainLog().find("CUDA-Device 1") != std::string::npos; }));
     const std::string log = rig.MainLog();
     CChildProcess second = rig.Launch();
