@@ -31,7 +31,7 @@ std::string Id(std::uint32_t id) {
 }  // namespace
 
 CSimPool::CSimPool(CKernel& kernel, CNetwork& network, const CConditions& conditions, CPromises& promises,
-                   std::uint64_t seed, int number)
+                   std::uint64_t seed, int number, bool speaksEthProxy)
     : m_kernel(kernel),
       m_network(network),
       m_conditions(conditions),
@@ -39,10 +39,15 @@ CSimPool::CSimPool(CKernel& kernel, CNetwork& network, const CConditions& condit
       m_random(seed, "pool", static_cast<std::uint64_t>(number)),
       m_owner(kernel.NewOwner()),
       m_number(number),
-      m_mode(static_cast<ProtocolMode>(m_random.Below(4))),
+      m_speaksEthProxy(speaksEthProxy),
+      m_mode(ModeAt(m_random.Below(12))),
       m_manner(static_cast<Manner>(m_random.Below(3))),
       m_betweenJobs(m_random.Between(20, 90) * kTicksPerSecond) {
     m_kernel.After(m_random.Waiting(m_betweenJobs), m_owner, [this] { NextJob(); });
+}
+
+ProtocolMode CSimPool::ModeAt(std::uint64_t number) const {
+    return static_cast<ProtocolMode>(m_speaksEthProxy ? number % 4 : 1 + number % 3);
 }
 
 std::string CSimPool::JobIdOf(int pool, std::uint64_t number) {
@@ -182,7 +187,9 @@ void CSimPool::Share(const WirePointer& wire, const std::string& line, std::uint
 // ---- What may be done to it ------------------------------------------------------------------------------------------
 
 void CSimPool::ChangeMode(std::uint32_t value) {
-    m_mode = static_cast<ProtocolMode>((ModeNumber(m_mode) + 1 + static_cast<std::int32_t>(value % 3)) % 4);
+    const ProtocolMode before = m_mode;
+    for (std::uint64_t number = value % 12; m_mode == before; ++number)
+        m_mode = ModeAt(number);
     CloseAll();
 }
 

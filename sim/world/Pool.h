@@ -11,9 +11,10 @@ class CPromises;
 // hears.
 class CSimPool {
   public:
-    // number: of kPools. Which protocol it speaks and how it meets others follows from the seed.
+    // number: of kPools. Which protocol it speaks and how it meets others follows from the seed; speaksEthProxy: that it may
+    // be this one, which pools of some algorithms never speak.
     CSimPool(CKernel& kernel, CNetwork& network, const CConditions& conditions, CPromises& promises, std::uint64_t seed,
-             int number);
+             int number, bool speaksEthProxy);
 
     void Accept(const WirePointer& wire);
     void Receive(const WirePointer& wire, const std::string& line);
@@ -37,6 +38,7 @@ class CSimPool {
   private:
     enum class Manner { Answers, Closes, Ignores };  // to what it does not understand
 
+    ProtocolMode ModeAt(std::uint64_t number) const;
     bool Is(FaultKind kind) const { return m_conditions.Is(kind, m_number); }
     void NextJob(bool clean = true);
     void SendJob(const WirePointer& wire, std::uint32_t answerTo, bool clean);
@@ -54,6 +56,7 @@ class CSimPool {
     CRandom m_random;
     const CKernel::Owner m_owner;
     const int m_number;
+    const bool m_speaksEthProxy;
     ProtocolMode m_mode;
     Manner m_manner;
     TimeSpan m_betweenJobs;

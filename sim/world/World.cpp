@@ -11,6 +11,9 @@ constexpr TimeSpan kPersonComes = 5 * kTicksPerMinute;
 // What lasted so shortly ago still delays.
 constexpr TimeSpan kAftermath = 2 * kTicksPerMinute;
 
+// Pools of the last two never speak eth-proxy.
+constexpr std::int32_t kAlgorithms[] = {3, 4, 7, 8};
+
 }  // namespace
 
 RunResult RunWorld(const RunPlan& plan) {
@@ -18,11 +21,15 @@ RunResult RunWorld(const RunPlan& plan) {
 }
 
 CWorld::CWorld(const RunPlan& plan)
-    : m_plan(plan), m_network(m_kernel, m_conditions, plan.seed), m_random(plan.seed, "rig"), m_owner(m_kernel.NewOwner()) {
+    : m_plan(plan),
+      m_network(m_kernel, m_conditions, plan.seed),
+      m_random(plan.seed, "rig"),
+      m_algorithm(kAlgorithms[m_random.Below(std::size(kAlgorithms))]),
+      m_owner(m_kernel.NewOwner()) {
     std::array<CSimPool*, kPools> pools = {};
     for (int i = 0; i < kPools; ++i) {
         auto& pool = m_pools[static_cast<std::size_t>(i)];
-        pool = std::make_unique<CSimPool>(m_kernel, m_network, m_conditions, m_promises, plan.seed, i);
+        pool = std::make_unique<CSimPool>(m_kernel, m_network, m_conditions, m_promises, plan.seed, i, m_algorithm < 7);
         pools[static_cast<std::size_t>(i)] = pool.get();
     }
     m_network.SetPools(pools);
@@ -73,9 +80,8 @@ std::vector<PoolPointer> CWorld::FeePools() const {
 }
 
 void CWorld::MakeRig() {
-    static constexpr std::int32_t kAlgorithms[] = {3, 3, 7, 8};
     const auto primary = MakePool(0);
-    primary->Algo = kAlgorithms[m_random.Below(std::size(kAlgorithms))];
+    primary->Algo = m_algorithm;
     const auto backup = m_random.Chance(0.7) ? MakePool(1) : std::make_shared<PoolEntry>();
     backup->Algo = primary->Algo;
     m_configuration.primaryPool = primary;

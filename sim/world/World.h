@@ -73,6 +73,7 @@ class CWorld final : private IStratumHost, private IEventSink {
     CPromises m_promises{m_kernel};
     CNetwork m_network;
     CRandom m_random;
+    const std::int32_t m_algorithm;
     const CKernel::Owner m_owner;
     std::array<std::unique_ptr<CSimPool>, kPools> m_pools;
     ConnectionWorld m_connections{m_kernel, m_clock, m_network, m_conditions, m_promises};
