@@ -41,6 +41,8 @@ void CMiningStratum::Connect() {
 void CMiningStratum::CloseConnection() {
     m_closing = true;
     Stop();
+    // Also where there was no connection to end: shares may be held for one.
+    m_session.Closed();
 }
 
 std::unique_ptr<IDataLink> CMiningStratum::MakeLink(WSAEVENT dataEvent) {
@@ -62,11 +64,7 @@ void CMiningStratum::OnConnected(std::uint32_t) {
 }
 
 void CMiningStratum::OnDisconnected(std::uint32_t) {
-    if (m_closing) {
-        m_session.Closed();
-    } else {
-        m_session.Disconnected();
-    }
+    if (!m_closing) m_session.Disconnected();
 }
 
 std::uint32_t CMiningStratum::OnConnectError(const char* text, std::uint32_t code) {

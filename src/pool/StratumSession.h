@@ -59,7 +59,7 @@ class CStratumSession {
     void Secured(std::string_view how);
     void Connected();
     void Disconnected();
-    // The connection was ended from this side: no trouble of the pool's.
+    // The connection, or the way to one, was ended from this side: no trouble of the pool's. Once nothing runs any more.
     void Closed();
     // text: narrow. The transport is to keep trying whatever happened.
     void ConnectError(std::string_view text, std::uint32_t code);
