@@ -59,8 +59,9 @@ constexpr TimeSpan kWaitForChange = 10 * kTicksPerSecond;
 
 constexpr std::uint32_t kRoundsBeforeGivingUp = 2;
 constexpr TimeSpan kTimeBeforeGivingUp = kTicksPerMinute;
-// Of a pool that has settled: every so many losses another mode is tried, in case it speaks another one now.
-constexpr std::uint32_t kLossesPerOtherMode = 4;
+// Of a pool that has settled: every so many losses another mode is tried, in case it speaks another one now. With pools that
+// answer nothing to the wrong one, all have had their turn within two minutes.
+constexpr std::uint32_t kLossesPerOtherMode = 2;
 
 }  // namespace
 
