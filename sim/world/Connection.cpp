@@ -34,9 +34,8 @@ void CSimConnection::Connect() {
 void CSimConnection::CloseConnection() {
     if (!std::exchange(m_running, false)) return;
     m_world.kernel.Forget(m_owner);
-    const bool wasConnected = m_wire != nullptr;
     CloseLink();
-    if (wasConnected) m_session.Closed();
+    m_session.Closed();
 }
 
 void CSimConnection::CloseLink() {

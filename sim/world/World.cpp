@@ -197,7 +197,9 @@ bool CWorld::IsMining() const {
 std::int64_t CWorld::Allowance() const {
     std::int64_t most = 0;
     for (std::size_t kind = 0; kind < kFaultKinds; ++kind) {
-        if (m_kernel.Now() - m_lastOf[kind] <= kAftermath)
+        // That a pool speaks another mode may be met long afterwards, when its turn comes.
+        const bool isMode = static_cast<FaultKind>(kind) == FaultKind::ModeChange;
+        if (m_kernel.Now() - m_lastOf[kind] <= (isMode ? kTicksPerDay : kAftermath))
             most = std::max<std::int64_t>(most, TraitsOf(static_cast<FaultKind>(kind)).allowance);
     }
     return most;
