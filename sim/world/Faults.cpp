@@ -48,10 +48,6 @@ constexpr FaultTraits kTraits[] = {
     {"kill", None, 0.5, 2, 120, 0},
     {"busy-window", None, 1, 5, 600, 10},
     {"no-thread", None, 1, 5, 600, 30},
-    {"disk-full", None, 1, 60, 12 * kHour, 0},
-    {"disk-locked", None, 1, 60, 12 * kHour, 0},
-    {"disk-read-only", None, 0.5, 60, 12 * kHour, 0},
-    {"kill-in-save", None, 1, 60, 24 * kHour, 0},
 };
 static_assert(std::size(kTraits) == kFaultKinds);
 

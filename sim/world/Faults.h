@@ -49,10 +49,6 @@ enum class FaultKind : std::uint8_t {
     Kill,        // the process, at any moment
     BusyWindow,  // the window's messages wait
     NoThread,    // a connection's thread cannot be started
-    DiskFull,
-    DiskLocked,
-    DiskReadOnly,
-    KillInSave,  // the process dies, or the PC, in the middle of the next save
     Count
 };
 inline constexpr std::size_t kFaultKinds = static_cast<std::size_t>(FaultKind::Count);
