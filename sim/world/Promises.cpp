@@ -8,6 +8,8 @@ namespace {
 constexpr TimeSpan kBackAtWork = 60 * kTicksPerSecond;
 // A connection over which nothing comes is noticed after ten minutes of silence, and a busy second or two.
 constexpr TimeSpan kDeaf = 10 * kTicksPerMinute + 25 * kTicksPerSecond;
+// Longer, where the pool's protocol must be found out; in seconds.
+constexpr std::int64_t kDiscovery = 60;
 constexpr TimeSpan kWithoutReason = 60 * kTicksPerSecond;
 constexpr TimeSpan kFeeTick = 31 * kTicksPerSecond;
 constexpr TimeSpan kLongestFee = 240 * kTicksPerSecond;
@@ -143,7 +145,7 @@ void CPromises::Look(const Situation& now) {
 void CPromises::CheckMining(const Situation& now) {
     const TimeSpan moment = m_kernel.Now();
     if (now.hasStopped) {
-        if (now.everSettled && !m_userRefused) Broken("mines-again", "stopped by itself though a pool had settled");
+        if (now.everMined && !m_userRefused) Broken("mines-again", "stopped by itself though a pool had settled");
         m_isWaiting = m_isDeaf = false;
         return;
     }
@@ -153,7 +155,7 @@ void CPromises::CheckMining(const Situation& now) {
         m_allowance = now.allowance;
         return;
     }
-    m_allowance = std::max(m_allowance, now.allowance);
+    m_allowance = std::max({m_allowance, now.allowance, now.isKnown ? 0 : kDiscovery});
     if (now.believesMining) {
         if (!std::exchange(m_isDeaf, true)) m_deafSince = moment;
         if (moment - m_deafSince > kDeaf)

@@ -13,7 +13,8 @@
 struct Situation {
     bool wantsMining = false;  // somebody started it, and the program runs
     bool hasStopped = false;   // by itself
-    bool everSettled = false;  // a pool accepted a login since it was started
+    bool everMined = false;    // since it was started
+    bool isKnown = false;      // a pool in order has been mined at since then
     bool canMine = false;      // a pool in order is within reach, and a card works
     bool isMining = false;     // a card hashes a job of a pool that is there
     bool developerTime = false;

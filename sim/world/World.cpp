@@ -1,5 +1,7 @@
 #include "world/World.h"
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include "common/CodePage.h"
 
 namespace {
@@ -134,6 +136,7 @@ void CWorld::StartMining() {
     if (m_manager) return;
     Tell("mining is started");
     m_hasStopped = false;
+    m_minedAt = {};
     ++m_starts;
     m_messages.Clear();
     m_manager = std::make_unique<CSimManager>(m_connections,
@@ -176,14 +179,22 @@ bool CWorld::CanMine() const {
     }
     const auto works = [this](const QvGpuRecord* gpu) { return m_manager->PlugIn().IsWorking(gpu->cudaId); };
     if (!std::ranges::any_of(m_configuration.gpus, works)) return false;
-    for (const PoolPointer& pool : {m_configuration.primaryPool, m_configuration.secondaryPool}) {
-        if (pool->IsUnassigned()) continue;
-        const auto isOn = [&](FaultKind kind) { return m_conditions.Is(kind, static_cast<int>(pool->ID)); };
-        static constexpr FaultKind kBad[] = {BlackHole,    Refuse,      AcceptClose, Untrusted, Maintenance,
-                                             LoginRefused, LoginSilent, NoJob,       NoAnswers, Silent};
-        if (std::ranges::none_of(kBad, isOn)) return true;
-    }
-    return false;
+    return IsInOrder(*m_configuration.primaryPool) || IsInOrder(*m_configuration.secondaryPool);
+}
+
+bool CWorld::IsInOrder(const PoolEntry& pool) const {
+    using enum FaultKind;
+    if (pool.IsUnassigned()) return false;
+    static constexpr FaultKind kBad[] = {BlackHole,    Refuse,      AcceptClose, Untrusted, Maintenance,
+                                         LoginRefused, LoginSilent, NoJob,       NoAnswers, Silent};
+    const auto isOn = [&](FaultKind kind) { return m_conditions.Is(kind, static_cast<int>(pool.ID)); };
+    return std::ranges::none_of(kBad, isOn);
+}
+
+// A pool in order has been mined at in this run, so that its protocol need not be found out any more.
+bool CWorld::IsKnown() const {
+    const auto isKnown = [this](const PoolEntry& pool) { return IsInOrder(pool) && m_minedAt[pool.ID]; };
+    return isKnown(*m_configuration.primaryPool) || isKnown(*m_configuration.secondaryPool);
 }
 
 bool CWorld::IsMining() const {
@@ -214,10 +225,12 @@ Situation CWorld::Look() const {
     now.logLines = m_logLines;
     now.allowance = Allowance();
     now.isBusy = m_conditions.Is(FaultKind::BusyWindow);
+    now.everMined = std::ranges::any_of(m_minedAt, std::identity());
     if (!m_manager) return now;
     const CManagerCore& core = m_manager->Core();
     now.developerTime = core.CurrentMode() == CManagerCore::Mode::Fee;
     now.isMining = IsMining();
+    now.isKnown = IsKnown();
     if (now.isMining && !m_plan.tells) return now;
     const SessionState state = core.State();
     now.canMine = CanMine();
@@ -234,6 +247,7 @@ void CWorld::LookAround() {
         }
     }
     const Situation now = Look();
+    if (now.isMining) m_minedAt[static_cast<std::size_t>(m_manager->User().AliveWire()->pool->Number())] = true;
     if (now.state != m_toldState) Tell(m_toldState = now.state);
     m_promises.Look(now);
     m_kernel.After(m_promises.IsQuiet() ? kQuietLook : kLook, m_owner, [this] { LookAround(); });

@@ -55,7 +55,9 @@ class CWorld final : private IStratumHost, private IEventSink {
     void LookAround();
     void CountMinute();
     Situation Look() const;
+    bool IsInOrder(const PoolEntry& pool) const;
     bool CanMine() const;
+    bool IsKnown() const;
     bool IsMining() const;
     std::int64_t Allowance() const;
     void Tell(const std::string& text) const;
@@ -90,6 +92,7 @@ class CWorld final : private IStratumHost, private IEventSink {
     std::size_t m_events = 0;
     std::size_t m_logLines = 0;
     std::uint64_t m_starts = 0;
+    std::array<bool, kPools> m_minedAt = {};          // since it was started
     std::array<TimeSpan, kFaultKinds> m_lastOf = {};  // when one of the kind lasted last
     std::vector<MinuteState> m_minutes;
     std::string m_toldState;
