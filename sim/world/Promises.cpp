@@ -11,6 +11,7 @@ constexpr TimeSpan kDeaf = 10 * kTicksPerMinute + 25 * kTicksPerSecond;
 // Longer, where the pool's protocol must be found out; in seconds.
 constexpr std::int64_t kDiscovery = 60;
 constexpr TimeSpan kWithoutReason = 60 * kTicksPerSecond;
+constexpr TimeSpan kBetweenReasons = 15 * kTicksPerSecond;
 constexpr TimeSpan kFeeTick = 31 * kTicksPerSecond;
 constexpr TimeSpan kLongestFee = 240 * kTicksPerSecond;
 // From when on the developer is owed a period, with a tick and the least time of the user's between two.
@@ -179,12 +180,11 @@ void CPromises::CheckReason(const Situation& now) {
         m_isIdle = false;
         return;
     }
-    if (!std::exchange(m_isIdle, true)) {
-        m_idleSince = moment;
-        m_eventsAtIdle = m_last.events;
-    }
-    if (moment - m_idleSince <= kWithoutReason) return;
-    if (!now.hasReason) Broken("reason", "nothing says why it does not mine: " + now.state);
+    if (!std::exchange(m_isIdle, true)) m_idleSince = m_reasonAt = moment;
+    // One reason may take the place of another, which becomes trouble when it has lasted for ten seconds.
+    if (now.hasReason) m_reasonAt = moment;
+    if (moment - std::max(m_idleSince + kWithoutReason, m_reasonAt) > kBetweenReasons)
+        Broken("reason", "nothing says why it does not mine: " + now.state);
 }
 
 void CPromises::Attempts(const std::array<std::uint64_t, kPools>& attempts) {

@@ -22,7 +22,6 @@ struct Situation {
     std::string state;            // in the program's words
     bool hasReason = false;       // the program says why it does not mine
     std::size_t troubles = 0;     // that stand on the board
-    std::size_t events = 0;       // written since the start
     std::size_t logLines = 0;
     std::int64_t allowance = 0;  // the greatest of the faults that last, in seconds
     bool isBusy = false;         // the window's messages wait
@@ -107,7 +106,7 @@ class CPromises {
     TimeSpan m_idleSince = 0;   // it does not mine, whyever
     TimeSpan m_busyUntil = 0;
     std::int64_t m_allowance = 0;  // while it waits
-    std::size_t m_eventsAtIdle = 0;
+    TimeSpan m_reasonAt = 0;       // when there was a reason for that last
     bool m_userRefused = false;
     bool m_isWaiting = false;
     bool m_isDeaf = false;

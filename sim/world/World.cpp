@@ -119,7 +119,6 @@ void CWorld::RequestStopMining(const std::string& reason) {
 }
 
 void CWorld::Event(EventKind kind, std::wstring_view subject, std::wstring_view text) {
-    ++m_events;
     if (m_plan.tells) Tell(WideToNarrow(EventText(kind, subject, text)));
 }
 
@@ -221,7 +220,6 @@ Situation CWorld::Look() const {
     now.wantsMining = m_isWanted && m_manager != nullptr;
     now.hasStopped = m_hasStopped;
     now.troubles = m_troubles.Lasting().size();
-    now.events = m_events;
     now.logLines = m_logLines;
     now.allowance = Allowance();
     now.isBusy = m_conditions.Is(FaultKind::BusyWindow);

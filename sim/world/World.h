@@ -89,7 +89,6 @@ class CWorld final : private IStratumHost, private IEventSink {
     bool m_isWanted = true;     // that it mines
     bool m_hasStopped = false;  // by itself
     std::uint64_t m_shareNumber = 0;
-    std::size_t m_events = 0;
     std::size_t m_logLines = 0;
     std::uint64_t m_starts = 0;
     std::array<bool, kPools> m_minedAt = {};          // since it was started
