@@ -182,6 +182,7 @@ bool CPoolAccess::ModeFailed() {
     if (pool.settled != ProtocolMode::None) {
         if (pool.losses % kLossesPerOtherMode == 0) {
             NextOf(pool);
+            if (pool.next == pool.settled) NextOf(pool);
             m_mode = pool.next;
         } else {
             m_mode = pool.settled;

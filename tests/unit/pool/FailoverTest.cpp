@@ -132,7 +132,7 @@ TEST_F(Failover, APoolThatHasSettledIsAskedInItsModeAgainAndNeverStopsMining) {
         EXPECT_EQ(recorder.Take(), Events{});
         recorder.Pass(30 * kTicksPerSecond);
     }
-    EXPECT_GE(inItsMode, 25);
+    EXPECT_GE(inItsMode, 20);
 }
 
 // What a pool that takes connections and never lets one last is asked.
