@@ -106,13 +106,10 @@ void CStratumSession::SetPools(std::vector<PoolPointer> pools) {
 }
 
 void CStratumSession::Reset() {
-    m_ready = false;
-    m_sharesMayGo = false;
-    m_isConnected = false;
+    m_ready = m_sharesMayGo = m_isClosed = m_isConnected = false;
     ClearWork(m_block);
     m_currentJob.Clear();
-    m_hasJob = false;
-    m_hasExtranonce = false;
+    m_hasJob = m_hasExtranonce = false;
     ClearTarget();
     SetActiveMode(ProtocolMode::None);
     if (m_poolIndex != m_loginIndex) SetDoubt({});
@@ -171,8 +168,8 @@ void CStratumSession::Disconnected() {
 }
 
 void CStratumSession::Closed() {
-    m_ready = m_sharesMayGo = false;
-    m_isConnected = false;
+    m_ready = m_sharesMayGo = m_isConnected = false;
+    m_isClosed = true;
     CountStale(m_shares.ExpireAll());
     SetPhase(ConnectionPhase::Idle);
 }
@@ -316,6 +313,8 @@ std::uint32_t CStratumSession::SubmitShare(std::string_view request) {
     }
     // The login may have been completed meanwhile.
     if (m_sharesMayGo) ReleaseShares();
+    // Or nothing is on its way any more: the plug-in has not yet heard of another source.
+    if (m_isClosed) CountStale(m_shares.ExpireAll());
     return 0;
 }
 

@@ -174,6 +174,7 @@ class CStratumSession {
 
     // Written by the I/O thread, read by others. hasJob and hasExtranonce follow the texts of the work block.
     std::atomic<bool> m_ready = false;
+    std::atomic<bool> m_isClosed = false;     // ended from this side, and not reset since
     std::atomic<bool> m_sharesMayGo = false;  // ready, and the job is this connection's
     std::atomic<bool> m_hasJob = false;
     std::atomic<bool> m_hasExtranonce = false;
