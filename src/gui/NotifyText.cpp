@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "common/Format.h"
+#include "common/SharedWord.h"
 #include "config/GpuCounters.h"
 #include "gui/GpuGroup.h"
 #include "gui/GpuText.h"
@@ -12,16 +12,6 @@
 namespace {
 
 constexpr wchar_t kBetween[] = L" \x00B7 ";
-constexpr std::uint32_t kReadWithPower = 2;
-constexpr std::uint32_t kReadWithoutPower = 1;
-constexpr std::uint64_t kKilowatt = 1000;
-
-std::wstring PowerText(std::uint64_t watts) {
-    if (watts < kKilowatt) return std::to_wstring(watts) + L" W";
-    char text[32] = {};
-    FormatTo(text, "%.2f kW", static_cast<double>(watts) / static_cast<double>(kKilowatt));
-    return {text, text + std::char_traits<char>::length(text)};
-}
 
 }  // namespace
 
@@ -29,7 +19,7 @@ std::wstring MiningSummary(const MinerConfiguration& configuration, const CAlgor
     std::map<std::wstring, std::uint64_t> rates;
     GpuCounters sums;
     std::uint32_t hottest = 0;
-    std::uint64_t watts = 0;
+    std::uint32_t watts = 0;
     for (const ConfigurationEntry& entry : configuration.configurations) {
         const GpuCounters counters = SumGpuCounters(entry.gpus);
         rates[PoolUnit(*entry.primaryPool, algorithms)] += counters.hashSpeed;
@@ -37,9 +27,8 @@ std::wstring MiningSummary(const MinerConfiguration& configuration, const CAlgor
         sums.stale += counters.stale;
         sums.rejected += counters.rejected;
         for (const QvGpuRecord* gpu : entry.gpus) {
-            const bool isRead = gpu->telemetryState == kReadWithPower || gpu->telemetryState == kReadWithoutPower;
-            if (isRead) hottest = std::max<std::uint32_t>(hottest, gpu->temperature);
-            if (gpu->telemetryState == kReadWithPower) watts += gpu->powerUsage;
+            if (HasSensors(*gpu)) hottest = std::max(hottest, ReadShared(gpu->temperature));
+            if (HasPower(*gpu)) watts += ReadShared(gpu->powerUsage);
         }
     }
     std::wstring text;
@@ -52,10 +41,11 @@ std::wstring MiningSummary(const MinerConfiguration& configuration, const CAlgor
     return text;
 }
 
-std::optional<std::wstring> CNotices::Look(std::span<const std::int32_t> troubled, TimeSpan now) {
-    std::erase_if(m_told, [&](std::int32_t gpu) { return std::ranges::find(troubled, gpu) == troubled.end(); });
+std::optional<std::wstring> CNotices::Look(std::span<const GpuTrouble> troubled, TimeSpan now) {
+    std::erase_if(m_told,
+                  [&](std::int32_t gpu) { return std::ranges::find(troubled, gpu, &GpuTrouble::cudaId) == troubled.end(); });
     std::vector<std::int32_t> fresh;
-    for (const std::int32_t gpu : troubled) {
+    for (const auto& [gpu, reason] : troubled) {
         if (std::ranges::find(m_told, gpu) == m_told.end() && std::ranges::find(fresh, gpu) == fresh.end())
             fresh.push_back(gpu);
     }
@@ -65,7 +55,7 @@ std::optional<std::wstring> CNotices::Look(std::span<const std::int32_t> trouble
         for (const std::int32_t gpu : fresh)
             text.append(gpu == fresh.front() ? L" GPU " : L", GPU ").append(std::to_wstring(gpu));
     }
-    m_told.assign(troubled.begin(), troubled.end());
+    m_told.insert(m_told.end(), fresh.begin(), fresh.end());
     m_stopped = false;
     m_last = now;
     return text;

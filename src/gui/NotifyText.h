@@ -7,6 +7,7 @@
 #include "common/Time.h"
 #include "config/AlgorithmList.h"
 #include "config/MinerConfiguration.h"
+#include "gui/MiningView.h"
 
 // What the icon in the notification area says. Portable; GUI thread.
 
@@ -22,9 +23,8 @@ class CNotices {
 
     void MiningStopped() { m_stopped = true; }
     void MiningStarted() { m_stopped = false; }
-    // troubled: CUDA ids of the GPUs that should mine and do not, for longer than a moment; now: monotonic. Nothing: no
-    // balloon.
-    std::optional<std::wstring> Look(std::span<const std::int32_t> troubled, TimeSpan now);
+    // now: monotonic. Nothing: no balloon.
+    std::optional<std::wstring> Look(std::span<const GpuTrouble> troubled, TimeSpan now);
 
   private:
     bool m_stopped = false;

@@ -268,7 +268,10 @@ TEST(CNotices, DisturbOnceInTenMinutes) {
     CNotices notices;
     using Ids = std::vector<std::int32_t>;
     const auto look = [&](const Ids& ids, std::int64_t minute) {
-        return notices.Look(ids, minute * kTicksPerMinute).value_or(L"");
+        std::vector<GpuTrouble> troubled;
+        for (const std::int32_t id : ids)
+            troubled.push_back({id, L""});
+        return notices.Look(troubled, minute * kTicksPerMinute).value_or(L"");
     };
     EXPECT_EQ(look({}, 1), L"");
     EXPECT_EQ(look({3, 1}, 1), L"Not mining: GPU 3, GPU 1");
